@@ -1,0 +1,28 @@
+# Compiler flags and the one way libraries are made.
+
+add_compile_options(-Wall -Wextra -Wformat=2 -Werror=format-security -Wno-format-nonliteral)
+# GCC 12 sees overlaps in std::string's operator+ that are none (its bug 105651).
+add_compile_options(-Wno-restrict)
+if(CORVANTA_WERROR)
+  add_compile_options(-Werror)
+endif()
+if(CORVANTA_SANITIZE)
+  add_compile_options(-fsanitize=${CORVANTA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${CORVANTA_SANITIZE})
+else()
+  add_compile_options(-fstack-protector-strong)
+  add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+endif()
+
+# corvanta_library(NAME [FOLDER folder] [DEPS library...]): a static library of every .cpp file in a folder. What a
+# library may include is what it names here, so that a wrong arrow fails to build or to link.
+function(corvanta_library name)
+  cmake_parse_arguments(ARG "" "FOLDER" "DEPS" ${ARGN})
+  if(NOT ARG_FOLDER)
+    set(ARG_FOLDER ${name})
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*.cpp)
+  add_library(corvanta_${name} STATIC ${sources})
+  target_include_directories(corvanta_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(corvanta_${name} PUBLIC ${ARG_DEPS})
+endfunction()

@@ -1,0 +1,147 @@
+#!/usr/bin/env bash
+# Shows a program on a throw-away home directory: a mail profile, a POP3 server of its own and sample mail.
+#   scripts/demo.sh PROGRAM [screenshot]
+# With a display the window is the user's. Without one, a virtual display is started, the mail is fetched and a
+# message with pictures is opened by pressing the real buttons, and the window is saved as an image (demo.png).
+set -euo pipefail
+here=$(cd "$(dirname "$0")/.." && pwd)
+program=$1
+picture=${2:-demo.png}
+
+account=alex
+password=seagull
+work=$(mktemp -d /tmp/corvanta-demo.XXXXXX)
+pids=()
+app=
+
+finish() {
+    local status=$? last
+    trap - EXIT
+    # The last one started goes first: the program before the display it is on.
+    for ((last = ${#pids[@]} - 1; last >= 0; last--)); do
+        kill "${pids[last]}" 2>/dev/null || true
+        wait "${pids[last]}" 2>/dev/null || true
+    done
+    rm -rf "$work"
+    exit "$status"
+}
+trap finish EXIT
+trap 'exit 129' HUP
+trap 'exit 130' INT
+trap 'exit 143' TERM
+
+die() {
+    echo "demo: $*" >&2
+    exit 1
+}
+
+# until_true SECONDS COMMAND...: repeats the command until it succeeds; gives up earlier when the program has ended.
+until_true() {
+    local tries=$(($1 * 10))
+    shift
+    while ! "$@"; do
+        ((tries-- > 0)) || return 1
+        [ -z "$app" ] || kill -0 "$app" 2>/dev/null || return 1
+        sleep 0.1
+    done
+}
+
+start_server() {
+    # Its first line tells the port; the pipe to it stays open as long as this script runs.
+    exec {ready}< <(exec python3 -B "$here/tests/fixtures/servers/pop3-server" "$work/server" 0 --with-parent \
+        --user "$account:$password" --preload "$account=$here/share/demo/mail" 2>"$work/server.err")
+    pids+=($!)
+    local word=
+    read -r -t 30 -u "$ready" word port || true
+    [ "$word" = READY ] || die "the mail server did not start: $(cat "$work/server.err")"
+}
+
+# The account's files as the program itself would write them, ready for the first check.
+make_home() {
+    local root=$home/.Corvanta folder
+    mkdir -m 700 "$home" "$root" "$root/Demo"
+    printf '%s\n' "127.0.0.1:$port" "127.0.0.1:2525" "$account" "$(printf %s "$password" | base64)" "Alex Morgan" \
+        "alex@example.org" 300 LEAVEONSERVER "$home/signature.txt" "" "" >"$root/Demo.dat"
+    chmod 600 "$root/Demo.dat"
+    printf 'Alex\n' >"$home/signature.txt"
+    for folder in Inbox Saved Outbox Travel; do
+        mkdir -m 700 "$root/Demo/$folder"
+        { printf '\2\0\1\0' && head -c 20 /dev/zero; } >"$root/Demo/$folder/index2"
+        chmod 600 "$root/Demo/$folder/index2"
+    done
+    # The program asks the password database for its home directory.
+    printf '%s:x:%d:%d:Alex Morgan:%s:/bin/sh\n' "$(id -un)" "$(id -u)" "$(id -g)" "$home" >"$work/passwd"
+    printf '%s:x:%d:\n' "$(id -gn)" "$(id -g)" >"$work/group"
+}
+
+start_program() {
+    local wrapper
+    wrapper=$(ldconfig -p | awk '/libnss_wrapper\.so /{print $NF; exit}')
+    [ -n "$wrapper" ] || die "libnss_wrapper.so is not installed"
+    mkdir -m 700 "$work/runtime"
+    # A proxy would be connected to in place of the local server.
+    env -u http_proxy LD_PRELOAD="$wrapper" NSS_WRAPPER_PASSWD="$work/passwd" NSS_WRAPPER_GROUP="$work/group" \
+        HOME="$home" XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$work/runtime}" "$program" "$@" &
+    app=$!
+    pids+=("$app")
+}
+
+start_screen() {
+    Xvfb -displayfd 3 -screen 0 1100x860x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
+    pids+=($!)
+    until_true 20 test -s "$work/display" || die "the virtual display did not start: $(cat "$work/xvfb.log")"
+    DISPLAY=:$(cat "$work/display")
+    export DISPLAY QT_QPA_PLATFORM=xcb
+    unset WAYLAND_DISPLAY
+}
+
+find_window() {
+    window=$(xdotool search --onlyvisible --pid "$app" --name '^Corvanta$' 2>/dev/null | head -n 1)
+    [ -n "$window" ]
+}
+click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
+commands() { cat "$work"/server/*.log 2>/dev/null; }
+logged_in() { commands | grep -q "Login: user=<$account>"; }
+page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
+
+# look FORMAT:FILE: the window as it is now, as a file.
+look() { import -window "$window" "$1" 2>/dev/null; }
+
+# still: true when the window looks the same twice in a row; the star turns as long as mail is on its way.
+still() { look "rgb:$work/before" && sleep 0.4 && look "rgb:$work/after" && cmp -s "$work/before" "$work/after"; }
+
+# The places are those of the window's own layout at this size.
+act() {
+    until_true 30 find_window || die "the window did not open"
+    xdotool windowfocus "$window" 2>/dev/null || true
+    until_true 10 still || true
+    click 80 126                     # the Inbox of the only profile: its mail is fetched
+    until_true 20 logged_in || die "the mail was not fetched"
+    until_true 20 still || true
+    click 32 50                      # the button that checks again
+    until_true 20 still || true
+    click 300 106                    # the first message,
+    until_true 10 test -s "$home/.Corvanta/.tmp/msg.html" || die "no message was shown"
+    xdotool key --delay 100 End      # then the last one, with its pictures
+    until_true 10 page_written || die "the message with pictures was not shown"
+    until_true 10 still || true
+    # Away from the rows, so that none looks hovered.
+    xdotool mousemove --window "$window" 1000 500
+    until_true 5 still || true
+    look "png:$picture" || die "the window could not be saved"
+    echo "The window is in $(realpath "$picture")"
+}
+
+home=$work/home
+chmod 755 "$work"
+start_server
+make_home
+if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    start_screen
+    start_program -x0 -y0 -w1100 -h860
+    act
+else
+    echo "Click the Inbox of the profile Demo: its mail is fetched from a local server."
+    start_program
+    wait "$app"
+fi
