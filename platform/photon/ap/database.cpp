@@ -1,0 +1,63 @@
+// Picture modules as widget databases.
+
+#include "ap/runtime.h"
+#include "core/lock.h"
+
+#include <algorithm>
+#include <memory>
+
+struct ApDBase {
+    std::string module;
+    PtModuleInstance contents; ///< descriptions of the widgets; never bound
+};
+
+namespace {
+
+std::vector<std::unique_ptr<ApDBase>> &Open() {
+    static auto *const open = std::make_unique<std::vector<std::unique_ptr<ApDBase>>>().release();
+    return *open;
+}
+
+} // namespace
+
+ApDBase_t *ApOpenDBase(ApEventLink_t const *link) {
+    if (!link || !PtTheDisplay())
+        return nullptr;
+    auto db = std::make_unique<ApDBase>();
+    db->module = link->module;
+    if (!PtTheDisplay()->LoadModule(db->module, db->contents))
+        return nullptr;
+    PtTheDisplay()->DropModule(db->contents);
+    return Open().emplace_back(std::move(db)).get();
+}
+
+int ApCloseDBase(ApDBase_t *db) {
+    return std::erase_if(Open(), [db](auto const &each) { return each.get() == db; }) == 1 ? 0 : -1;
+}
+
+PtWidget_t *ApCreateWidget(ApDBase_t const *db, char const *name, int x, int y, int n_args, PtArg_t const *args) {
+    if (!db || !name)
+        return nullptr;
+    auto const &widgets = db->contents.widgets;
+    auto const from =
+        std::find_if(widgets.begin(), widgets.end(), [&](PtModuleWidget const &each) { return each.name == name; });
+    if (from == widgets.end())
+        return nullptr;
+    PtWidget_t *widget = PtNewWidget(from->widget_class, Pt_DEFAULT_PARENT, from->name);
+    if (!widget)
+        return nullptr;
+    ApApply(*widget, *from);
+    if (x >= 0 && y >= 0) {
+        PhPoint_t const position{static_cast<short>(x), static_cast<short>(y)};
+        PtSetResource(widget, Pt_ARG_POS, &position, 0);
+    }
+    PtSetResources(widget, n_args, args);
+    PtGiveView(*widget);
+    if (PtTheDisplay() && PtOnGuiThread())
+        PtTheDisplay()->Dress(*widget, db->module);
+    return widget;
+}
+
+PhImage_t *ApGetImageRes(ApDBase_t const *db, char const *name) {
+    return db && name && PtTheDisplay() ? PtTheDisplay()->ModuleImage(db->module, name) : nullptr;
+}

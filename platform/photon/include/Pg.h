@@ -1,0 +1,5 @@
+#pragma once
+// Drawing buffer. Qt buffers by itself: these calls have no effect.
+
+int PgSetDrawBufferSize(unsigned short length);
+int PgFlush(void);

@@ -1,0 +1,201 @@
+#include "qt/application.h"
+
+#include "core/lock.h"
+#include "core/state.h"
+#include "qt/display.h"
+#include "qt/events.h"
+#include "qt/style.h"
+
+#include <QEventLoop>
+#include <QStyle>
+#include <QStyleFactory>
+
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace {
+
+QEvent::Type const kWake = static_cast<QEvent::Type>(QEvent::registerEventType());
+QEvent::Type const kSoon = static_cast<QEvent::Type>(QEvent::registerEventType());
+QEvent::Type const kWork = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+class WorkEvent : public QEvent {
+  public:
+    explicit WorkEvent(std::function<void()> work) : QEvent(kWork), work_(std::move(work)) {}
+    std::function<void()> const work_;
+};
+
+/// What a worker changes row by row is shown at most so often: for each row alone, taking the lock from it, bringing
+/// the views up to date and painting would cost more than the row (milliseconds).
+constexpr qint64 kFrame = 40;
+
+Application *application = nullptr;
+QEventLoop *main_loop = nullptr;
+
+/// The lock of an outermost delivery. A callback that left the library for good has taken it away already.
+class HeldByDelivery {
+  public:
+    HeldByDelivery() { PtLockAcquireGui(); }
+    ~HeldByDelivery() {
+        if (PtLockHeld())
+            PtLockReleaseGui();
+    }
+    HeldByDelivery(HeldByDelivery const &) = delete;
+    HeldByDelivery &operator=(HeldByDelivery const &) = delete;
+};
+
+} // namespace
+
+Application::Application(int &argc, char **argv) : QApplication(argc, argv) {}
+
+Application *TheApplication() { return application; }
+
+bool Application::notify(QObject *receiver, QEvent *event) {
+    if (!PtOnGuiThread() || PtServingFlush() || PtLockHeld())
+        return !PtOnGuiThread() || PtServingFlush() ? QApplication::notify(receiver, event)
+                                                    : Deliver(receiver, event);
+    if (receiver == &waker_ && event->type() == kSoon && Paced())
+        return true;
+    HeldByDelivery const held;
+    depth_++;
+    PtFreeDestroyed();
+    SyncViews();
+    bool const result = Deliver(receiver, event);
+    depth_--;
+    return result;
+}
+
+bool Application::Deliver(QObject *receiver, QEvent *event) {
+    if (receiver == &waker_) {
+        if (event->type() == kWake || event->type() == kSoon || event->type() == QEvent::Timer) {
+            // The views have been brought up to date on the way here.
+            SyncDone(event->type());
+            if (depth_ == 1)
+                BuryViews();
+            if (main_loop && !WindowsLeft())
+                main_loop->quit();
+        } else if (event->type() == kWork) {
+            static_cast<WorkEvent *>(event)->work_();
+        }
+        return true;
+    }
+    PhEvent_t const input = EventOf(*event);
+    if (input.type != 0) {
+        CurrentInputScope const current(input);
+        if (FilterInput(receiver, event))
+            return true;
+        return QApplication::notify(receiver, event);
+    }
+    if (FilterInput(receiver, event))
+        return true;
+    bool const result = QApplication::notify(receiver, event);
+    AfterInput(receiver, event);
+    return result;
+}
+
+/// Puts a worker's changes off to the next frame when the last one was just now.
+bool Application::Paced() {
+    qint64 const left = since_frame_.isValid() ? kFrame - since_frame_.elapsed() : 0;
+    if (left > 0 && !pace_.isActive())
+        pace_.start(static_cast<int>(left), Qt::PreciseTimer, &waker_);
+    return left > 0;
+}
+
+void Application::SyncDone(QEvent::Type asked) {
+    if (asked == kWake) {
+        woken_ = false;
+        return;
+    }
+    soon_ = false;
+    pace_.stop();
+    since_frame_.start();
+}
+
+void Application::Wake() {
+    bool const soon = !PtOnGuiThread() && !PtCore().flushing;
+    std::atomic<bool> &asked = soon ? soon_ : woken_;
+    if (!asked.load(std::memory_order_relaxed) && !asked.exchange(true))
+        QCoreApplication::postEvent(&waker_, new QEvent(soon ? kSoon : kWake));
+}
+
+void Application::Post(std::function<void()> work) {
+    QCoreApplication::postEvent(&waker_, new WorkEvent(std::move(work)));
+}
+
+bool WindowsLeft() {
+    return std::any_of(PtTopLevels().begin(), PtTopLevels().end(), [](PtWidget const *widget) {
+        return widget->widget_class->is_window && !(widget->flags & Pt_DESTROYED);
+    });
+}
+
+int PtInit(char const *) {
+    if (application)
+        return 0;
+    if (QCoreApplication::instance()) {
+        fprintf(stderr, "PtInit: another application object exists already\n");
+        return -1;
+    }
+    if (!getenv("QT_QPA_PLATFORM") && !getenv("DISPLAY") && !getenv("WAYLAND_DISPLAY")) {
+        fprintf(stderr, "PtInit: there is no display (DISPLAY and WAYLAND_DISPLAY are not set)\n");
+        return -1;
+    }
+    static int argc = 1;
+    static char name[] = "corvanta";
+    static char *argv[] = {name, nullptr};
+    QGuiApplication::setDesktopFileName(QStringLiteral("corvanta"));
+    QCoreApplication::setApplicationName(QStringLiteral("Corvanta"));
+    application = new Application(argc, argv); // lives as long as the process; PtExit deletes it
+    // Dates and numbers on the wire and in files are not the user's language.
+    setlocale(LC_NUMERIC, "C");
+    setlocale(LC_TIME, "C");
+    QApplication::setQuitOnLastWindowClosed(false);
+    QString const style = QApplication::style()->objectName();
+    bool const plain = style.isEmpty() || style.compare(QLatin1String("windows"), Qt::CaseInsensitive) == 0;
+    QApplication::setStyle(new Style(QStyleFactory::create(plain ? QStringLiteral("Fusion") : style)));
+    PtSetDisplay(&QtDisplay::The());
+    PtLockInit();
+    return 0;
+}
+
+int PtProcessEvent(void) {
+    if (!application || !PtOnGuiThread())
+        return -1;
+    PtLockPause const pause;
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return 0;
+}
+
+int PtBkgdHandlerProcess(void) {
+    if (!application || !PtOnGuiThread())
+        return -1;
+    PtLockPause const pause;
+    QCoreApplication::processEvents();
+    return 0;
+}
+
+void PtMainLoop(void) {
+    if (!application || !PtOnGuiThread() || main_loop)
+        return;
+    QEventLoop loop;
+    main_loop = &loop;
+    application->Wake();
+    while (WindowsLeft()) {
+        PtLockPause const pause;
+        loop.exec();
+    }
+    main_loop = nullptr;
+}
+
+void PtExit(int status) {
+    // Workers may still run; whoever of them enters the library from now on waits there until the process is gone.
+    if (application && PtOnGuiThread() && application->depth() == 0) {
+        BuryViews();
+        delete application;
+        application = nullptr;
+    }
+    fflush(nullptr);
+    _exit(status);
+}

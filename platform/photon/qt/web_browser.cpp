@@ -1,0 +1,183 @@
+#include "qt/web_browser.h"
+
+#include <QDesktopServices>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPrinter>
+#include <QPushButton>
+#include <QTextBlock>
+#include <QTextCursor>
+
+#include <algorithm>
+
+namespace {
+
+/// Pages are made for black on white; on a dark desktop the text would vanish otherwise.
+QPalette PagePalette(QPalette palette) {
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::Text, Qt::black);
+    palette.setColor(QPalette::WindowText, Qt::black);
+    palette.setColor(QPalette::PlaceholderText, Qt::darkGray);
+    palette.setColor(QPalette::Link, QColor(0, 0, 0xCC));
+    palette.setColor(QPalette::LinkVisited, QColor(0, 0, 0xCC));
+    return palette;
+}
+
+QVariant FlatPlaceholder() {
+    QPixmap pixmap(1, 1);
+    pixmap.fill(Qt::transparent);
+    return pixmap;
+}
+
+/// Makes images that are wider than `width` as wide.
+void LimitImages(QTextDocument &document, qreal width) {
+    for (QTextBlock block = document.begin(); block.isValid(); block = block.next()) {
+        // The formats are changed afterwards: a change ends the iterator's life.
+        std::vector<std::pair<int, QTextImageFormat>> wide;
+        for (auto part = block.begin(); !part.atEnd(); ++part) {
+            QTextImageFormat format = part.fragment().charFormat().toImageFormat();
+            if (!format.isValid())
+                continue;
+            QVariant const image = document.resource(QTextDocument::ImageResource, QUrl(format.name()));
+            qreal const natural = format.width() > 0 ? format.width() : image.value<QPixmap>().width();
+            if (natural <= width)
+                continue;
+            if (format.height() > 0)
+                format.setHeight(format.height() * width / natural);
+            format.setWidth(width);
+            wide.emplace_back(part.fragment().position(), format);
+        }
+        for (auto const &[position, format] : wide) {
+            QTextCursor cursor(&document);
+            cursor.setPosition(position);
+            cursor.setPosition(position + 1, QTextCursor::KeepAnchor);
+            cursor.setCharFormat(format);
+        }
+    }
+}
+
+} // namespace
+
+WebBrowser::WebBrowser(QWidget *parent) : QTextBrowser(parent) {
+    setPalette(PagePalette(palette()));
+    setOpenLinks(false);
+    setOpenExternalLinks(false);
+    setAcceptDrops(false);
+    setUndoRedoEnabled(false);
+    document()->setDefaultStyleSheet(QStringLiteral("body { color: #000000; } a { color: #0000cc; }"));
+    layout_timer_.setSingleShot(true);
+    layout_timer_.setInterval(50);
+    connect(&layout_timer_, &QTimer::timeout, this, [this] { LayOutAgain(); });
+    connect(this, &QTextBrowser::anchorClicked, this, [this](QUrl const &link) { AskAboutLink(link); });
+    connect(this, &QTextBrowser::highlighted, this, [this](QUrl const &link) {
+        if (on_link)
+            on_link(IsOpenableLink(link) ? link.toString(QUrl::FullyEncoded) : QString());
+    });
+}
+
+void WebBrowser::ShowPage(QString const &html, unsigned images) {
+    layout_timer_.stop();
+    frames_.clear();
+    awaited_ = images;
+    // setHtml alone would keep the images of the page before, whose names are the same.
+    document()->clear();
+    setHtml(html);
+    moveCursor(QTextCursor::Start);
+}
+
+void WebBrowser::ShowImage(unsigned number, QPixmap const &image) {
+    if (awaited_ > 0)
+        --awaited_;
+    if (!image.isNull())
+        document()->addResource(QTextDocument::ImageResource, QUrl(QStringLiteral("img:%1").arg(number)), image);
+    if (awaited_ == 0)
+        LayOutAgain();
+    else if (!layout_timer_.isActive())
+        layout_timer_.start();
+}
+
+void WebBrowser::LayOutAgain() {
+    layout_timer_.stop();
+    document()->markContentsDirty(0, document()->characterCount());
+}
+
+bool WebBrowser::Print(QPrinter &printer) {
+    std::unique_ptr<QTextDocument> const copy(document()->clone(document()));
+    constexpr qreal kMargins = 2 * 2 / 2.54; // inches; QTextDocument leaves 2 cm at each side
+    qreal const width = (printer.pageRect(QPrinter::Inch).width() - kMargins) * logicalDpiX();
+    LimitImages(*copy, std::max(width, 100.0));
+    copy->print(&printer);
+    return printer.printerState() != QPrinter::Error;
+}
+
+void WebBrowser::doSetSource(QUrl const &, QTextDocument::ResourceType) {}
+
+QVariant WebBrowser::loadResource(int type, QUrl const &name) {
+    if (type != QTextDocument::ImageResource)
+        return QByteArray("");
+    return name.scheme() == QLatin1String("frame") ? Frame(name) : FlatPlaceholder();
+}
+
+/// An empty frame of the size that its name tells. Only so many sizes, since each costs memory.
+QVariant WebBrowser::Frame(QUrl const &name) {
+    constexpr size_t kMostSizes = 32;
+    QStringList const sides = name.path().split(QLatin1Char('x'));
+    int const width = sides.value(0).toInt(), height = sides.value(1).toInt();
+    if (width < 3 || height < 3 || width > 1000 || height > 1000)
+        return FlatPlaceholder();
+    if (frames_.size() >= kMostSizes && !frames_.contains(name.path()))
+        return FlatPlaceholder();
+    frames_.insert(name.path());
+    QPixmap pixmap(width, height);
+    pixmap.fill(Qt::white);
+    QPainter painter(&pixmap);
+    painter.setPen(QColor(0xB0, 0xB0, 0xB0));
+    painter.drawRect(0, 0, width - 1, height - 1);
+    painter.end();
+    return pixmap;
+}
+
+bool IsOpenableLink(QUrl const &link) {
+    if (!link.isValid())
+        return false;
+    if (link.scheme() == QLatin1String("mailto"))
+        return !link.path().isEmpty();
+    return (link.scheme() == QLatin1String("http") || link.scheme() == QLatin1String("https")) &&
+           !link.host().isEmpty();
+}
+
+QString LinkQuestion(QUrl const &link) {
+    constexpr int kLine = 80, kLines = 8;
+    QString question = link.scheme() == QLatin1String("mailto")
+                           ? QStringLiteral("Write to this address?\n\n")
+                           : QStringLiteral("Open this page in your web browser?\n\nServer: %1\n\n")
+                                 .arg(link.host(QUrl::FullyEncoded));
+    QString const address = link.toString(QUrl::FullyEncoded);
+    for (int line = 0; line * kLine < address.size(); ++line) {
+        if (line == kLines)
+            return question + QStringLiteral("...");
+        question += address.mid(line * kLine, kLine) + QLatin1Char('\n');
+    }
+    return question;
+}
+
+void WebBrowser::AskAboutLink(QUrl const &link) {
+    if (!IsOpenableLink(link))
+        return;
+    auto *const box = new QMessageBox(window());
+    box->setObjectName(QStringLiteral("linkQuestion"));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setIcon(QMessageBox::Question);
+    box->setWindowTitle(QStringLiteral("Open Link"));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(LinkQuestion(link));
+    QPushButton *const open = box->addButton(QStringLiteral("&Open"), QMessageBox::AcceptRole);
+    open->setObjectName(QStringLiteral("linkQuestion_open"));
+    QPushButton *const cancel = box->addButton(QMessageBox::Cancel);
+    cancel->setObjectName(QStringLiteral("linkQuestion_cancel"));
+    box->setDefaultButton(cancel);
+    box->setEscapeButton(cancel);
+    // The program goes on meanwhile: nothing waits here.
+    connect(open, &QPushButton::clicked, box, [link] { QDesktopServices::openUrl(link); });
+    box->open();
+}

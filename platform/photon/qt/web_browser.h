@@ -1,0 +1,45 @@
+#pragma once
+// The text browser of a web view.
+
+#include <QTextBrowser>
+#include <QTimer>
+
+#include <functional>
+#include <set>
+
+class QPrinter;
+
+class WebBrowser : public QTextBrowser {
+  public:
+    explicit WebBrowser(QWidget *parent);
+
+    /// Shows a clean page, whose `images` images ("img:<n>") come later or never.
+    void ShowPage(QString const &html, unsigned images);
+    /// Gives an image of the page; null when it cannot be shown.
+    void ShowImage(unsigned number, QPixmap const &image);
+    /// Prints the page, with images no wider than the paper. False when the printer does not work.
+    bool Print(QPrinter &printer);
+
+    /// Called with the address under the pointer, empty when it has left the link.
+    std::function<void(QString const &)> on_link;
+
+  protected:
+    /// Answers images of the page and a frame for missing ones. Never nothing: Qt would go on to open the name.
+    QVariant loadResource(int type, QUrl const &name) override;
+    /// Navigation is the program's business.
+    void doSetSource(QUrl const &name, QTextDocument::ResourceType type) override;
+
+  private:
+    QVariant Frame(QUrl const &name);
+    void AskAboutLink(QUrl const &link);
+    void LayOutAgain();
+
+    unsigned awaited_ = 0;     ///< images that have not come yet
+    std::set<QString> frames_; ///< sizes of frames made for this page
+    QTimer layout_timer_;      ///< gathers images that arrive together
+};
+
+/// The text of the question before a link is opened: where it really goes, in lines of bounded length.
+QString LinkQuestion(QUrl const &link);
+/// Whether a link may be handed to the desktop at all: http, https and mailto.
+bool IsOpenableLink(QUrl const &link);

@@ -1,0 +1,126 @@
+#include "vserver/files.h"
+
+#include "vserver/clean.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace vserver {
+namespace {
+
+Fd OpenBeneath(int directory, std::string const &path, uint64_t flags) {
+    open_how how{};
+    how.flags = flags | O_CLOEXEC;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    return Fd(static_cast<int>(syscall(SYS_openat2, directory, path.c_str(), &how, sizeof how)));
+}
+
+/// Opens a regular file of at most `limit` bytes for reading; on failure errno tells why. Does not wait for the other
+/// end of a pipe.
+Fd OpenRegular(int directory, std::string const &name, size_t limit) {
+    Fd file = OpenBeneath(directory, name, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status {};
+    if (!file.Valid() || fstat(file.Get(), &status) != 0)
+        return {};
+    if (!S_ISREG(status.st_mode) || static_cast<uint64_t>(status.st_size) > limit) {
+        errno = S_ISREG(status.st_mode) ? EFBIG : EINVAL;
+        return {};
+    }
+    return file;
+}
+
+/// The part of `path` below `root`; empty when it is not below it.
+std::string_view Below(std::string_view root, std::string_view path) {
+    while (root.size() > 1 && root.back() == '/')
+        root.remove_suffix(1);
+    if (root.size() < 2 || root[0] != '/' || path.size() <= root.size() + 1 || path.substr(0, root.size()) != root ||
+        path[root.size()] != '/')
+        return {};
+    std::string_view rest = path.substr(root.size());
+    while (!rest.empty() && rest[0] == '/')
+        rest.remove_prefix(1);
+    return rest;
+}
+
+bool HasParentStep(std::string_view path) {
+    while (!path.empty()) {
+        size_t const end = std::min(path.find('/'), path.size());
+        if (path.substr(0, end) == "..")
+            return true;
+        path.remove_prefix(std::min(end + 1, path.size()));
+    }
+    return false;
+}
+
+/// Opens `rest` below `root`; errno tells why not.
+OpenedPage OpenBelow(std::string const &root, std::string_view rest) {
+    OpenedPage page;
+    Fd const top(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    size_t const slash = rest.rfind('/');
+    std::string const directory(slash == std::string_view::npos ? "." : rest.substr(0, slash));
+    std::string const name(slash == std::string_view::npos ? rest : rest.substr(slash + 1));
+    if (top.Valid())
+        page.directory = OpenBeneath(top.Get(), directory, O_PATH | O_DIRECTORY);
+    if (page.directory.Valid())
+        page.file = OpenRegular(page.directory.Get(), name, kMaxPageBytes);
+    if (!page.file.Valid())
+        page.error = strerror(errno);
+    return page;
+}
+
+} // namespace
+
+OpenedPage OpenPage(std::vector<std::string> const &roots, std::string_view url) {
+    constexpr std::string_view kScheme = "file://";
+    OpenedPage page;
+    page.error = "Not a page of this program";
+    if (url.substr(0, kScheme.size()) != kScheme || url.find('\0') != std::string_view::npos || HasParentStep(url))
+        return page;
+    for (std::string const &root : roots) {
+        std::string_view const rest = Below(root, url.substr(kScheme.size()));
+        if (rest.empty())
+            continue;
+        page = OpenBelow(root, rest);
+        if (page.file.Valid())
+            break;
+    }
+    return page;
+}
+
+Fd OpenImage(Fd const &directory, std::string const &name) {
+    if (!IsPlainImageName(name))
+        return {};
+    return OpenRegular(directory.Get(), name, kMaxImageBytes);
+}
+
+bool ReadFile(int descriptor, size_t limit, std::string &bytes) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0)
+        return false;
+    bytes.resize(std::min<size_t>(static_cast<size_t>(status.st_size), limit) + 1);
+    size_t done = 0;
+    for (;;) {
+        if (done == bytes.size()) {
+            if (done > limit)
+                return false;
+            bytes.resize(std::min(2 * done, limit + 1));
+        }
+        ssize_t const got = pread(descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            return false;
+        if (got == 0)
+            break;
+        done += static_cast<size_t>(got);
+    }
+    bytes.resize(done);
+    return done <= limit;
+}
+
+} // namespace vserver

@@ -1,0 +1,112 @@
+#pragma once
+// What the page server and the view that started it say to each other, over a SOCK_SEQPACKET pair whose far end is
+// descriptor 3 of the server. One packet is one message: a Header, a text of `text_size` bytes, and for pages and
+// images one descriptor, a sealed memory file.
+//
+//   view                          server
+//                                 Hello   value[0] = kVersion
+//   Load   id, text = URL
+//                                 Page    id, value = {images, bytes}, descriptor = clean HTML in UTF-8
+//                                 Image   id, value = {n, width, height}, descriptor = RGBA, 4 bytes a pixel; or
+//                                         {n, 0, 0} without one: the image could not be shown
+//                                 Error   id, text = why there is no page (instead of Page)
+//   Quit                          (ends; so does the end of the connection)
+//
+// A Page or Error also says that the page and its images have been opened: the files may change from then on. A Load
+// ends the one before it; the view drops what still arrives under an earlier id. Neither side trusts the other: a
+// message that breaks these rules ends the connection.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace vserver {
+
+constexpr int kServerSocket = 3; ///< the server's end
+constexpr uint32_t kMagic = 0x31505356, kVersion = 1;
+constexpr size_t kMaxText = 4096;                     ///< URLs and error texts, bytes
+constexpr size_t kMaxPageBytes = 16u << 20;           ///< a page's file
+constexpr size_t kMaxImageBytes = 32u << 20;          ///< an image's file
+constexpr size_t kMaxCleanBytes = 64u << 20;          ///< a clean page
+constexpr uint32_t kMaxImages = 200;                  ///< different images in a page
+constexpr uint32_t kMaxImageSide = 16384;             ///< pixels
+constexpr uint64_t kMaxImagePixels = 40'000'000;      ///< of one image
+constexpr uint64_t kMaxPageImagePixels = 120'000'000; ///< of all images of a page
+
+enum class Kind : uint16_t { Hello = 1, Load, Page, Image, Error, Quit };
+
+struct Header {
+    uint32_t magic = kMagic;
+    Kind kind = Kind::Hello;
+    uint16_t text_size = 0;
+    uint32_t id = 0;
+    std::array<uint32_t, 3> value{};
+};
+
+/// Owns one descriptor, -1 for none.
+class Fd {
+  public:
+    Fd() = default;
+    explicit Fd(int descriptor) : descriptor_(descriptor) {}
+    Fd(Fd &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    Fd &operator=(Fd &&other) noexcept {
+        Reset(std::exchange(other.descriptor_, -1));
+        return *this;
+    }
+    Fd(Fd const &) = delete;
+    Fd &operator=(Fd const &) = delete;
+    ~Fd() { Reset(); }
+
+    int Get() const { return descriptor_; }
+    bool Valid() const { return descriptor_ >= 0; }
+    int Release() { return std::exchange(descriptor_, -1); }
+    void Reset(int descriptor = -1);
+
+  private:
+    int descriptor_ = -1;
+};
+
+struct Packet {
+    Header header;
+    std::string text;
+    Fd descriptor; ///< close-on-exec
+};
+
+/// Sends one message; `descriptor` -1 for none (it stays the caller's). Waits while the other side's queue is full.
+/// Returns 0 or an errno; a closed connection is EPIPE, never a signal.
+int Send(int socket, Kind kind, uint32_t id, std::array<uint32_t, 3> value = {}, std::string_view text = {},
+         int descriptor = -1);
+
+enum class Received { Message, Nothing, Closed, Bad };
+
+/// Takes the next message without waiting. Bad: its sizes, magic, kind, version, descriptor or counts break the rules
+/// above (descriptors that came with it are closed); whether the id is of interest is for the caller to say.
+Received Receive(int socket, Packet &packet);
+
+/// Makes an empty memory file that can be sealed. Not Valid() on failure.
+Fd MakeMemory(char const *name);
+/// Freezes size and content for ever. False when that fails, as while someone has it mapped for writing.
+bool Seal(int descriptor);
+
+/// The bytes of a sealed memory file, mapped read-only for the life of this object.
+class SealedBytes {
+  public:
+    /// Maps `descriptor` when all four seals are set and its size is exactly `size`; otherwise Valid() is false.
+    SealedBytes(int descriptor, size_t size);
+    ~SealedBytes();
+    SealedBytes(SealedBytes const &) = delete;
+    SealedBytes &operator=(SealedBytes const &) = delete;
+
+    bool Valid() const { return valid_; }
+    std::string_view Bytes() const { return {static_cast<char const *>(address_), size_}; }
+
+  private:
+    void *address_ = nullptr;
+    size_t size_ = 0;
+    bool valid_ = false;
+};
+
+} // namespace vserver
