@@ -1,0 +1,94 @@
+#include "app/folder_view.h"
+
+#include "app/message_view.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "net/server.h"
+#include "net/session_lock.h"
+#include "pop/check_mail.h"
+#include "profiles/profile_tree.h"
+#include "store/folder.h"
+#include "ui/widgets.h"
+#include "widgets/header_list.h"
+#include "widgets/open_profile.h"
+#include "widgets/toolkit.h"
+
+#include <cstring>
+
+namespace {
+
+MailProfile *AsMail(ServerAccount *account) {
+    return account && account->profileKind != kNewsProfile ? static_cast<MailProfile *>(account) : nullptr;
+}
+
+/// Nothing of the folder that was open stays: rows, message, connection.
+void LeaveFolder() {
+    LeaveMessage();
+    if (AccountRef<ServerAccount> const left = currentProfile) {
+        if (MailProfile *const mail = AsMail(left.Get()))
+            mail->checkActive = 0;
+        if (left->serverSocket > 0) {
+            SessionLock const lock(*left, SessionLock::kCallback);
+            CloseConnection(*left, 0);
+        }
+    }
+    FreeHeaderList();
+}
+
+void OpenMailFolder(MailProfile &profile, bool changed) {
+    profile.checkActive = 0;
+    if (!AddFolderRows(profile.name, currentFolder))
+        return;
+    profile.checkCountdown = DecimalPrefix(profile.checkInterval);
+    if (changed && strcmp(currentFolder, "Inbox") == 0)
+        StartCheckMailThread();
+}
+
+} // namespace
+
+bool AddFolderRows(char const *profile, char const *folder) {
+    std::string const path = FolderDirectory(profile, folder);
+    auto const addRows = [&] {
+        return ReadFolderIndex(path.c_str(), [](IndexRecord const &record) {
+            AddHeaderRow(record.row, kRowWidth, kStored, record.number, ABW_treeMessageHeaders, lastHeaderItem);
+        });
+    };
+    if (addRows())
+        return true;
+    SetStatus("Converting Mailbox Format");
+    PtFlush();
+    ConvertFolderIndex(profile, folder);
+    SetStatus("Finished Conversion");
+    return addRows();
+}
+
+int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
+    auto const *const selection = static_cast<PtTreeCallback_t *>(cbinfo->cbdata);
+    bool const clicked = cbinfo->event && cbinfo->event->type == Ph_EV_BUT_RELEASE;
+    if (!clicked || selection->click_count != 1 || !ProfileOf(selection->item))
+        return Pt_CONTINUE;
+    AccountRef<ServerAccount> const profile(ProfileOf(selection->item));
+    char const *const folder = FatherOf(selection->item) ? selection->item->string : "Inbox";
+    bool changed = strcmp(currentFolder, folder) != 0;
+    CopyText(currentFolder, folder);
+    bool const otherProfile = profile.Get() != currentProfile.Get();
+    if (otherProfile || changed) {
+        changed = true;
+        LeaveFolder();
+    }
+    MailProfile *const mail = AsMail(profile.Get());
+    // A profile that is opened lists what its server has from the first message on; so does an Inbox whose rows went
+    // with the list when another folder was opened.
+    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, "Inbox") == 0;
+    if (mail && (otherProfile || rowsGone))
+        mail->serverMessageCount = 0;
+    currentProfile = profile;
+    if (mail)
+        OpenMailFolder(*mail, changed);
+    return Pt_CONTINUE;
+}
+
+int OnProfilesGone(PtWidget_t *widget, ApInfo_t *, PtCallbackInfo_t *) {
+    FreeProfileTree(widget);
+    return Pt_CONTINUE;
+}

@@ -1,0 +1,15 @@
+#pragma once
+// Opening a folder into the header list.
+
+#include "Ap.h"
+
+/// Selection of an item of treeProfiles. Acts on a finished single click only: opens the folder, or a profile's
+/// Inbox, and checks for mail when the Inbox was newly opened.
+int OnProfileSelected(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+
+/// Destroyed callback of treeProfiles.
+int OnProfilesGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+
+/// Appends the rows of the open profile's folder to the header list, converting an index of earlier versions first.
+/// Returns false when the folder has no index. Under the library lock.
+bool AddFolderRows(char const *profile, char const *folder);

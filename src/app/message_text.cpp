@@ -1,0 +1,63 @@
+#include "app/message_text.h"
+
+#include "base/paths.h"
+#include "net/server.h"
+#include "pop/message.h"
+#include "store/folder.h"
+#include "ui/widgets.h"
+#include "widgets/toolkit.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+namespace {
+
+constexpr int kSpareBytes = 21;
+
+/// Says why something failed unless a lower layer has said it better since the status was cleared.
+void SetStatusUnlessTold(char const *text) {
+    if (!*WidgetText(ABW_lblStatus))
+        SetStatus(text);
+}
+
+} // namespace
+
+MessageText StoredText(MailProfile const &profile, char const *folder, int32_t number) {
+    if (!HomeDirectory())
+        return {};
+    errno = 0;
+    long length = 0;
+    MessageText text;
+    text.block.reset(ReadMessageFile(FolderDirectory(profile.name, folder).c_str(), number, kSpareBytes, &length));
+    text.length = static_cast<size_t>(length);
+    if (!text)
+        SetStatus("Cannot read message " + std::to_string(number) + " of " + folder +
+                  (errno ? std::string(": ") + strerror(errno) : ""));
+    return text;
+}
+
+bool EnsureConnected(MailProfile &profile) {
+    if (profile.serverSocket >= 1)
+        return true;
+    SetStatus("");
+    profile.serverSocket = OpenMailConnection(profile, ABW_treeProfiles, kPop3);
+    if (profile.serverSocket < 0) {
+        SetStatusUnlessTold("Could not connect to mail server");
+        return false;
+    }
+    if (PopLogin(profile) == 1)
+        return true;
+    CloseConnection(profile);
+    SetStatusUnlessTold("The mail server refused the login");
+    return false;
+}
+
+MessageText ServerText(MailProfile &profile, int32_t number) {
+    SetStatus("");
+    MessageText text;
+    text.block.reset(getMessage(number, profile, 1, &text.length));
+    if (!text)
+        SetStatusUnlessTold("The message could not be fetched");
+    return text;
+}

@@ -1,0 +1,125 @@
+#include "app/start.h"
+
+#include "Pf.h"
+#include "Pg.h"
+#include "app/context_menus.h"
+#include "app/home_page.h"
+#include "app/message_commands.h"
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/text.h"
+#include "photon/PtWebClient.h"
+#include "profiles/profile_tree.h"
+#include "ui/widgets.h"
+#include "widgets/activity.h"
+#include "widgets/open_profile.h"
+#include "widgets/pictures.h"
+#include "widgets/toolkit.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+/// What there is no use for before news are there.
+void GhostWhatIsToCome() {
+    if (ABW_mnuSettings_NewsAccounts)
+        PtSetResource(ABW_mnuSettings_NewsAccounts, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED | Pt_GHOST);
+}
+
+int WebStartError() {
+    int *error = nullptr;
+    PtGetResource(ABW_webEmailMessage, Pt_ARG_WEB_STARTUP_ERRNO, &error, 0);
+    return error ? *error : 0;
+}
+
+/// Starts the page server behind the message view, from the path or else from its usual place. Without one the
+/// program runs on and shows no pages.
+void StartPageServer() {
+    PtWidget_t *const web = ABW_webEmailMessage;
+    char const *roots[] = {TempDir, HomePageDirectory().c_str()};
+    bool const scratch = TempDir[0] != 0;
+    PtSetResource(web, Pt_ARG_WEB_ROOTS, scratch ? roots : roots + 1, scratch ? 2 : 1);
+    PtSetResource(web, Pt_ARG_WEB_OPTION, "10000", "main_cache_kb_size");
+    PtSetResource(web, Pt_ARG_WEB_OPTION, "10000", "Image_Cache_Size_KB");
+    PtSetResource(web, Pt_ARG_WEB_COMMAND, nullptr, Pt_WEB_COMMAND_13);
+    PtSetResource(web, Pt_ARG_CLIENT_NAME, "Corvanta", 0);
+    PtSetResource(web, Pt_ARG_WEB_SERVER, "vserver -n Corvanta", 0);
+    if (WebStartError() == 0)
+        return;
+    PtSetResource(web, Pt_ARG_WEB_SERVER, "/usr/photon/bin/vserver", 0);
+    if (int const error = WebStartError()) {
+        errno = error;
+        perror("Error setting up vserver\n");
+    }
+}
+
+void SetModuleFunctions() {
+    ABM_base.setup = SetUpBase;
+    ABM_mnuProfile.setup = SetUpProfileMenu;
+    ABM_mnuFolder.setup = SetUpFolderMenu;
+    ABM_mnuHeaders.setup = SetUpHeadersMenu;
+}
+
+} // namespace
+
+int init(int argc, char *argv[]) {
+    opterr = 0; // the toolkit's own options are unknown here, and right
+    for (int option; (option = getopt(argc, argv, "v")) != -1;)
+        if (option == 'v')
+            VerboseLevel++;
+        else
+            LogError("%s: unknown option %c", argv[0], option);
+    return 0;
+}
+
+int StartCorvanta(int argc, char **argv, ApContext_t &context) {
+    signal(SIGPIPE, SIG_IGN);
+    context.state = 0;
+    if (ApInitialize(argc, argv, &context) != 0)
+        return -1;
+    PgSetDrawBufferSize(65535);
+    init(argc, argv);
+    SetModuleFunctions();
+    return ApLinkWindow(nullptr, &ABM_base, nullptr) ? 0 : -1;
+}
+
+int RunCorvanta(int argc, char **argv, ApContext_t &context) {
+    if (StartCorvanta(argc, argv, context) != 0)
+        return 1;
+    PtMainLoop();
+    PtExit(0);
+}
+
+int SetUpBase(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    PfGenerateFontName("Helvetica", 0, 12, AlertFont);
+    CopyText(currentFolder, "Inbox");
+    return Pt_CONTINUE;
+}
+
+int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    SetTempDir();
+    GhostWhatIsToCome();
+    EmailWidgetsDb = ApOpenDBase(&ABM_picEmailWidgets);
+    SetRowPictures(ABW_treeProfiles);
+    SetRowPictures(ABW_treeAttachments);
+    LoadMailProfiles(ABW_treeProfiles, kWithFolders);
+    LoadNewsProfiles(ABW_treeProfiles, kWithFolders);
+    StartPageServer();
+    ShowHomePage();
+    PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);
+    return Pt_CONTINUE;
+}
+
+int OnBaseUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    RemoveTempFiles(TempDir, true);
+    return Pt_CONTINUE;
+}
+
+int OnPageViewDestroyed(PtWidget_t *web, ApInfo_t *, PtCallbackInfo_t *) {
+    char block[1024] = {};
+    PtSetResource(web, Pt_ARG_WEB_COMMAND, block, Pt_WEB_COMMAND_EXIT);
+    return Pt_CONTINUE;
+}

@@ -1,0 +1,79 @@
+#include "app/timers.h"
+
+#include "net/server.h"
+#include "net/session_lock.h"
+#include "pop/check_mail.h"
+#include "profiles/profile_tree.h"
+#include "ui/widgets.h"
+#include "widgets/activity.h"
+#include "widgets/open_profile.h"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+constexpr int kCheckTickSeconds = 5;
+constexpr int kCheckTickMilliseconds = kCheckTickSeconds * 1000;
+constexpr int kNoopReplyWidth = 100;
+
+/// The mail profiles of the tree. They are held because the tree may be rebuilt while one of them is talked to.
+std::vector<AccountRef<ServerAccount>> MailProfiles() {
+    std::vector<AccountRef<ServerAccount>> profiles;
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeProfiles); item; item = BrotherOf(item))
+        if (ServerAccount *const account = ProfileOf(item); account && account->profileKind == kMailProfile)
+            profiles.emplace_back(account);
+    return profiles;
+}
+
+void KeepAlive(ServerAccount &account) {
+    if (account.serverSocket <= 0)
+        return;
+    // A connection whose lock is taken is in use, so it is alive.
+    SessionLock const lock = SessionLock::Try(account);
+    if (!lock.Held() || account.serverSocket <= 0)
+        return;
+    char reply[kNoopReplyWidth] = "";
+    if (WriteServerLine(account.serverSocket, "NOOP") > 0)
+        ReadServerLine(account.serverSocket, reply, sizeof reply, kKeepAliveSeconds);
+    if (!reply[0])
+        CloseConnection(account);
+}
+
+} // namespace
+
+int OnCheckEmail(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    // Without an open profile the start finds one or asks for it. A news group has no mail to check.
+    if (!currentProfile || currentProfile->profileKind != kNewsProfile)
+        StartCheckMailThread();
+    return Pt_CONTINUE;
+}
+
+int OnCheckEmailTimer(PtWidget_t *timer, ApInfo_t *, PtCallbackInfo_t *) {
+    MailProfile *const profile = CurrentMailProfile();
+    if (!profile || strcmp(currentFolder, "Inbox") != 0)
+        return Pt_CONTINUE;
+    profile->checkCountdown -= kCheckTickSeconds;
+    if (profile->checkCountdown >= 0)
+        return Pt_CONTINUE;
+    // No tick while the start asks something.
+    PtSetResource(timer, Pt_ARG_TIMER_REPEAT, 0, 0);
+    StartCheckMailThread();
+    PtSetResource(timer, Pt_ARG_TIMER_REPEAT, kCheckTickMilliseconds, 0);
+    return Pt_CONTINUE;
+}
+
+int OnNoopTimer(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    for (AccountRef<ServerAccount> const &profile : MailProfiles())
+        KeepAlive(*profile);
+    return Pt_CONTINUE;
+}
+
+int OnAnimationTimer(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    static constexpr char const *kFrames[] = {"lblStar1", "lblStar2", "lblStar3", "lblStar4"};
+    static unsigned frame = 0;
+    ShowStar(kFrames[frame]);
+    PtFlush();
+    frame = (frame + 1) % 4;
+    return Pt_CONTINUE;
+}

@@ -1,0 +1,30 @@
+#include "base/account.h"
+
+#include <cstring>
+#include <unistd.h>
+
+ServerAccount::ServerAccount(int32_t kind)
+    : name{}, userName{}, emailAddress{}, password{}, fullName{}, signatureFile{}, serverSocket(-1),
+      profileKind(kind), references(0) {
+    sem_init(&sessionLock, 0, 1);
+}
+
+ServerAccount::~ServerAccount() {
+    if (serverSocket > 0)
+        close(serverSocket);
+    sem_destroy(&sessionLock);
+    explicit_bzero(password, sizeof password);
+}
+
+MailProfile::MailProfile()
+    : ServerAccount(kMailProfile), popServer{}, smtpServer{}, checkInterval{}, leaveOnServer{}, serverMessageCount(0),
+      checkIntervalSeconds(0), checkCountdown(0), checkActive(0), checkWaiting(false) {}
+
+bool MailProfile::LeavesMailOnServer() const { return strcmp(leaveOnServer, "LEAVEONSERVER") == 0; }
+
+void Retain(ServerAccount *account) { account->references++; }
+
+void Release(ServerAccount *account) {
+    if (--account->references == 0)
+        delete account;
+}

@@ -1,0 +1,77 @@
+#pragma once
+// The records of accounts: the fields of their files and the state of their connection.
+
+#include <atomic>
+#include <cstdint>
+#include <semaphore.h>
+
+constexpr int kMailProfile = 1;
+constexpr int kNewsProfile = 3;
+
+/// What mail and news accounts have in common. A record lives as long as anybody holds a reference: the tree item
+/// whose data it is, a worker's session, a callback in the middle of a download.
+struct ServerAccount {
+    char name[3075]; ///< the profile's name: its file's and directory's name
+    char userName[1025];
+    char emailAddress[1025];
+    char password[1025]; ///< in clear
+    char fullName[1065];
+    char signatureFile[1028];
+    std::atomic<int32_t> serverSocket; ///< the open connection; below 1 means none
+    sem_t sessionLock;                 ///< taken around every use of serverSocket
+    int32_t profileKind;               ///< kMailProfile or kNewsProfile
+    std::atomic<int32_t> references;
+
+    explicit ServerAccount(int32_t kind);
+    virtual ~ServerAccount();
+    ServerAccount(ServerAccount const &) = delete;
+    ServerAccount &operator=(ServerAccount const &) = delete;
+};
+
+/// A POP3/SMTP account.
+struct MailProfile : ServerAccount {
+    char popServer[1025];
+    char smtpServer[2050];
+    char checkInterval[15];                  ///< seconds, as text
+    char leaveOnServer[25];                  ///< "LEAVEONSERVER" or "REMOVEFROMSERVER"
+    std::atomic<int32_t> serverMessageCount; ///< messages of the server's list that this run has taken in
+    int32_t checkIntervalSeconds;            ///< the period of automatic checks; under the library lock
+    int32_t checkCountdown;                  ///< what is left of it; under the library lock
+    int32_t checkActive;                     ///< cleared when a folder of the profile is opened
+    std::atomic<bool> checkWaiting;          ///< a check waits for sessionLock: another one is dropped
+
+    MailProfile();
+    bool LeavesMailOnServer() const;
+};
+
+/// Takes and drops a reference; the last one frees the record and closes its connection. Any thread.
+void Retain(ServerAccount *account);
+void Release(ServerAccount *account);
+
+/// Holds one reference to an account (or none).
+template <class Account> class AccountRef {
+  public:
+    AccountRef() = default;
+    explicit AccountRef(Account *account) : account_(account) {
+        if (account_)
+            Retain(account_);
+    }
+    AccountRef(AccountRef const &other) : AccountRef(other.account_) {}
+    AccountRef &operator=(AccountRef other) {
+        Account *const mine = account_;
+        account_ = other.account_;
+        other.account_ = mine;
+        return *this;
+    }
+    ~AccountRef() {
+        if (account_)
+            Release(account_);
+    }
+    Account *Get() const { return account_; }
+    Account *operator->() const { return account_; }
+    Account &operator*() const { return *account_; }
+    explicit operator bool() const { return account_; }
+
+  private:
+    Account *account_ = nullptr;
+};

@@ -1,0 +1,52 @@
+#pragma once
+// One compose window: its widgets, and what it shares with the thread that sends its text.
+
+#include "Pt.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+/// Kinds of compose windows: mail windows have a Cc field and address-book buttons.
+enum ComposeKind { kComposeMail = 1, kComposeReply = 2, kComposeNews = 3 };
+
+/// The state lives as long as its window or a sending thread holds it (RetainCompose, ReleaseCompose). The widget
+/// pointers are read and written under the library lock, and are null once the window is gone.
+struct ComposeState {
+    PtWidget_t *window = nullptr;
+    PtWidget_t *sendButton = nullptr;
+    PtWidget_t *cancelButton = nullptr;
+    PtWidget_t *attachButton = nullptr;
+    PtWidget_t *progressBar = nullptr;
+    PtWidget_t *profileChooser = nullptr;
+    PtWidget_t *toField = nullptr; ///< "To:", for news "Group:"
+    PtWidget_t *ccField = nullptr; ///< null for news
+    PtWidget_t *subjectField = nullptr;
+    PtWidget_t *messageText = nullptr;
+    PtWidget_t *attachmentList = nullptr; ///< each item's data is a PartHeaders that owns its encoded body (FreePart)
+    PtTreeItem_t *lastAttachment = nullptr;
+    PtWidget_t *attachmentMenu = nullptr; ///< null before its first use
+    PtWidget_t *toBookButton = nullptr, *ccBookButton = nullptr;
+    std::string references; ///< of the article that is replied to
+    ComposeKind kind = kComposeMail;
+    bool sent = false; ///< the text went out: closing the window asks nothing
+
+    std::atomic<bool> cancelled = false;  ///< set by CancelSending; the sending thread looks at it at every step
+    std::atomic<bool> sending = false;    ///< a thread is at work
+    std::atomic<int32_t> sendSocket = -1; ///< the thread's connection, for CancelSending to shut down
+    std::mutex socketLock; ///< held where the connection is shut down or closed, so that no reused number is hit
+    std::atomic<int32_t> references_held = 0;
+};
+
+void RetainCompose(ComposeState *state);
+/// The last one frees the state.
+void ReleaseCompose(ComposeState *state);
+
+/// Cancels the sending thread: sets `cancelled` and shuts its connection down, so that every wait for the network
+/// ends at once. The thread unwinds by itself; nobody waits for it. Under the library lock or not.
+void CancelSending(ComposeState &state);
+
+/// Callback of "pic_btnSend": starts SendEmailThread on a detached thread with the window's state (`data`); a sending
+/// thread of the same window is cancelled first.
+int OnSend(PtWidget_t *widget, void *data, PtCallbackInfo_t *cbinfo);

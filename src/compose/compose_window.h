@@ -1,0 +1,37 @@
+#pragma once
+// Compose windows: built at run time from the picture module, as many as the user opens.
+
+#include "Ap.h"
+#include "base/account.h"
+#include "compose/compose_state.h"
+
+/// Keeps a compose state for the length of a scope.
+class ComposeHold {
+  public:
+    explicit ComposeHold(ComposeState *state) : state_(state) { RetainCompose(state); }
+    ~ComposeHold() { ReleaseCompose(state_); }
+    ComposeHold(ComposeHold const &) = delete;
+    ComposeHold &operator=(ComposeHold const &) = delete;
+
+  private:
+    ComposeState *state_;
+};
+
+/// The kind of compose window that suits the open profile; mail without one.
+ComposeKind CurrentComposeKind();
+
+/// Builds a window, not shown yet: the caller sets its title and fields, then calls ShowComposeWindow. The state
+/// belongs to the window. Null after an alert when there is no profile or no memory. GUI thread, library lock held.
+ComposeState *CreateComposeWindow(ComposeKind kind);
+
+/// Sets the title, shows the window and puts the cursor where writing begins.
+void ShowComposeWindow(ComposeState &state, char const *title);
+
+/// The profile chosen in the window, null when it is not there any more. Valid until the profile tree changes.
+ServerAccount *ChosenAccount(ComposeState const &state);
+
+/// Closes the window; with a text that was not sent it asks first. A sending thread is cancelled.
+void CloseComposeWindow(ComposeState &state);
+
+/// btnCompose: an empty window.
+int OnCompose(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

@@ -1,0 +1,36 @@
+#pragma once
+// Where the text of an outgoing message goes: to the server and into the Outbox copy, in large blocks.
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+/// Collects a message's bytes and writes them to its two outputs. A line that begins with a dot gets a second one on
+/// the wire (RFC 5321 4.5.2) and none in the copy; the wire begins behind a line's end. When one output fails the
+/// other one still gets everything. Owns neither descriptor.
+class MessageSink {
+  public:
+    /// `wire` is a connection and `copy` a file; -1 for none. Nothing more goes out once `cancelled` is true.
+    MessageSink(int wire, int copy, std::atomic<bool> const &cancelled);
+
+    void Put(std::string_view bytes);
+    /// Writes what is collected. To be called behind the last Put.
+    void Flush();
+
+    bool WireFailed() const { return wireFailed_; }
+    bool CopyFailed() const { return copyFailed_; }
+
+  private:
+    void Emit(std::string_view bytes);
+    bool SendStuffed(std::string_view bytes);
+
+    int wire_, copy_;
+    std::atomic<bool> const &cancelled_;
+    std::unique_ptr<char[]> block_;
+    size_t used_ = 0;
+    std::string stuffed_;
+    bool atLineBegin_ = true;
+    bool wireFailed_ = false, copyFailed_ = false;
+};

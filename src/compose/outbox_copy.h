@@ -1,0 +1,30 @@
+#pragma once
+// The copy of an outgoing message in its profile's Outbox.
+
+#include "base/fd.h"
+
+#include <cstdint>
+#include <string>
+
+/// One reserved message of the Outbox. What is neither kept nor removed is removed at the end of its life.
+class OutboxCopy {
+  public:
+    /// Reserves the next message of the profile's Outbox. The name must have passed IsPlainName.
+    explicit OutboxCopy(std::string profile);
+    ~OutboxCopy() { Remove(); }
+    OutboxCopy(OutboxCopy const &) = delete;
+    OutboxCopy &operator=(OutboxCopy const &) = delete;
+
+    /// Where the message is written to; -1 when none could be reserved.
+    int Descriptor() const { return file_.Get(); }
+    /// Closes the whole message and fills its row. False when there is no copy, or it is not whole and was removed.
+    bool Keep();
+    /// Takes record and file away again.
+    void Remove();
+
+  private:
+    std::string profile_;
+    std::string folder_; ///< its path
+    int32_t number_ = 0; ///< 0 when there is nothing left to keep or to remove
+    Fd file_;
+};

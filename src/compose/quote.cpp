@@ -1,0 +1,70 @@
+#include "compose/quote.h"
+
+#include "base/text.h"
+#include "mime/headers.h"
+#include "mime/lines.h"
+#include "mime/render.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr size_t kQuotedLineWidth = 10240;
+constexpr int kRecipientWidth = 500;
+
+/// The list behind its next separator; null at its end.
+char const *NextEntry(char const *list) {
+    list += strcspn(list, ",;");
+    return *list ? list + 1 : nullptr;
+}
+
+/// The search cuts the address to the entry's length.
+bool Holds(char const *entry, char const *own) {
+    size_t const length = strlen(entry);
+    return own[0] && strlen(own) <= length && FindNoCase(entry, own, static_cast<int>(length));
+}
+
+} // namespace
+
+std::string QuotePage(std::string_view page) {
+    page = page.substr(0, page.find('\0'));
+    std::string_view const start = kMessageStartMark, end = kMessageEndMark, skip = kSkipMark;
+    std::string quote = "\n\n\n--Original Message:\n>";
+    while (!page.empty() && TakeLine(page, kQuotedLineWidth).find(start) == page.npos) {
+    }
+    quote.reserve(quote.size() + page.size() + page.size() / 16);
+    while (!page.empty()) {
+        std::string_view const line = TakeLine(page, kQuotedLineWidth);
+        if (line.find(end) != line.npos)
+            break;
+        if (!line.starts_with(skip))
+            quote.append("\n>").append(line);
+    }
+    return quote;
+}
+
+std::string ReplySubject(std::string_view subject) {
+    std::string_view const trimmed = subject.substr(std::min(subject.find_first_not_of(' '), subject.size()));
+    if (trimmed.size() >= 4 && StartsWithNoCase(trimmed, "re:"))
+        return std::string(trimmed);
+    return "Re: " + std::string(subject);
+}
+
+std::string ForwardSubject(std::string_view subject) { return "Fwd: " + std::string(subject); }
+
+std::string AddRecipients(std::string field, char const *list, char const *own, bool leadingComma) {
+    char entry[kRecipientWidth];
+    bool comma = leadingComma || !field.empty();
+    while (list && *list) {
+        char const *const rest = ExtractRecipient(list, entry, sizeof entry, false);
+        list = rest ? rest : NextEntry(list);
+        if (!entry[0] || !entry[1] || Holds(entry, own))
+            continue;
+        if (comma)
+            field += ", ";
+        field += entry;
+        comma = true;
+    }
+    return field;
+}

@@ -1,0 +1,100 @@
+#include "compose/reply.h"
+
+#include "base/fd.h"
+#include "base/paths.h"
+#include "compose/compose_attachments.h"
+#include "compose/compose_window.h"
+#include "compose/forward_part.h"
+#include "compose/quote.h"
+#include "mime/headers.h"
+#include "mime/render.h"
+#include "profiles/profile_tree.h"
+#include "ui/widgets.h"
+#include "widgets/toolkit.h"
+
+#include <fcntl.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+
+namespace {
+
+/// A whole file of TempDir; nothing when it cannot be read.
+std::optional<std::string> ReadScratch(char const *name) {
+    Fd const file(open((std::string(TempDir) + name).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    struct stat status {};
+    if (!file.Valid() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return std::nullopt;
+    std::string text(static_cast<size_t>(status.st_size), '\0');
+    long const length = ReadAll(file.Get(), text.data(), text.size());
+    if (length < 0)
+        return std::nullopt;
+    text.resize(static_cast<size_t>(length));
+    return text;
+}
+
+bool MessageIsShown() { return TempDir[0] && ABW_treeMessageHeaders && SelectedItem(ABW_treeMessageHeaders); }
+
+void FillRecipients(ComposeState &state, ParsedHeaders const &headers) {
+    ServerAccount const *const account = ChosenAccount(state);
+    char const *const own = account ? account->emailAddress : "";
+    SetWidgetText(state.toField, AddRecipients(headers.from, headers.to, own, true).c_str());
+    if (state.ccField)
+        SetWidgetText(state.ccField, AddRecipients("", headers.cc, own, false).c_str());
+}
+
+void QuoteInto(ComposeState &state) {
+    if (std::optional<std::string> const page = ReadScratch("msg.html")) {
+        SetWidgetText(state.messageText, QuotePage(*page).c_str());
+        PtSetResource(state.messageText, Pt_ARG_CURSOR_POSITION, 0, 0);
+    }
+}
+
+void CarryAttachments(ComposeState &state) {
+    if (!ABW_treeAttachments)
+        return;
+    std::string missing;
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeAttachments); item; item = BrotherOf(item)) {
+        auto const *const part = static_cast<PartHeaders const *>(item->data);
+        PartHeaders *const copy = part ? ForwardedPart(*part) : nullptr;
+        if (part && (!copy || !AddAttachedPart(state, item->string, copy)))
+            missing += std::string(missing.empty() ? "" : ", ") + item->string;
+    }
+    if (!missing.empty()) // last: the list may be another one when this returns
+        ShowError(state.window, "Error", ("Could not attach " + missing).c_str());
+}
+
+} // namespace
+
+int OnReply(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    ComposeState *const state = MessageIsShown() ? CreateComposeWindow(CurrentComposeKind()) : nullptr;
+    if (!state)
+        return Pt_CONTINUE;
+    if (std::optional<std::string> const text = ReadScratch("originalmsg")) {
+        auto const headers = std::make_unique<ParsedHeaders>();
+        ParseHeaders(text->c_str(), *headers);
+        if (state->kind != kComposeNews)
+            FillRecipients(*state, *headers);
+        SetWidgetText(state->subjectField, ReplySubject(headers->subject).c_str());
+        QuoteInto(*state);
+    }
+    ShowComposeWindow(*state, "Reply...");
+    return Pt_CONTINUE;
+}
+
+int OnForward(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    ComposeState *const state = MessageIsShown() ? CreateComposeWindow(CurrentComposeKind()) : nullptr;
+    if (!state)
+        return Pt_CONTINUE;
+    ComposeHold const hold(state);
+    if (std::optional<std::string> const text = ReadScratch("originalmsg")) {
+        auto const headers = std::make_unique<ParsedHeaders>();
+        ParseHeaders(text->c_str(), *headers);
+        SetWidgetText(state->subjectField, ForwardSubject(headers->subject).c_str());
+        QuoteInto(*state);
+    }
+    ShowComposeWindow(*state, "Forward...");
+    CarryAttachments(*state);
+    return Pt_CONTINUE;
+}

@@ -1,0 +1,28 @@
+#pragma once
+// Holding an account's sessionLock. Nobody waits for it while holding the library lock: a check on a worker holds
+// the one and asks for the other with every row it adds.
+
+#include "base/account.h"
+
+/// Holds sessionLock from construction to the end of its life (or to Unlock).
+class SessionLock {
+  public:
+    enum Caller {
+        kWorker,  ///< does not hold the library lock: simply waits
+        kCallback ///< holds it: leaves the library while waiting, keeping the window painted, and enters again
+    };
+    SessionLock(ServerAccount &account, Caller caller);
+    ~SessionLock() { Unlock(); }
+    SessionLock(SessionLock const &) = delete;
+    SessionLock &operator=(SessionLock const &) = delete;
+    void Unlock();
+
+    /// Takes the lock only when it is free. The result's Held() tells.
+    static SessionLock Try(ServerAccount &account) { return SessionLock(account, IfFree()); }
+    bool Held() const { return static_cast<bool>(account_); }
+
+  private:
+    struct IfFree {};
+    SessionLock(ServerAccount &account, IfFree);
+    AccountRef<ServerAccount> account_;
+};

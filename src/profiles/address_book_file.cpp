@@ -1,0 +1,152 @@
+#include "profiles/address_book_file.h"
+
+#include "base/fd.h"
+#include "base/text.h"
+#include "mime/lines.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <optional>
+#include <process.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t kRowWidth = 1000;
+constexpr size_t kAddressBytes = 1000;
+constexpr off_t kLargestBook = off_t{256} << 20;
+constexpr std::string_view kBesideEnd = ".new";
+
+/// `path`'s file name with a dot before and ".new" behind it: two leading dots are never a book's.
+std::string BesidePath(std::string const &path) {
+    size_t const name = path.rfind('/') + 1;
+    return path.substr(0, name) + "." + path.substr(name) + std::string(kBesideEnd);
+}
+
+/// The whole of a regular file; nothing when it cannot be opened or read, with errno telling why. Others are empty.
+std::optional<std::string> ReadRegular(std::string const &path) {
+    Fd const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // a FIFO would wait for a writer
+    struct stat status {};
+    if (!file.Valid() || fstat(file.Get(), &status) != 0)
+        return std::nullopt;
+    if (!S_ISREG(status.st_mode))
+        return std::string();
+    if (status.st_size > kLargestBook) {
+        errno = EFBIG;
+        return std::nullopt;
+    }
+    std::string text(static_cast<size_t>(status.st_size), '\0');
+    long const length = ReadAll(file.Get(), text.data(), text.size());
+    if (length < 0)
+        return std::nullopt;
+    text.resize(static_cast<size_t>(length));
+    return text;
+}
+
+bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
+
+} // namespace
+
+std::string BookPath(std::string const &root, std::string_view book) { return (root + ".").append(book); }
+
+bool IsBookName(std::string const &root, std::string_view book) {
+    constexpr size_t kLongest = NAME_MAX - 2 - kBesideEnd.size();
+    if (!IsPlainName(book) || book[0] == '.' || book.size() > kLongest || book.ends_with(".dat.new"))
+        return false;
+    struct stat status {};
+    return stat(BookPath(root, book).c_str(), &status) == 0 ? S_ISREG(status.st_mode) : errno == ENOENT;
+}
+
+std::vector<std::string> BookNames(std::string const &root) {
+    std::vector<std::string> names{kFirstBook};
+    std::unique_ptr<DIR, int (*)(DIR *)> const entries(opendir(root.c_str()), closedir);
+    while (dirent const *entry = entries ? readdir(entries.get()) : nullptr) {
+        std::string_view const file = entry->d_name;
+        bool const may_be = entry->d_type == DT_REG || entry->d_type == DT_LNK || entry->d_type == DT_UNKNOWN;
+        if (may_be && file[0] == '.' && file.substr(1) != kFirstBook && IsBookName(root, file.substr(1)))
+            names.emplace_back(file.substr(1));
+    }
+    std::sort(names.begin() + 1, names.end());
+    return names;
+}
+
+std::string LoadBook(std::string const &path) {
+    std::optional<std::string> text = ReadRegular(path);
+    if (!text)
+        Fd const made(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+    return std::move(text).value_or("");
+}
+
+std::vector<std::string_view> BookRows(std::string_view text) {
+    std::vector<std::string_view> rows;
+    text = text.substr(0, text.find('\0'));
+    for (std::string_view row; !(row = TakeLine(text, kRowWidth)).empty();)
+        rows.push_back(row);
+    return rows;
+}
+
+std::string ContactRow(Contact const &contact) {
+    std::string row;
+    for (std::string const *field : {&contact.name, &contact.address, &contact.note}) {
+        row += field == &contact.name ? "" : "\t";
+        for (char const byte : *field)
+            row += static_cast<unsigned char>(byte) < ' ' || byte == 0x7F ? ' ' : byte;
+    }
+    size_t end = std::min(row.size(), kRowWidth - 1);
+    while (end < row.size() && end > 0 && IsContinuation(row[end]))
+        end--;
+    row.resize(end);
+    return row;
+}
+
+Contact SplitContact(std::string_view row) {
+    std::array<std::string_view, 3> fields;
+    for (std::string_view &field : fields) {
+        row.remove_prefix(std::min(row.find_first_not_of('\t'), row.size()));
+        field = row.substr(0, row.find('\t'));
+        row.remove_prefix(field.size());
+    }
+    return {std::string(fields[0]), std::string(fields[1]), std::string(fields[2])};
+}
+
+std::string_view ContactAddress(std::string_view row) {
+    size_t const tab = row.find('\t');
+    if (tab == row.npos)
+        return {};
+    std::string_view const rest = row.substr(tab + 1);
+    return rest.substr(0, std::min(rest.find('\t'), kAddressBytes));
+}
+
+bool AppendToBook(std::string const &path, std::string_view row) {
+    std::optional<std::string> text = ReadRegular(path);
+    if (!text && errno != ENOENT)
+        return false; // what cannot be read is not to be replaced
+    std::string whole = std::move(text).value_or("");
+    if (!whole.empty() && whole.back() != '\n')
+        whole += '\n';
+    return WriteBook(path, whole.append(row).append("\n"));
+}
+
+bool WriteBook(std::string const &path, std::string_view text) {
+    std::string const beside = BesidePath(path);
+    unlink(beside.c_str());
+    Fd file(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file.Valid())
+        return false;
+    bool stored = WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
+    stored = file.Reset() && stored && rename(beside.c_str(), path.c_str()) == 0;
+    if (!stored)
+        unlink(beside.c_str());
+    return stored;
+}
+
+void SortBook(std::string const &path) {
+    spawnl(P_WAIT, "/usr/bin/sort", "/usr/bin/sort", "-o", path.c_str(), path.c_str(), nullptr);
+}

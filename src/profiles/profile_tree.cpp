@@ -1,0 +1,191 @@
+#include "profiles/profile_tree.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "net/server.h"
+#include "net/session_lock.h"
+#include "profiles/mail_profile_file.h"
+#include "ui/widgets.h"
+#include "widgets/header_list.h"
+#include "widgets/open_profile.h"
+#include "widgets/pictures.h"
+
+#include <cstdlib>
+#include <dirent.h>
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+using Directory = std::unique_ptr<DIR, int (*)(DIR *)>;
+
+Directory OpenDirectory(std::string const &path) { return {opendir(path.c_str()), closedir}; }
+
+/// The names in a directory that may become part of a path, in its order; none when it cannot be opened.
+std::vector<std::string> NamesIn(DIR *directory) {
+    std::vector<std::string> names;
+    while (dirent const *entry = directory ? readdir(directory) : nullptr)
+        if (IsPlainName(entry->d_name))
+            names.emplace_back(entry->d_name);
+    return names;
+}
+
+/// True when `directory`<name> is a profile's directory with its record file beside it.
+bool IsProfile(std::string const &directory, std::string const &name) {
+    struct stat status {};
+    std::string const path = directory + name;
+    return name[0] != '.' && lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           stat((path + ".dat").c_str(), &status) == 0;
+}
+
+PtTreeItem_t *LastRoot(PtWidget_t *tree) {
+    PtTreeItem_t *item = PtTreeRootItem(tree);
+    while (item && item->gen.brother)
+        item = BrotherOf(item);
+    return item;
+}
+
+void AddChild(PtWidget_t *tree, PtTreeItem_t *parent, PtTreeItem_t *&previous, char const *text, RowPicture picture) {
+    PtTreeItem_t *const item = PtTreeAllocItem(tree, text, picture, picture);
+    if (!item)
+        return;
+    if (previous)
+        PtTreeAddAfter(tree, item, previous);
+    else
+        PtTreeAddFirst(tree, item, parent);
+    previous = item;
+}
+
+/// Adds a profile's item; its data becomes the tree's reference to `account`.
+PtTreeItem_t *AddProfileItem(PtWidget_t *tree, ServerAccount &account, PtTreeItem_t *&previous) {
+    PtTreeItem_t *const item = AddHeaderItem(account.name, tree, previous);
+    if (item) {
+        Retain(&account);
+        item->data = &account;
+        SetRowPicture(item, account.profileKind == kNewsProfile ? kNewsPicture : kProfilePicture);
+    }
+    return item;
+}
+
+void AddMailFolders(PtWidget_t *tree, PtTreeItem_t *profileItem, char const *profile) {
+    PtTreeItem_t *previous = nullptr;
+    AddChild(tree, profileItem, previous, "Inbox", kInboxPicture);
+    AddChild(tree, profileItem, previous, "Outbox", kOutboxPicture);
+    for (std::string const &folder : OtherFolders(profile))
+        AddChild(tree, profileItem, previous, folder.c_str(), kFolderPicture);
+    PtGenTreeExpand(tree, &profileItem->gen, nullptr);
+}
+
+void AddGroups(PtWidget_t *tree, PtTreeItem_t *profileItem, std::string const &directory) {
+    PtTreeItem_t *previous = nullptr;
+    for (std::string const &group : NamesIn(OpenDirectory(directory).get()))
+        AddChild(tree, profileItem, previous, group.c_str(), kNewsPicture);
+    PtGenTreeExpand(tree, &profileItem->gen, nullptr);
+}
+
+} // namespace
+
+int LoadMailProfiles(PtWidget_t *tree, int mode) {
+    std::optional<std::string> const home = HomeDirectory();
+    if (!home)
+        return -1;
+    std::string const root = *home + "/.Corvanta/";
+    Directory const directory = OpenDirectory(root);
+    if (!directory) {
+        mkdir(root.c_str(), 0700);
+        return -1;
+    }
+    PtTreeItem_t *previous = nullptr;
+    for (std::string const &name : NamesIn(directory.get())) {
+        if (!IsProfile(root, name))
+            continue;
+        AccountRef<MailProfile> const profile(new MailProfile);
+        ReadMailProfileFile(root + name + ".dat", name.c_str(), *profile);
+        // A record that may not be read still shows its folders.
+        CopyText(profile->name, name);
+        PtTreeItem_t *const item = AddProfileItem(tree, *profile, previous);
+        if (item && mode == kWithFolders)
+            AddMailFolders(tree, item, profile->name);
+    }
+    return 1;
+}
+
+int LoadNewsProfiles(PtWidget_t *tree, int mode) {
+    std::optional<std::string> const home = HomeDirectory();
+    if (!home)
+        return -1;
+    std::string const root = *home + "/.Corvanta/news/";
+    Directory const directory = OpenDirectory(root);
+    if (!directory) {
+        mkdir(root.c_str(), 0700);
+        return -1;
+    }
+    PtTreeItem_t *previous = LastRoot(tree);
+    for (std::string const &name : NamesIn(directory.get())) {
+        if (!IsProfile(root, name))
+            continue;
+        AccountRef<ServerAccount> const profile(new ServerAccount(kNewsProfile));
+        CopyText(profile->name, name);
+        PtTreeItem_t *const item = AddProfileItem(tree, *profile, previous);
+        if (item && mode == kWithFolders)
+            AddGroups(tree, item, root + name + "/groups");
+    }
+    return 1;
+}
+
+void FreeProfileTree(PtWidget_t *tree) {
+    if (!tree)
+        return;
+    for (PtTreeItem_t *item = PtTreeRootItem(tree); item; item = BrotherOf(item))
+        if (auto *const account = static_cast<ServerAccount *>(item->data)) {
+            item->data = nullptr;
+            Release(account);
+        }
+    PtGenTreeFreeAllItems(tree);
+}
+
+void ReloadProfileTree() {
+    FreeProfileTree(ABW_treeProfiles);
+    LoadMailProfiles(ABW_treeProfiles, kWithFolders);
+    LoadNewsProfiles(ABW_treeProfiles, kWithFolders);
+}
+
+void ForgetOpenProfile() {
+    if (currentProfile && currentProfile->serverSocket > 0) {
+        AccountRef<ServerAccount> const profile = currentProfile;
+        SessionLock const lock(*profile, SessionLock::kCallback);
+        CloseConnection(*profile);
+    }
+    currentProfile = {};
+}
+
+ServerAccount *ProfileOf(PtTreeItem_t const *item) {
+    while (item && item->gen.father)
+        item = FatherOf(item);
+    return item ? static_cast<ServerAccount *>(item->data) : nullptr;
+}
+
+PtTreeItem_t *SelectedItem(PtWidget_t const *tree) {
+    std::unique_ptr<PtTreeItem_t *, void (*)(void *)> const items(PtTreeSelectedItems(tree, nullptr), free);
+    return items ? *items : nullptr;
+}
+
+std::vector<std::string> OtherFolders(char const *profile) {
+    std::string const root = ConfigRoot() + profile + "/";
+    std::vector<std::string> folders;
+    for (std::string &name : NamesIn(OpenDirectory(root).get())) {
+        struct stat status {};
+        if (name != "Inbox" && name != "Outbox" && stat((root + name).c_str(), &status) == 0 &&
+            S_ISDIR(status.st_mode))
+            folders.push_back(std::move(name));
+    }
+    return folders;
+}
+
+void AddFolderItem(PtWidget_t *tree, PtTreeItem_t *profileItem, char const *folder) {
+    PtTreeItem_t *previous = SonOf(profileItem);
+    while (previous && previous->gen.brother)
+        previous = BrotherOf(previous);
+    AddChild(tree, profileItem, previous, folder, kFolderPicture);
+    PtGenTreeExpand(tree, &profileItem->gen, nullptr);
+}

@@ -1,0 +1,48 @@
+#pragma once
+// The trees of profiles and their folders: the main window's treeProfiles and the list of the accounts dialog. A root
+// item stands for a profile and its data is the profile's record, with one reference; folder and group items carry
+// none. All calls on the main thread under the library lock.
+
+#include "Pt.h"
+#include "base/account.h"
+
+#include <string>
+#include <vector>
+
+/// How much of the profiles a tree shows.
+enum TreeMode { kProfilesOnly = 1, kWithFolders = 2 };
+
+/// Adds an item for each mail profile of ConfigRoot, in the directory's order. A directory that cannot be opened is
+/// made (mode 0700). Returns 1, or -1 when it was not there or the user has no password entry; the tree stays empty.
+int LoadMailProfiles(PtWidget_t *tree, int mode);
+
+/// The same for the news profiles of ConfigRoot/news and their subscribed groups, behind the items that are there.
+int LoadNewsProfiles(PtWidget_t *tree, int mode);
+
+/// Drops the records of all root items and frees all items.
+void FreeProfileTree(PtWidget_t *tree);
+
+/// Empties the main window's tree and fills it again with mail and news profiles.
+void ReloadProfileTree();
+
+/// Closes the open profile's connection, if any, without a word to the server, and forgets the open profile.
+void ForgetOpenProfile();
+
+/// The profile that an item stands for or belongs to; null for a null item.
+ServerAccount *ProfileOf(PtTreeItem_t const *item);
+
+/// The item above, null at the root level.
+inline PtTreeItem_t *FatherOf(PtTreeItem_t const *item) { return reinterpret_cast<PtTreeItem_t *>(item->gen.father); }
+inline PtTreeItem_t *BrotherOf(PtTreeItem_t const *item) {
+    return reinterpret_cast<PtTreeItem_t *>(item->gen.brother);
+}
+inline PtTreeItem_t *SonOf(PtTreeItem_t const *item) { return reinterpret_cast<PtTreeItem_t *>(item->gen.son); }
+
+/// The selected item of a tree that selects one at a time, null for none.
+PtTreeItem_t *SelectedItem(PtWidget_t const *tree);
+
+/// The folders of a mail profile beside Inbox and Outbox, in the directory's order.
+std::vector<std::string> OtherFolders(char const *profile);
+
+/// Appends a folder's item below its profile's.
+void AddFolderItem(PtWidget_t *tree, PtTreeItem_t *profileItem, char const *folder);

@@ -1,0 +1,43 @@
+#include "widgets/toolkit.h"
+
+#include "ui/widgets.h"
+
+char AlertFont[80] = "";
+
+void SetStatus(std::string const &text) {
+    ToolkitGuard const guard;
+    SetWidgetText(ABW_lblStatus, text.c_str());
+}
+
+void SetProgress(int percent) {
+    ToolkitGuard const guard;
+    if (ABW_prgStatus)
+        PtSetResource(ABW_prgStatus, Pt_ARG_GAUGE_VALUE, percent, 0);
+}
+
+void SetBlocked(PtWidget_t *widget, bool blocked) {
+    if (widget)
+        PtSetResource(widget, Pt_ARG_FLAGS, blocked ? Pt_TRUE : Pt_FALSE, Pt_BLOCKED);
+}
+
+char const *WidgetText(PtWidget_t *widget) {
+    char const *text = nullptr;
+    if (widget)
+        PtGetResource(widget, Pt_ARG_TEXT_STRING, &text, 0);
+    return text ? text : "";
+}
+
+void SetWidgetText(PtWidget_t *widget, char const *text) {
+    if (widget)
+        PtSetResource(widget, Pt_ARG_TEXT_STRING, text, 0);
+}
+
+void ShowError(PtWidget_t *parent, char const *title, char const *message) {
+    char const *buttons[] = {"&Close"};
+    PtAlert(parent, nullptr, title, nullptr, message, AlertFont, 1, buttons, nullptr, 1, 1, Pt_MODAL);
+}
+
+bool AskTwo(PtWidget_t *parent, char const *title, char const *message, char const *first, char const *second) {
+    char const *buttons[] = {first, second};
+    return PtAlert(parent, nullptr, title, nullptr, message, AlertFont, 2, buttons, nullptr, 1, 1, Pt_MODAL) == 2;
+}
