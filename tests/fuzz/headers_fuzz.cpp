@@ -1,0 +1,40 @@
+// sources: src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp
+// sources: src/base/text.cpp src/base/fd.cpp
+// Every field ends inside its width, the header block inside the text, and the list row is made of the same values.
+
+#include "fuzz_input.h"
+
+#include "mime/headers.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+template <size_t Width> void RequireEnded(char const (&field)[Width]) { Require(memchr(field, 0, Width)); }
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+    std::string const text = TextOf(data, size);
+    auto const headers = std::make_unique<ParsedHeaders>();
+    ParseHeaders(text.c_str(), *headers);
+    RequireEnded(headers->from);
+    RequireEnded(headers->to);
+    RequireEnded(headers->cc);
+    RequireEnded(headers->date);
+    RequireEnded(headers->subject);
+    RequireEnded(headers->contentType);
+    RequireEnded(headers->boundary);
+    RequireEnded(headers->newsgroups);
+    Require(headers->headerLength <= text.size());
+
+    std::string const row =
+        std::string(" \t") + headers->subject + "\t" + headers->from + "\t" + headers->date + "\t";
+    for (int width : {1, 200, 10'000}) {
+        std::string made(static_cast<size_t>(width), '#');
+        FormatHeaderRow(text.c_str(), made.data(), width);
+        Require(made.c_str() == row.substr(0, static_cast<size_t>(width) - 1));
+    }
+    return 0;
+}

@@ -1,0 +1,30 @@
+// sources: src/mime/part_headers.cpp src/mime/headers.cpp src/mime/recipients.cpp src/mime/lines.cpp
+// sources: src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp
+// A part never leads out of its text. The input's first line is the boundary.
+
+#include "fuzz_input.h"
+
+#include "mime/headers.h"
+
+#include <cstring>
+#include <memory>
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+    std::string const input = TextOf(data, size);
+    size_t const line = input.find('\n');
+    if (line == input.npos)
+        return 0;
+    std::string const boundary = "--" + input.substr(0, std::min<size_t>(line, 1997));
+    std::string const text = input.substr(line + 1);
+    char const *const end = text.c_str() + text.size();
+    auto const part = std::make_unique<PartHeaders>();
+    char const *const resume = ParsePartHeaders(text.c_str(), nullptr, *part, boundary.c_str());
+    Require(resume >= text.c_str() && resume <= end);
+    Require(part->body >= text.c_str() && part->body <= end);
+    Require(part->bodyLength >= 0 && part->bodyLength <= end - part->body);
+    Require(memchr(part->name, 0, sizeof part->name) && memchr(part->fileName, 0, sizeof part->fileName));
+    Require(memchr(part->contentType, 0, sizeof part->contentType));
+    Require(memchr(part->encoding, 0, sizeof part->encoding));
+    Require(!strchr(part->contentType, ';'));
+    return 0;
+}

@@ -1,0 +1,259 @@
+// A disk that is really full, and one that may only be read: what was stored stays, what does not fit is refused
+// whole, and with room again all goes on.
+
+#include "base/account.h"
+#include "base/fd.h"
+#include "base/text.h"
+#include "fixtures/process.h"
+#include "hostile/mailbox_server.h"
+#include "profiles/mail_profile_file.h"
+#include "store/folder.h"
+#include "store/index_file.h"
+#include "unit/scratch.h"
+
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kNotPermitted = 77;
+
+/// A private mount table, as root or as root of a user namespace of its own, with a disk of 64 KB at `place`.
+bool MountSmallDisk(std::string const &place) {
+    uid_t const user = getuid();
+    if (unshare(CLONE_NEWNS) != 0) {
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
+            return false;
+        WriteFile("/proc/self/setgroups", "deny");
+        WriteFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+    }
+    return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("corvanta", place.c_str(), "tmpfs", MS_NODEV | MS_NOSUID, "size=64k") == 0;
+}
+
+/// Does `work` in a process of its own in which `place` is a disk of 64 KB.
+void OnSmallDisk(std::string const &place, std::function<void()> const &work) {
+    fflush(nullptr);
+    pid_t const child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        if (!MountSmallDisk(place))
+            _exit(kNotPermitted);
+        work();
+        fflush(nullptr);
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kNotPermitted)
+        GTEST_SKIP() << "a disk of the test's own may not be mounted here";
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "see the failures above; status " << status;
+}
+
+std::string Message(int number, size_t size) {
+    std::string text = "Subject: " + std::to_string(number) + "\r\n\r\n";
+    while (text.size() < size)
+        text += "a line of the message\r\n";
+    return text;
+}
+
+class SmallDisk : public testing::Test {
+  protected:
+    /// Stores messages of about `size` bytes until one is refused.
+    void Fill(size_t size) {
+        for (int i = 0; i < 1000; i++) {
+            std::string const text = Message(i, size);
+            int32_t const number = AppendMessage(inbox.c_str(), text);
+            if (number < 0)
+                return;
+            EXPECT_TRUE(stored.emplace(number, text).second) << number << " was given twice";
+        }
+        ADD_FAILURE() << "the disk does not get full";
+    }
+
+    /// All that was stored is there, and listed; a record without a file may be left from a refused message.
+    void ExpectStored() const {
+        std::map<int32_t, std::string> rows;
+        EXPECT_TRUE(ReadFolderIndex(inbox.c_str(), [&](IndexRecord const &record) {
+            EXPECT_TRUE(rows.emplace(record.number, FieldText(record.row, kRowWidth)).second) << record.number;
+        }));
+        for (auto const &[number, text] : stored) {
+            EXPECT_EQ(ReadFile(inbox + std::to_string(number)), text) << number;
+            EXPECT_EQ(rows[number], " \t" + text.substr(8, text.find('\r') - 8) + "\t\t\t") << number;
+        }
+        for (auto const &[number, text] : Files())
+            EXPECT_TRUE(stored.contains(number)) << number << " is half a message";
+    }
+
+    /// The message files, by number.
+    std::map<int32_t, std::string> Files() const {
+        std::map<int32_t, std::string> files;
+        for (auto const &entry : fs::directory_iterator(inbox))
+            if (int32_t const number = DecimalPrefix(entry.path().filename().string()); number > 0)
+                files[number] = ReadFile(entry.path());
+        return files;
+    }
+
+    Scratch scratch;
+    std::string root = scratch.Path();
+    std::string inbox = root + "Inbox/";
+    std::map<int32_t, std::string> stored; ///< by number
+};
+
+TEST_F(SmallDisk, FullWhileStoring) {
+    OnSmallDisk(root, [&] {
+        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
+        for (size_t const size : {9000u, 100u}) {
+            Fill(size);
+            ExpectStored();
+        }
+        EXPECT_GE(stored.size(), 5u);
+        // A number without the room for a message is given back whole, and not to anybody else.
+        int32_t number = -1;
+        if (Fd const reserved(ReserveMessage(inbox.c_str(), number)); reserved.Valid()) {
+            EXPECT_FALSE(WriteAll(reserved.Get(), Message(1, 9000)));
+            EXPECT_EQ(DeleteMessage(inbox.c_str(), number), 0);
+        }
+        ExpectStored();
+        // One message goes, the next one takes its room, under a number of its own.
+        auto const first = stored.begin()->first;
+        EXPECT_EQ(DeleteMessage(inbox.c_str(), first), 0);
+        stored.erase(first);
+        int32_t const next = AppendMessage(inbox.c_str(), Message(7, 200));
+        EXPECT_GT(next, std::max(number, stored.rbegin()->first));
+        stored[next] = Message(7, 200);
+        ExpectStored();
+    });
+}
+
+TEST_F(SmallDisk, FullWhileConverting) {
+    OnSmallDisk(root, [&] {
+        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
+        std::string old = "old.";
+        for (int i = 0; i < 10; i++) {
+            int32_t const number = AppendMessage(inbox.c_str(), Message(i, 50));
+            stored[number] = Message(i, 50);
+            old.append(reinterpret_cast<char const *>(&number), sizeof number);
+        }
+        fs::remove(inbox + "index2");
+        WriteFile(inbox + "index", old);
+        // Not a page is left for the new index.
+        std::ofstream(root + "rest") << std::string(65536, 'x');
+        EXPECT_EQ(ConvertIndexAt(inbox), -1);
+        EXPECT_FALSE(fs::exists(inbox + "index2"));
+        EXPECT_FALSE(ReadFolderIndex(inbox.c_str(), [](IndexRecord const &) {}));
+        fs::remove(root + "rest");
+        EXPECT_EQ(ConvertIndexAt(inbox), 0);
+        ExpectStored();
+    });
+}
+
+TEST_F(SmallDisk, FullWhileRepairing) {
+    OnSmallDisk(root, [&] {
+        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
+        for (int i = 0; i < 10; i++)
+            stored[AppendMessage(inbox.c_str(), Message(i, 50))] = Message(i, 50);
+        WriteFile(inbox + "index2", "");
+        std::ofstream(root + "rest") << std::string(65536, 'x');
+        EXPECT_EQ(AppendMessage(inbox.c_str(), Message(1, 50)), -1);
+        ReadFolderIndex(inbox.c_str(), [](IndexRecord const &) {});
+        fs::remove(root + "rest");
+        ExpectStored();
+        int32_t const next = AppendMessage(inbox.c_str(), Message(31, 50));
+        EXPECT_GT(next, stored.rbegin()->first);
+        stored[next] = Message(31, 50);
+        ExpectStored();
+    });
+}
+
+TEST_F(SmallDisk, FullWhileSavingAProfile) {
+    OnSmallDisk(root, [&] {
+        AccountRef<MailProfile> const profile(new MailProfile);
+        CopyText(profile->name, "home");
+        CopyText(profile->popServer, "old.example.org");
+        ASSERT_TRUE(WriteMailProfile(root, *profile));
+        std::string const before = ReadFile(root + "home.dat");
+        std::ofstream(root + "rest") << std::string(65536, 'x');
+        CopyText(profile->popServer, "new.example.org");
+        EXPECT_FALSE(WriteMailProfile(root, *profile));
+        EXPECT_EQ(ReadFile(root + "home.dat"), before);
+        fs::remove(root + "rest");
+        EXPECT_EQ(scratch.Names(), std::vector<std::string>{"home.dat"});
+        EXPECT_TRUE(WriteMailProfile(root, *profile));
+        EXPECT_NE(ReadFile(root + "home.dat"), before);
+    });
+}
+
+TEST_F(SmallDisk, ReadOnly) {
+    OnSmallDisk(root, [&] {
+        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
+        for (int i = 0; i < 3; i++)
+            stored[AppendMessage(inbox.c_str(), Message(i, 50))] = Message(i, 50);
+        ASSERT_EQ(mount(nullptr, root.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0) << strerror(errno);
+        EXPECT_EQ(AppendMessage(inbox.c_str(), Message(4, 50)), -1);
+        EXPECT_EQ(DeleteMessage(inbox.c_str(), 1), -1);
+        int32_t number = 99;
+        EXPECT_LT(ReserveMessage(inbox.c_str(), number), 0);
+        EXPECT_EQ(number, 99);
+        EXPECT_EQ(CreateFolder((root + "other").c_str()), -1);
+        ExpectStored();
+    });
+}
+
+/// What does not fit stays on the server and comes at a later check.
+TEST_F(SmallDisk, FullDuringACheck) {
+    std::vector<std::string> mailbox;
+    for (int i = 1; i <= 15; i++)
+        mailbox.push_back(Message(i, 9000));
+    MailboxServer server(mailbox);
+    OnSmallDisk(root, [&] {
+        inbox = root + ".Corvanta/home/Inbox/";
+        fs::create_directories(root + ".Corvanta/home");
+        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
+        auto const check = [&] {
+            ChildProcess driver;
+            EXPECT_TRUE(driver.Start({CORVANTA_STORE_DRIVER, "session", root, server.Address()}));
+            std::string result = driver.ReadLine(20);
+            EXPECT_EQ(driver.Wait(), 0);
+            std::erase(result, '\a');
+            return result;
+        };
+        EXPECT_EQ(check(), "-1");
+        stored = Files();
+        ExpectStored();
+        size_t const some = stored.size();
+        EXPECT_GE(some, 3u);
+        std::vector<std::string> got;
+        for (auto const &[number, text] : stored) {
+            got.push_back(text);
+            DeleteMessage(inbox.c_str(), number);
+        }
+        EXPECT_EQ(check(), "-1") << "the rest does not fit at once either";
+        for (auto const &[number, text] : Files()) {
+            EXPECT_FALSE(stored.contains(number)) << number << " was given twice";
+            got.push_back(text);
+        }
+        EXPECT_GT(got.size(), some);
+        got.resize(std::min(got.size(), mailbox.size()));
+        EXPECT_TRUE(std::equal(got.begin(), got.end(), mailbox.begin()));
+    });
+    if (IsSkipped())
+        return;
+    // The server has let go of what was stored, and of that only.
+    size_t const left = server.Messages().size();
+    EXPECT_LT(left, mailbox.size());
+    EXPECT_GT(left, 0u);
+    EXPECT_EQ(server.Messages(), std::vector<std::string>(mailbox.end() - static_cast<long>(left), mailbox.end()));
+}
+
+} // namespace

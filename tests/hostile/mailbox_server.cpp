@@ -1,0 +1,126 @@
+#include "hostile/mailbox_server.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstdlib>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kTick = 10; ///< milliseconds until a waiting server looks whether it is to end
+
+bool Readable(int descriptor) {
+    pollfd wanted{descriptor, POLLIN, 0};
+    return poll(&wanted, 1, kTick) > 0;
+}
+
+size_t NumberIn(std::string const &line) {
+    size_t const blank = line.find(' ');
+    return blank == std::string::npos ? 0 : strtoul(line.c_str() + blank, nullptr, 10);
+}
+
+} // namespace
+
+MailboxServer::MailboxServer(std::vector<std::string> messages, Fault fault)
+    : messages_(std::move(messages)), fault_(std::move(fault)),
+      listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    if (bind(listener_, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(listener_, 4) != 0 ||
+        getsockname(listener_, reinterpret_cast<sockaddr *>(&address), &size) != 0)
+        abort();
+    port_ = ntohs(address.sin_port);
+    thread_ = std::thread([this] { Serve(); });
+}
+
+MailboxServer::~MailboxServer() {
+    stopping_ = true;
+    thread_.join();
+    close(listener_);
+}
+
+std::vector<std::string> MailboxServer::Messages() {
+    std::lock_guard const lock(mutex_);
+    return messages_;
+}
+
+void MailboxServer::Serve() {
+    while (!stopping_) {
+        if (!Readable(listener_))
+            continue;
+        int const socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        int const yes = 1;
+        setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+        std::lock_guard const lock(mutex_);
+        Session(socket);
+        // A close with unread bytes becomes a reset, which would take the last reply away from the client.
+        shutdown(socket, SHUT_WR);
+        close(socket);
+    }
+}
+
+void MailboxServer::Session(int socket) {
+    std::vector<bool> marked(messages_.size());
+    std::string input;
+    std::string reply = "+OK ready\r\n";
+    for (int number = 0; Reply(socket, reply, number); number++) {
+        size_t end;
+        while ((end = input.find("\r\n")) == std::string::npos) {
+            while (!Readable(socket))
+                if (stopping_)
+                    return;
+            char bytes[512];
+            ssize_t const got = recv(socket, bytes, sizeof bytes, 0);
+            if (got <= 0)
+                return;
+            input.append(bytes, static_cast<size_t>(got));
+        }
+        std::string const line = input.substr(0, end);
+        input.erase(0, end + 2);
+        reply = Answer(line, marked);
+        if (line != "QUIT")
+            continue;
+        for (size_t i = messages_.size(); i-- > 0;)
+            if (marked[i])
+                messages_.erase(messages_.begin() + static_cast<long>(i));
+        Reply(socket, reply, number + 1);
+        return;
+    }
+}
+
+bool MailboxServer::Reply(int socket, std::string const &reply, int number) {
+    bool const faulty = number == fault_.reply;
+    std::string const bytes = faulty && fault_.bytes ? fault_.bytes(reply) : reply;
+    size_t const piece = faulty && fault_.piece ? fault_.piece : bytes.size();
+    for (size_t i = 0; i < (faulty ? fault_.times : 1); i++)
+        for (size_t at = 0; at < bytes.size(); at += piece)
+            if (send(socket, bytes.data() + at, std::min(piece, bytes.size() - at), MSG_NOSIGNAL) < 0)
+                return false;
+    if (faulty && fault_.then == Fault::kReset) {
+        linger const now{1, 0};
+        setsockopt(socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    }
+    return !faulty || fault_.then == Fault::kGoOn;
+}
+
+std::string MailboxServer::Answer(std::string const &line, std::vector<bool> &marked) {
+    size_t const number = NumberIn(line);
+    bool const there = number >= 1 && number <= messages_.size() && !marked[number - 1];
+    if (line == "STAT")
+        return "+OK " + std::to_string(messages_.size()) + " 1\r\n";
+    if (line.starts_with("RETR ") && there)
+        return "+OK " + std::to_string(messages_[number - 1].size()) + " octets\r\n" + messages_[number - 1] +
+               ".\r\n";
+    if (line.starts_with("TOP ") && there)
+        return "+OK\r\n" + messages_[number - 1].substr(0, messages_[number - 1].find("\r\n\r\n")) + "\r\n\r\n.\r\n";
+    if (line.starts_with("DELE ") && there) {
+        marked[number - 1] = true;
+        return "+OK\r\n";
+    }
+    return line.starts_with("USER ") || line.starts_with("PASS ") || line == "QUIT" ? "+OK\r\n" : "-ERR\r\n";
+}

@@ -1,0 +1,274 @@
+// Each operation on the store, stopped by a kill and failed by the disk at every one of its system calls that change
+// something: the folder opens again with whole records, no number comes twice, no earlier message is changed, and
+// each message is on the server or on disk.
+
+#include "base/text.h"
+#include "fixtures/process.h"
+#include "hostile/mailbox_server.h"
+#include "hostile/store_driver.h"
+#include "mime/headers.h"
+#include "store/folder.h"
+#include "store/index_file.h"
+#include "unit/scratch.h"
+
+#include <atomic>
+#include <charconv>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kCalls[] = "write,pwrite64,writev,pwritev,fsync,fdatasync,syncfs,?rename,?renameat,renameat2,?unlink,"
+                          "unlinkat,openat,ftruncate,?mkdir,?mkdirat,fallocate,copy_file_range";
+constexpr char kOldProfile[] = "pop.old.example.org\n\n\n";
+
+std::string Message(std::string const &subject) {
+    return "Subject: " + subject + "\r\nFrom: a@example.org\r\nDate: today\r\n\r\nThe text of " + subject + ".\r\n";
+}
+
+std::string Row(std::string const &message) {
+    char row[kRowWidth + 1];
+    return FormatHeaderRow(message.c_str(), row, sizeof row);
+}
+
+/// A home as the operation finds it.
+struct Home {
+    Scratch scratch;
+    std::string root = scratch / ".Corvanta/";
+    std::string inbox = root + "home/Inbox/";
+    std::map<int32_t, std::string> earlier; ///< the messages that lie there, by number
+
+    explicit Home(std::string const &operation) {
+        fs::create_directories(root + "home");
+        WriteFile(root + "home.dat", kOldProfile);
+        if (operation == "create")
+            return;
+        CreateFolder(inbox.c_str());
+        for (int i = 1; i <= 3; i++)
+            earlier[AppendMessage(inbox.c_str(), Message("earlier " + std::to_string(i)))] =
+                Message("earlier " + std::to_string(i));
+        if (operation != "convert")
+            return;
+        // Numbers 1, 2, 3 and one whose message is gone.
+        fs::remove(inbox + "index2");
+        WriteFile(inbox + "index", {"old.\1\0\0\0\2\0\0\0\3\0\0\0\7\0\0\0", 20});
+    }
+
+    /// The numbers of the message files.
+    std::set<int32_t> Files() const {
+        std::set<int32_t> numbers;
+        for (fs::directory_entry const &entry : fs::directory_iterator(inbox)) {
+            std::string const name = entry.path().filename();
+            int32_t number = 0;
+            if (std::from_chars(name.data(), name.data() + name.size(), number).ptr == name.data() + name.size())
+                numbers.insert(number);
+        }
+        return numbers;
+    }
+    std::map<int32_t, std::string> Records() const {
+        std::map<int32_t, std::string> records;
+        EXPECT_TRUE(ReadFolderIndex(inbox.c_str(), [&](IndexRecord const &record) {
+            EXPECT_GT(record.number, 0);
+            EXPECT_TRUE(records.emplace(record.number, FieldText(record.row, kRowWidth)).second)
+                << record.number << " comes twice";
+        }));
+        return records;
+    }
+    std::string Text(int32_t number) const { return ReadFile(inbox + std::to_string(number)); }
+};
+
+struct Outcome {
+    int exitCode;       ///< -1 when it was killed
+    std::string result; ///< what the operation returned; empty when it was killed
+};
+
+/// Runs an operation under strace with `options`, its log in `log`.
+Outcome RunDriver(std::string const &operation, Home const &home, std::string const &server,
+                  std::vector<std::string> const &options, std::string const &log) {
+    std::vector<std::string> command;
+    if (!log.empty())
+        command = {"strace", "-q", "-o", log, "-e", std::string("trace=?access,?faccessat,?faccessat2,") + kCalls};
+    command.insert(command.end(), options.begin(), options.end());
+    // What the operation says on standard error is not looked at here.
+    for (std::string const &word : {std::string("sh"), std::string("-c"), std::string("exec \"$@\" 2>/dev/null"),
+                                    std::string("sh"), std::string(CORVANTA_STORE_DRIVER), operation,
+                                    home.scratch.Path().substr(0, home.scratch.Path().size() - 1), server})
+        command.push_back(word);
+    ChildProcess driver;
+    if (!driver.Start(command))
+        return {-2, ""};
+    std::string result = driver.ReadLine(20);
+    std::erase(result, '\a'); // new mail rings
+    return {driver.Wait(), result};
+}
+
+/// One call to stop at: the n-th of its name in the life of the driver.
+struct Stop {
+    std::string call;
+    int n;
+    std::string fault; ///< "signal=KILL", "error=ENOSPC"
+};
+
+/// The changing calls of one whole run, from its log: those between the marks; of the opened files those of the home.
+std::vector<Stop> Stops(std::string const &log, std::string const &home) {
+    std::vector<Stop> stops;
+    std::map<std::string, int> seen;
+    bool within = false;
+    std::ifstream lines(log);
+    for (std::string line; std::getline(lines, line);) {
+        std::string const call = line.substr(0, line.find('('));
+        if (call.find("access") != call.npos) {
+            within = line.find(kBegin) != line.npos || (within && line.find(kEnd) == line.npos);
+            continue;
+        }
+        int const n = ++seen[call];
+        if (!within || (call == "openat" && line.find(home) == line.npos))
+            continue;
+        for (char const *fault : {"signal=KILL", "error=ENOSPC", "error=EIO"})
+            stops.push_back({call, n, fault});
+    }
+    return stops;
+}
+
+/// Whatever happened, the folder can be used, and nothing that lay there is lost or changed. `printed` is the number
+/// that the operation says it has given.
+void ExpectGoodFolder(Home const &home, std::string const &operation, int32_t printed) {
+    std::map<int32_t, std::string> const records = home.Records();
+    std::set<std::string> rows = {"", Row(kDriverMessage)};
+    for (auto const &[number, text] : home.earlier) {
+        rows.insert(Row(text));
+        if (operation == "delete" && number == 2 && !records.contains(2))
+            continue;
+        EXPECT_EQ(home.Text(number), text) << number;
+        // A conversion that could not read a message lists it without its row.
+        EXPECT_TRUE(records.contains(number) &&
+                    (records.at(number) == Row(text) || (operation == "convert" && records.at(number).empty())))
+            << number;
+    }
+    for (auto const &[number, row] : records)
+        EXPECT_TRUE(operation == "session" || rows.contains(row)) << number << ": " << row;
+
+    std::set<int32_t> used = home.Files();
+    for (auto const &[number, row] : records)
+        used.insert(number);
+    used.insert(printed);
+    for (int i = 0; i < 2; i++) {
+        std::string const text = Message("later " + std::to_string(i));
+        int32_t const number = AppendMessage(home.inbox.c_str(), text);
+        EXPECT_GT(number, 0);
+        EXPECT_TRUE(used.insert(number).second) << number << " was given twice";
+        EXPECT_EQ(home.Text(number), text);
+        EXPECT_EQ(home.Records()[number], Row(text));
+    }
+}
+
+/// What a completed operation promises, and what a stopped one must not have broken.
+void ExpectGoodResult(Home const &home, std::string const &operation, Outcome const &outcome) {
+    int32_t const printed = outcome.result.empty() ? -1 : DecimalPrefix(outcome.result);
+    if (operation == "profile") {
+        std::string const text = ReadFile(home.root + "home.dat");
+        EXPECT_TRUE(text == kOldProfile || text.starts_with(kSavedServer)) << text;
+        if (outcome.exitCode == 0) {
+            EXPECT_EQ(text == kOldProfile, printed != 0) << "it said " << printed;
+        }
+        return;
+    }
+    bool const index = fs::exists(home.inbox + "index2");
+    if (operation == "create" || operation == "convert") {
+        EXPECT_TRUE(index || printed != 0);
+        EXPECT_TRUE(index || CreateFolder(home.inbox.c_str()) == 0);
+    }
+    if ((operation == "append" || operation == "reserve") && printed > 0) {
+        EXPECT_EQ(home.Text(printed), kDriverMessage);
+        EXPECT_EQ(home.Records()[printed], Row(kDriverMessage));
+    }
+    EXPECT_FALSE(operation == "delete" && printed == 0 && fs::exists(home.inbox + "2"));
+    ExpectGoodFolder(home, operation, operation == "append" || operation == "reserve" ? printed : -1);
+}
+
+std::vector<std::string> const kMailbox = {Message("new 1"), Message("new 2"), Message("new 3")};
+
+/// Each message of the mailbox is on the server or whole in the Inbox; after another session all are in the Inbox.
+void ExpectNoMailLost(Home const &home, MailboxServer &server) {
+    auto const stored = [&] {
+        std::multiset<std::string> texts;
+        for (auto const &[number, row] : home.Records())
+            texts.insert(home.Text(number));
+        return texts;
+    };
+    std::vector<std::string> const left = server.Messages();
+    std::multiset<std::string> const before = stored();
+    for (std::string const &message : kMailbox)
+        EXPECT_TRUE(before.contains(message) || std::find(left.begin(), left.end(), message) != left.end())
+            << message << " is lost";
+    EXPECT_EQ(RunDriver("session", home, server.Address(), {}, "").result, "1");
+    EXPECT_EQ(server.Messages().size(), 0u);
+    std::multiset<std::string> const after = stored();
+    for (std::string const &message : kMailbox)
+        EXPECT_TRUE(after.contains(message)) << message << " is lost";
+}
+
+void StopAt(std::string const &operation, Stop const &stop) {
+    std::string const what = operation + ", " + stop.call + " " + std::to_string(stop.n) + ", " + stop.fault;
+    SCOPED_TRACE(what);
+    Home const home(operation);
+    std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
+    std::string const log = home.scratch / "log";
+    std::string const inject = "inject=" + stop.call + ":" + stop.fault + ":when=" + std::to_string(stop.n);
+    Outcome const outcome = RunDriver(operation, home, server ? server->Address() : "", {"-e", inject}, log);
+    EXPECT_NE(ReadFile(log).find(stop.fault == "signal=KILL" ? "killed by SIGKILL" : "INJECTED"), std::string::npos)
+        << "nothing was stopped";
+    EXPECT_EQ(outcome.exitCode, stop.fault == "signal=KILL" ? -1 : 0);
+    if (server)
+        ExpectNoMailLost(home, *server);
+    ExpectGoodResult(home, operation, outcome);
+}
+
+bool CanTrace() {
+    static bool const can =
+        RunProgram({"strace", "-q", "-o", "/dev/null", "-e", "inject=getppid:error=EIO:when=1", "true"}) == 0;
+    return can;
+}
+
+class StopAtEveryCall : public testing::TestWithParam<char const *> {};
+
+TEST_P(StopAtEveryCall, LeavesAGoodFolder) {
+    if (!CanTrace())
+        GTEST_SKIP() << "strace is missing or may not trace here";
+    std::string const operation = GetParam();
+    std::vector<Stop> stops;
+    {
+        Home const home(operation);
+        std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
+        std::string const log = home.scratch / "log";
+        Outcome const outcome = RunDriver(operation, home, server ? server->Address() : "", {}, log);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_GE(DecimalPrefix(outcome.result), 0) << outcome.result;
+        if (server)
+            ExpectNoMailLost(home, *server);
+        ExpectGoodResult(home, operation, outcome);
+        stops = Stops(log, home.scratch.Path());
+    }
+    EXPECT_GE(stops.size(), 6u);
+    RecordProperty("stops", static_cast<int>(stops.size()));
+    // Most of a run is waiting for processes to start: several at a time.
+    std::atomic<size_t> next = 0;
+    std::vector<std::thread> workers;
+    for (int i = 0; i < 3; i++)
+        workers.emplace_back([&] {
+            for (size_t at; (at = next++) < stops.size();)
+                StopAt(operation, stops[at]);
+        });
+    for (std::thread &worker : workers)
+        worker.join();
+}
+
+INSTANTIATE_TEST_SUITE_P(Store, StopAtEveryCall,
+                         testing::Values("create", "append", "reserve", "delete", "convert", "profile", "session"),
+                         [](auto const &info) { return std::string(info.param); });
+
+} // namespace

@@ -1,0 +1,91 @@
+#!/usr/bin/env python3
+"""The rules of the house that a compiler does not check: which folder may include what, and which functions nobody
+calls."""
+
+import pathlib
+import re
+import sys
+import unittest
+
+ROOT = pathlib.Path(sys.argv.pop(1)).resolve() if len(sys.argv) > 1 else pathlib.Path(__file__).resolve().parents[2]
+
+# Folder -> folders of src it may include. "names" is ui/widgets.h, which holds names only.
+MAY_INCLUDE = {
+    "base": set(),
+    "mime": {"base"},
+    "store": {"base", "mime"},
+    "widgets": {"base", "names"},
+    "net": {"base", "widgets", "names"},
+    "pop": {"base", "mime", "store", "widgets", "names", "net"},
+    "profiles": {"base", "mime", "store", "widgets", "names", "net", "pop"},
+    "compose": {"base", "mime", "store", "widgets", "names", "net", "profiles"},
+    "app": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles"},
+    "ui": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "compose", "app"},
+}
+TOOLKIT_FREE = {"base", "mime", "store"}
+SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}
+# Unbounded, or silent about what they could not read.
+FORBIDDEN = re.compile(r"(?<![\w.>])(strcpy|strcat|sprintf|vsprintf|atoi|atol|strtok|gets|tmpnam|mktemp)\s*\(|"
+                       r"(?<![\w.>])s?scanf\s*\(|(?<![\w.>])\bsystem\s*\(|(?<![\w.>])popen\s*\(")
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.M)
+COMMENT = re.compile(r"//[^\n]*|/\*.*?\*/", re.S)
+STRING = re.compile(r'"(?:\\.|[^"\\\n])*"')
+
+
+def sources(*places):
+    for place in places:
+        for path in sorted((ROOT / place).rglob("*")):
+            if path.suffix in (".h", ".cpp"):
+                yield path
+
+
+def includes(path):
+    return INCLUDE.findall(path.read_text())
+
+
+class House(unittest.TestCase):
+    def test_there_is_something_to_check(self):
+        self.assertGreater(len(list(sources("src", "platform"))), 40)
+
+    def test_arrows_point_one_way(self):
+        for path in sources("src"):
+            folder = path.relative_to(ROOT / "src").parts[0]
+            for _, name in includes(path):
+                if name in ("ui/widgets.h",):
+                    target = "names"
+                else:
+                    target = name.split("/")[0]
+                if target not in MAY_INCLUDE and target != "names" or target == folder:
+                    continue
+                with self.subTest(file=str(path), includes=name):
+                    self.assertIn(target, MAY_INCLUDE[folder])
+
+    def test_toolkit_and_sockets_stay_in_their_folders(self):
+        for path in sources("src"):
+            folder = path.relative_to(ROOT / "src").parts[0]
+            for _, name in includes(path):
+                with self.subTest(file=str(path), includes=name):
+                    if folder in TOOLKIT_FREE:
+                        self.assertNotRegex(name, r"^(Pt|Ap|Pp|Pf|Pg)\.h$|^photon/")
+                    if folder in SOCKET_FREE:
+                        self.assertNotRegex(name, r"^(sys/socket|netdb|netinet/.*|arpa/.*)\.h$|^(sys/socket|netdb)\.h$")
+                    self.assertNotRegex(name, r"^Q[A-Z]")
+
+    def test_only_the_windowing_side_knows_qt(self):
+        for path in sources("platform"):
+            where = path.relative_to(ROOT / "platform").as_posix()
+            if where.startswith(("photon/qt/", "vserver/")):
+                continue
+            for _, name in includes(path):
+                with self.subTest(file=where, includes=name):
+                    self.assertNotRegex(name, r"^Q[A-Z]")
+
+    def test_nobody_calls_unbounded_functions(self):
+        for path in sources("src", "platform"):
+            code = STRING.sub('""', COMMENT.sub("", path.read_text()))
+            with self.subTest(file=str(path)):
+                self.assertEqual([m.group(0) for m in FORBIDDEN.finditer(code)], [])
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,294 @@
+// Tree items: adding, removing, freeing, expanding, selecting.
+
+#include "photon/fake_display.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+class Tree : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(PtInit(nullptr), 0);
+        tree_ = PtCreateWidget(PtTree, Pt_NO_PARENT, 0, nullptr);
+    }
+    void TearDown() override { CleanUp(); }
+
+    PtGenTreeItem_t *Item(char const *text) { return &PtTreeAllocItem(tree_, text, -1, -1)->gen; }
+    /// A detached list of items, one for each letter.
+    PtGenTreeItem_t *List(char const *letters) {
+        PtGenTreeItem_t *first = nullptr, *last = nullptr;
+        for (; *letters; letters++) {
+            PtGenTreeItem_t *item = Item(std::string(1, *letters).c_str());
+            if (last) {
+                EXPECT_EQ(PtGenTreeAddAfter(nullptr, item, last), 0);
+            }
+            last = item;
+            first = first ? first : item;
+        }
+        return first;
+    }
+    PtGenTreeItem_t *Find(char letter) const {
+        for (PtGenTreeItem_t *item = PtGenTreeRootItem(tree_); item;) {
+            if (Text(item)[0] == letter)
+                return item;
+            if (item->son) {
+                item = item->son;
+                continue;
+            }
+            while (item && !item->brother)
+                item = item->father;
+            item = item ? item->brother : nullptr;
+        }
+        return nullptr;
+    }
+    static char const *Text(PtGenTreeItem_t const *item) {
+        return reinterpret_cast<PtTreeItem_t const *>(item)->string;
+    }
+    /// The tree in letters, "a(bc)d", its links and counts checked on the way.
+    std::string Shape() const {
+        size_t total = 0, roots = 0;
+        for (PtGenTreeItem_t *item = tree_->tree->first; item; item = item->brother, roots++)
+            EXPECT_EQ(item->brother == nullptr, item == tree_->tree->last);
+        std::string const shape = Level(tree_->tree->first, nullptr, total);
+        EXPECT_EQ(total, tree_->tree->item_count);
+        EXPECT_EQ(roots, tree_->tree->root_count);
+        return shape;
+    }
+    static std::string Level(PtGenTreeItem_t *item, PtGenTreeItem_t *father, size_t &total) {
+        std::string shape;
+        for (PtGenTreeItem_t *previous = nullptr; item; previous = item, item = item->brother) {
+            EXPECT_EQ(item->father, father);
+            EXPECT_EQ(reinterpret_cast<PtGenTreeItem_t *>(item->list.prev), previous);
+            EXPECT_TRUE(item->list.flags & Pt_TREE_ITEM_INATREE);
+            total++;
+            shape += Text(item);
+            if (item->son)
+                shape += '(' + Level(item->son, item, total) + ')';
+        }
+        return shape;
+    }
+
+    PtWidget_t *tree_ = nullptr;
+};
+
+} // namespace
+
+TEST_F(Tree, AddsAnItemWithItsFollowingBrothers) {
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, List("cd"), nullptr), 0);
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, List("ab"), nullptr), 0);
+    EXPECT_EQ(PtGenTreeAddAfter(tree_, List("xyz"), Find('b')), 0);
+    EXPECT_EQ(Shape(), "abxyzcd");
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, List("mn"), Find('y')), 0);
+    EXPECT_EQ(PtGenTreeAddAfter(tree_, List("o"), Find('n')), 0);
+    EXPECT_EQ(PtGenTreeAddAfter(tree_, List("ef"), Find('d')), 0);
+    EXPECT_EQ(Shape(), "abxy(mno)zcdef");
+    EXPECT_TRUE(Find('y')->list.flags & Pt_TREE_ITEM_EXPANDABLE);
+    EXPECT_FALSE(Find('a')->list.flags & Pt_TREE_ITEM_EXPANDABLE);
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, nullptr, Find('a')), 0); // only makes it expandable
+    EXPECT_TRUE(Find('a')->list.flags & Pt_TREE_ITEM_EXPANDABLE);
+
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, Find('m'), nullptr), -1); // in a tree already
+    EXPECT_EQ(PtGenTreeAddAfter(tree_, Find('a'), Find('b')), -1);
+    PtGenTreeItem_t *list = List("pqr");
+    EXPECT_EQ(PtGenTreeAddAfter(nullptr, list, Find('a')), -1);     // which tree?
+    EXPECT_EQ(PtGenTreeAddFirst(nullptr, list, list->brother), -1); // below itself
+    EXPECT_EQ(PtGenTreeAddFirst(tree_, list->brother, nullptr), 0); // leaves p behind
+    EXPECT_EQ(Shape(), "qrabxy(mno)zcdef");
+    EXPECT_EQ(list->brother, nullptr);
+    EXPECT_EQ(PtGenTreeFreeItems(list), 0);
+}
+
+TEST_F(Tree, RemovesAnItemWithWhatIsBelow) {
+    PtGenTreeAddFirst(tree_, List("abcd"), nullptr);
+    PtGenTreeAddFirst(tree_, List("xyz"), Find('b'));
+    PtGenTreeAddFirst(tree_, List("m"), Find('y'));
+    PtGenTreeItem_t *y = Find('y'), *b = Find('b'), *d = Find('d');
+    EXPECT_EQ(PtGenTreeFreeItems(y), -1); // still in a tree
+    PtGenTreeRemoveItem(tree_, y);
+    EXPECT_EQ(Shape(), "ab(xz)cd");
+    EXPECT_EQ(y->father, nullptr);
+    EXPECT_EQ(y->brother, nullptr);
+    EXPECT_STREQ(Text(y->son), "m");
+    EXPECT_EQ(PtGenTreeFreeItems(y->son), -1); // part of a list
+    EXPECT_EQ(PtGenTreeAddAfter(tree_, y, d), 0);
+    EXPECT_EQ(Shape(), "ab(xz)cdy(m)");
+    PtGenTreeRemoveItem(tree_, y);
+    EXPECT_EQ(PtGenTreeFreeItems(y), 0);
+    PtGenTreeItem_t *children = PtGenTreeRemoveChildren(tree_, b);
+    EXPECT_STREQ(Text(children), "x");
+    EXPECT_STREQ(Text(children->brother), "z");
+    EXPECT_TRUE(b->list.flags & Pt_TREE_ITEM_EXPANDABLE); // never cleared by itself
+    EXPECT_EQ(PtGenTreeFreeItems(children), 0);
+    for (char letter : {'a', 'd'}) {
+        PtGenTreeItem_t *item = Find(letter);
+        PtGenTreeRemoveItem(tree_, item);
+        PtGenTreeFreeItems(item);
+    }
+    EXPECT_EQ(Shape(), "bc");
+    PtGenTreeFreeAllItems(tree_);
+    EXPECT_EQ(Shape(), "");
+    EXPECT_EQ(PtGenTreeRootItem(tree_), nullptr);
+}
+
+TEST_F(Tree, TellsTheViewAppendedRowsApart) {
+    PtTreeState const &state = *tree_->tree;
+    PtGenTreeAddFirst(tree_, List("ab"), nullptr);
+    PtGenTreeAddAfter(tree_, List("c"), Find('b'));
+    EXPECT_EQ(state.appended, 3u);
+    EXPECT_EQ(state.generation, 0u);
+    PtFlush();
+    EXPECT_EQ(ViewOf(tree_).appended, 3u);
+    EXPECT_EQ(state.appended, 0u);
+    PtGenTreeAddAfter(tree_, List("x"), Find('a'));
+    EXPECT_EQ(state.appended, 0u);
+    EXPECT_EQ(state.generation, 1u);
+    PtGenTreeAddFirst(tree_, List("y"), Find('a'));
+    EXPECT_EQ(state.generation, 2u);
+    PtGenTreeItem_t *c = Find('c');
+    PtGenTreeRemoveItem(tree_, c);
+    EXPECT_EQ(state.generation, 3u);
+    PtGenTreeFreeItems(c);
+}
+
+TEST_F(Tree, TextsChangeInPlace) {
+    auto *item = reinterpret_cast<PtTreeItem_t *>(Item("short"));
+    PtTreeAddFirst(tree_, item, nullptr);
+    item->data = this;
+    EXPECT_EQ(PtTreeModifyItemString(tree_, item, std::string(5000, 'x').c_str()), 0);
+    EXPECT_EQ(PtTreeRootItem(tree_), item);
+    EXPECT_EQ(strlen(item->string), 5000u);
+    EXPECT_EQ(PtTreeModifyItemString(tree_, item, "tiny"), 0);
+    EXPECT_STREQ(item->string, "tiny");
+    EXPECT_EQ(PtTreeModifyItemString(tree_, item, item->string + 1), 0);
+    EXPECT_STREQ(item->string, "iny");
+    EXPECT_EQ(PtTreeModifyItemString(tree_, item, std::string(9000, 'y').c_str()), 0);
+    EXPECT_EQ(item->data, this);
+    EXPECT_TRUE(tree_->tree->texts_changed);
+}
+
+TEST_F(Tree, ExpandsWhenTheCallbackAllows) {
+    PtGenTreeAddFirst(tree_, List("ab"), nullptr);
+    PtGenTreeAddFirst(tree_, List("c"), Find('a'));
+    static int refusal;
+    static std::string calls;
+    refusal = 7;
+    calls.clear();
+    auto const state = [](PtWidget_t *tree, void *, PtCallbackInfo_t *info) {
+        auto *data = static_cast<PtTreeCallback_t *>(info->cbdata);
+        calls += info->reason_subtype ? '+' : '-';
+        data->expand = refusal;
+        if (refusal == 99) { // the item goes while it is being expanded
+            data->expand = 0;
+            PtGenTreeFreeAllItems(tree);
+        }
+        return int{Pt_CONTINUE};
+    };
+    PtAddCallback(tree_, Pt_CB_TREE_STATE, state, nullptr);
+    EXPECT_EQ(PtGenTreeExpand(tree_, Find('b'), nullptr), -1); // nothing to expand
+    EXPECT_EQ(PtGenTreeExpand(tree_, Find('a'), nullptr), 7);
+    EXPECT_EQ(PtGenTreeItemIndex(tree_, Find('c')), 0);
+    refusal = 0;
+    EXPECT_EQ(PtGenTreeExpand(tree_, Find('a'), nullptr), 0);
+    EXPECT_EQ(PtGenTreeExpand(tree_, Find('a'), nullptr), 0);
+    EXPECT_EQ(PtGenTreeItemIndex(tree_, Find('c')), 2);
+    EXPECT_EQ(PtGenTreeItemIndex(tree_, Find('b')), 3);
+    PtGenTreeCollapse(tree_, Find('a'), nullptr);
+    EXPECT_EQ(PtGenTreeItemIndex(tree_, Find('b')), 2);
+    EXPECT_EQ(calls, "++-");
+    refusal = 99;
+    EXPECT_EQ(PtGenTreeExpand(tree_, Find('a'), nullptr), -1);
+    EXPECT_EQ(Shape(), "");
+
+    PtGenTreeItem_t *leaf = List("e");
+    leaf->list.flags |= Pt_TREE_ITEM_EXPANDED; // kept only for an expandable item
+    PtGenTreeAddFirst(tree_, leaf, nullptr);
+    EXPECT_FALSE(leaf->list.flags & Pt_TREE_ITEM_EXPANDED);
+}
+
+TEST_F(Tree, SelectionObeysItsMode) {
+    PtGenTreeAddFirst(tree_, List("abcd"), nullptr);
+    PtGenTreeAddFirst(tree_, List("x"), Find('b'));
+    auto const selected = [&] {
+        std::string letters;
+        PtTreeItem_t **items = PtTreeSelectedItems(tree_, nullptr);
+        for (PtTreeItem_t **item = items; item && *item; item++)
+            letters += (*item)->string;
+        free(items);
+        unsigned short const *count = nullptr;
+        PtGetResource(tree_, Pt_ARG_LIST_SEL_COUNT, &count, 0);
+        EXPECT_EQ(*count, letters.size());
+        return letters;
+    };
+    PtGenTreeSelect(tree_, Find('c'));
+    PtGenTreeSelect(tree_, Find('a'));
+    EXPECT_EQ(selected(), "a");
+    PtSetResource(tree_, Pt_ARG_SELECTION_MODE, Pt_MULTIPLE_MODE, 0);
+    for (char letter : {'d', 'x', 'b'})
+        PtGenTreeSelect(tree_, Find(letter));
+    EXPECT_EQ(selected(), "abxd"); // in the order of the tree
+    EXPECT_EQ(PtVisibleSelected(*tree_), 3u);
+    PtGenTreeUnselect(tree_, Find('d'));
+    PtGenTreeItem_t *b = Find('b');
+    PtGenTreeRemoveItem(tree_, b);
+    EXPECT_EQ(selected(), "a");
+    PtGenTreeSelect(nullptr, b); // outside a tree only a mark
+    PtGenTreeAddFirst(tree_, b, nullptr);
+    EXPECT_EQ(selected(), "ba");
+    PtSetResource(tree_, Pt_ARG_SELECTION_MODE, Pt_BROWSE_MODE, 0);
+    EXPECT_EQ(selected(), "");
+}
+
+TEST_F(Tree, CurrentItemGoesWithItsRow) {
+    PtGenTreeAddFirst(tree_, List("abc"), nullptr);
+    EXPECT_EQ(PtTreeGetCurrent(tree_), nullptr);
+    PtGenTreeGoto(tree_, Find('b'));
+    PtGenTreeGoto(tree_, Find('c'));
+    EXPECT_STREQ(PtTreeGetCurrent(tree_)->string, "c");
+    EXPECT_FALSE(Find('b')->list.flags & Pt_LIST_ITEM_CURRENT);
+    PtGenTreeItem_t *c = Find('c');
+    PtGenTreeRemoveItem(tree_, c);
+    EXPECT_EQ(PtTreeGetCurrent(tree_), nullptr);
+    EXPECT_EQ(tree_->tree->show, nullptr);
+    PtGenTreeFreeItems(c);
+}
+
+TEST_F(Tree, TakesAMillionRowsAndAMillionLevels) {
+    constexpr int kRows = 1000000;
+    auto seconds = [start = std::chrono::steady_clock::now()]() mutable {
+        auto const now = std::chrono::steady_clock::now();
+        return std::chrono::duration<double>(now - std::exchange(start, now)).count();
+    };
+    PtGenTreeItem_t *last = Item("row");
+    PtGenTreeAddFirst(tree_, last, nullptr);
+    for (int i = 1; i < kRows; i++) {
+        PtGenTreeItem_t *item = Item("row");
+        PtGenTreeAddAfter(tree_, item, last);
+        last = item;
+    }
+    EXPECT_EQ(tree_->tree->root_count, static_cast<size_t>(kRows));
+    double const appended = seconds();
+    for (int i = 0; i < kRows / 2; i++) { // from the end, where a search for the row before would be longest
+        PtGenTreeItem_t *item = tree_->tree->last;
+        PtGenTreeRemoveItem(tree_, item);
+        PtGenTreeFreeItems(item);
+    }
+    EXPECT_EQ(tree_->tree->item_count, static_cast<size_t>(kRows / 2));
+    PtGenTreeFreeAllItems(tree_);
+    double const removed = seconds();
+    PtGenTreeItem_t *father = Item("deep");
+    PtGenTreeAddFirst(tree_, father, nullptr);
+    for (int i = 1; i < kRows; i++) {
+        PtGenTreeItem_t *son = Item("deep");
+        PtGenTreeAddFirst(tree_, son, father);
+        father = son;
+    }
+    EXPECT_EQ(PtGenTreeItemIndex(tree_, father), 0);
+    PtGenTreeFreeAllItems(tree_);
+    printf("%d rows: appended in %.3f s, removed in %.3f s, as deep a tree in %.3f s\n", kRows, appended, removed,
+           seconds());
+}

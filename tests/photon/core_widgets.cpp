@@ -1,0 +1,288 @@
+// Resources, callbacks and the life of widgets.
+
+#include "photon/PtWebClient.h"
+#include "photon/fake_display.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+namespace {
+
+class Widgets : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(PtInit(nullptr), 0);
+        window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
+    }
+    void TearDown() override { CleanUp(); }
+
+    PtWidget_t *Make(PtWidgetClassRef_t widget_class) { return PtCreateWidget(widget_class, window_, 0, nullptr); }
+
+    PtWidget_t *window_ = nullptr;
+};
+
+std::string TextOf(PtWidget_t *widget) {
+    char const *text = nullptr;
+    EXPECT_EQ(PtGetResource(widget, Pt_ARG_TEXT_STRING, &text, 0), 0);
+    return text ? text : "(null)";
+}
+
+template <class T> T Number(PtWidget_t *widget, long resource) {
+    T const *value = nullptr;
+    EXPECT_EQ(PtGetResource(widget, resource, &value, 0), 0);
+    return value ? *value : T{};
+}
+
+/// A callback that writes its data (a word) into the log and answers what `answer` says.
+std::vector<std::string> callback_log;
+int callback_answer = Pt_CONTINUE;
+int Log(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
+    callback_log.push_back(static_cast<char const *>(data) + std::string(info->reason == Pt_CB_UNREALIZED  ? "-"
+                                                                         : info->reason == Pt_CB_DESTROYED ? "!"
+                                                                                                           : ""));
+    return callback_answer;
+}
+void *Word(char const *word) { return const_cast<char *>(word); }
+
+std::string TakeLog() {
+    std::string all;
+    for (std::string const &word : std::exchange(callback_log, {}))
+        all += word + ' ';
+    return all;
+}
+
+} // namespace
+
+TEST_F(Widgets, ResourcesAreCopiedAndReadInPlace) {
+    PtWidget_t *label = Make(PtLabel);
+    char text[] = "Hello";
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, text, 0), 0);
+    text[0] = 'J';
+    EXPECT_EQ(TextOf(label), "Hello");
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, "Hello", 0), -1); // no change
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, "Hello, world", 7), 0);
+    EXPECT_EQ(TextOf(label), "Hello, ");
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, nullptr, 0), 0);
+    EXPECT_EQ(TextOf(label), "");
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_GAUGE_VALUE, 3, 0), -1); // no label has it
+    EXPECT_EQ(PtSetResource(label, 123456, 3, 0), -1);
+    EXPECT_EQ(PtSetResource(static_cast<PtWidget_t *>(nullptr), Pt_ARG_TEXT_STRING, "x", 0), -1);
+
+    PtWidget_t *bar = Make(PtProgress);
+    EXPECT_EQ(Number<long>(bar, Pt_ARG_MAXIMUM), 100);
+    EXPECT_EQ(PtSetResource(bar, Pt_ARG_GAUGE_VALUE, 42, 0), 0);
+    EXPECT_EQ(Number<short>(bar, Pt_ARG_GAUGE_VALUE), 42);
+    PtArg_t arg;
+    PtSetArg(&arg, Pt_ARG_GAUGE_VALUE, 0, 0);
+    EXPECT_EQ(PtGetResources(bar, 1, &arg), 0); // the short method
+    EXPECT_EQ(arg.value, 42);
+
+    PtWidget_t *other = nullptr;
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_POINTER, bar, 0), 0);
+    EXPECT_EQ(PtGetResource(label, Pt_ARG_POINTER, &other, 0), 0);
+    EXPECT_EQ(other, bar);
+    PtArg_t two[2];
+    PtSetArg(&two[0], Pt_ARG_MINIMUM, 5, 0);
+    PtSetArg(&two[1], Pt_ARG_TEXT_STRING, "bars have no text", 0);
+    EXPECT_EQ(PtSetResources(bar, 2, two), -1); // and yet the first is applied
+    EXPECT_EQ(Number<long>(bar, Pt_ARG_MINIMUM), 5);
+}
+
+TEST_F(Widgets, FlagsChangeUnderTheirMask) {
+    PtWidget_t *toggle = Make(PtToggleButton);
+    unsigned long const initial = PtWidgetFlags(toggle);
+    EXPECT_EQ(PtSetResource(toggle, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED | Pt_SET), 0);
+    EXPECT_EQ(PtWidgetFlags(toggle), initial | 0x20000 | Pt_SET);
+    EXPECT_EQ(PtSetResource(toggle, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED), -1);
+    EXPECT_EQ(PtSetResource(toggle, Pt_ARG_FLAGS, Pt_FALSE, Pt_BLOCKED), 0);
+    EXPECT_EQ(Number<unsigned long>(toggle, Pt_ARG_FLAGS), initial | Pt_SET);
+    EXPECT_EQ(PtSetResource(toggle, Pt_ARG_FLAGS, Pt_TRUE, Pt_DESTROYED | Pt_REALIZED), -1); // the toolkit's own
+
+    PtSetResource(window_, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED);
+    EXPECT_TRUE(PtIsBlocked(*toggle));
+    PtWidget_t *dialog = PtCreateWidget(PtWindow, window_, 0, nullptr);
+    EXPECT_FALSE(PtIsBlocked(*dialog)); // a window of its own
+}
+
+TEST_F(Widgets, GeometryHasSeveralForms) {
+    PtWidget_t *pane = Make(PtPane);
+    PhDim_t const size{450, 45};
+    EXPECT_EQ(PtSetResource(pane, Pt_ARG_DIM, &size, 0), 0);
+    EXPECT_EQ(PtSetResource(pane, Pt_ARG_WIDTH, 451, 0), 0);
+    PtStoreArea(*pane, {{7, 8}, {451, 46}});
+    EXPECT_EQ(Number<unsigned short>(pane, Pt_ARG_HEIGHT), 46);
+    EXPECT_EQ(Number<PhPoint_t>(pane, Pt_ARG_POS).y, 8);
+    EXPECT_EQ(Number<PhArea_t>(pane, Pt_ARG_AREA).size.w, 451);
+    EXPECT_EQ(PtSetResource(pane, Pt_ARG_HEIGHT, 46, 0), -1);
+}
+
+TEST_F(Widgets, NumericTextAndNumberAreOne) {
+    PtWidget_t *number = Make(PtNumericInteger);
+    EXPECT_EQ(TextOf(number), "0");
+    EXPECT_EQ(PtSetResource(number, Pt_ARG_TEXT_STRING, "500", 0), 0);
+    EXPECT_EQ(Number<int>(number, Pt_ARG_NUMERIC_VALUE), 500);
+    EXPECT_EQ(PtSetResource(number, Pt_ARG_NUMERIC_VALUE, 300, 0), 0);
+    EXPECT_EQ(TextOf(number), "300");
+    PtSetResource(number, Pt_ARG_NUMERIC_MIN, 5, 0);
+    PtSetResource(number, Pt_ARG_NUMERIC_MAX, 3600, 0);
+    PtSetResource(number, Pt_ARG_TEXT_STRING, "REMOVEFROMSERVER", 0);
+    EXPECT_EQ(TextOf(number), "5");
+    PtSetResource(number, Pt_ARG_TEXT_STRING, "99999999999999999999999", 0);
+    EXPECT_EQ(Number<int>(number, Pt_ARG_NUMERIC_VALUE), 3600);
+    PtStoreString(*number, Pt_ARG_TEXT_STRING, "17"); // typed by the user
+    EXPECT_EQ(Number<int>(number, Pt_ARG_NUMERIC_VALUE), 17);
+}
+
+TEST_F(Widgets, ComboBoxesCountFromOne) {
+    PtWidget_t *combo = Make(PtComboBox);
+    char const *names[] = {"Inbox", "Saved", "Outbox"};
+    EXPECT_EQ(PtSetResource(combo, Pt_ARG_ITEMS, names, 3), 0);
+    EXPECT_EQ(Number<unsigned short>(combo, Pt_ARG_LIST_ITEM_COUNT), 3);
+    EXPECT_EQ(PtListSelectPos(combo, 2), 0);
+    EXPECT_EQ(TextOf(combo), "Saved");
+    PtSetResource(combo, Pt_ARG_TEXT_STRING, "Outbox", 0);
+    EXPECT_EQ(Number<unsigned short>(combo, Pt_ARG_CBOX_SEL_ITEM), 3);
+    char const *more[] = {"Drafts"};
+    EXPECT_EQ(PtListAddItems(combo, more, 1, 1), 0);
+    EXPECT_EQ(PtListItemPos(combo, "Drafts"), 1);
+    EXPECT_EQ(Number<unsigned short>(combo, Pt_ARG_CBOX_SEL_ITEM), 4); // still Outbox
+    char const *const *items = nullptr;
+    unsigned short const *count = nullptr;
+    EXPECT_EQ(PtGetResource(combo, Pt_ARG_ITEMS, &items, &count), 0);
+    ASSERT_EQ(*count, 4);
+    EXPECT_STREQ(items[3], "Outbox");
+    EXPECT_EQ(PtListDeleteAllItems(combo), 0);
+    EXPECT_EQ(TextOf(combo), "Outbox");
+    EXPECT_EQ(PtListSelectPos(combo, 1), -1); // there is no such item
+    EXPECT_EQ(Number<unsigned short>(combo, Pt_ARG_CBOX_SEL_ITEM), 0);
+    EXPECT_EQ(PtSetResource(combo, Pt_ARG_LIST_ITEM_COUNT, 9, 0), -1);
+}
+
+TEST_F(Widgets, ActionsActEveryTime) {
+    PtWidget_t *web = Make(PtWebClient);
+    for (int i = 0; i < 2; i++)
+        EXPECT_EQ(PtSetResource(web, 100000, "file:///tmp/page.html", 1), 0);
+    EXPECT_EQ(ViewOf(web).acted.size(), 2u);
+    EXPECT_EQ(ViewOf(web).acted[1].text, "file:///tmp/page.html");
+    EXPECT_EQ(PtSetResource(web, 100009, "refused", 0), -1);
+    EXPECT_EQ(PtSetResource(web, 100018, 5, 0), -1);
+    PtStoreScalar(*web, Pt_ARG_WEB_STARTUP_ERRNO, 2);
+    EXPECT_EQ(Number<int>(web, 100018), 2);
+}
+
+TEST_F(Widgets, CallbacksRunInOrderUntilOneEndsThem) {
+    PtWidget_t *button = Make(PtButton);
+    PtAddCallback(button, Pt_CB_ACTIVATE, Log, Word("first"));
+    PtCallback_t const two[] = {{Log, Word("second")}, {Log, Word("third")}};
+    EXPECT_EQ(PtSetResource(button, Pt_CB_ACTIVATE, two, 2), 0); // adds
+    EXPECT_EQ(PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr), Pt_CONTINUE);
+    EXPECT_EQ(TakeLog(), "first second third ");
+    PtRemoveCallback(button, Pt_CB_ACTIVATE, Log, Word("first"));
+    callback_answer = Pt_END;
+    EXPECT_EQ(PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr), Pt_END);
+    callback_answer = Pt_CONTINUE;
+    EXPECT_EQ(TakeLog(), "second ");
+}
+
+TEST_F(Widgets, ProgramChangesAreSilentUnlessAskedFor) {
+    PtWidget_t *number = Make(PtNumericInteger);
+    PtAddCallback(number, Pt_CB_NUMERIC_CHANGED, Log, Word("number"));
+    PtRealizeWidget(window_);
+    PtSetResource(number, Pt_ARG_NUMERIC_VALUE, 4, 0);
+    EXPECT_EQ(TakeLog(), "");
+    PtSetResource(number, Pt_ARG_FLAGS, Pt_TRUE, Pt_CALLBACKS_ACTIVE);
+    PtSetResource(number, Pt_ARG_NUMERIC_VALUE, 5, 0);
+    EXPECT_EQ(TakeLog(), "number ");
+    PtUnrealizeWidget(number);
+    PtSetResource(number, Pt_ARG_NUMERIC_VALUE, 6, 0);
+    EXPECT_EQ(TakeLog(), "");
+}
+
+TEST_F(Widgets, ClosingCallsChildrenBeforeTheirContainer) {
+    PtWidget_t *pane = Make(PtPane);
+    PtWidget_t *inner = PtCreateWidget(PtTree, pane, 0, nullptr);
+    PtWidget_t *menu = PtCreateWidget(PtMenu, window_, 0, nullptr);
+    for (auto [widget, word] : {std::pair{window_, "window"}, {pane, "pane"}, {inner, "tree"}, {menu, "menu"}})
+        for (unsigned long type : {Pt_CB_REALIZED, Pt_CB_UNREALIZED, Pt_CB_DESTROYED})
+            PtAddCallback(widget, type, Log, Word(word));
+    EXPECT_EQ(PtRealizeWidget(pane), -1); // comes with its window
+    EXPECT_EQ(PtRealizeWidget(window_), 0);
+    EXPECT_EQ(TakeLog(), "tree pane window ");
+    EXPECT_FALSE(PtWidgetIsRealized(menu)); // menus only when asked for
+    PtWidget_t *late = PtCreateWidget(PtLabel, pane, 0, nullptr);
+    EXPECT_FALSE(PtWidgetIsRealized(late));
+    EXPECT_EQ(PtRealizeWidget(late), 0);
+    EXPECT_EQ(PtTopLevels(), (std::vector<PtWidget_t *>{window_, menu}));
+    EXPECT_EQ(PtDestroyWidget(window_), 0);
+    EXPECT_EQ(TakeLog(), "tree- pane- window- tree! pane! menu! window! ");
+    EXPECT_EQ(PtDestroyWidget(window_), -1);
+    EXPECT_TRUE(PtTopLevels().empty());
+    EXPECT_TRUE(PtWidgetFlags(inner) & Pt_DESTROYED);
+}
+
+TEST_F(Widgets, MayBeDestroyedInTheirOwnCallback) {
+    PtWidget_t *button = Make(PtButton);
+    bool view_gone = false;
+    button->view = std::make_unique<FakeView>(&view_gone);
+    auto const destroy_window = [](PtWidget_t *widget, void *, PtCallbackInfo_t *) {
+        PtWidget_t *window = PtWidgetParent(widget);
+        PtDestroyWidget(window);
+        PtFreeDestroyed(); // a nested main loop would do it here
+        EXPECT_TRUE(PtWidgetFlags(widget) & Pt_DESTROYED);
+        EXPECT_TRUE(PtWidgetFlags(window) & Pt_DESTROYED); // no other memory goes under a callback either
+        EXPECT_EQ(TextOf(widget), "still readable");
+        EXPECT_EQ(PtSetResource(widget, Pt_ARG_TEXT_STRING, "and writable", 0), 0);
+        return int{Pt_CONTINUE};
+    };
+    PtSetResource(button, Pt_ARG_TEXT_STRING, "still readable", 0);
+    PtAddCallback(button, Pt_CB_ACTIVATE, destroy_window, nullptr);
+    PtAddCallback(button, Pt_CB_ACTIVATE, Log, Word("never"));
+    PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr);
+    EXPECT_EQ(TakeLog(), "");
+    EXPECT_FALSE(view_gone); // the display takes it when its event is over
+    Fake().Turn();
+    EXPECT_TRUE(view_gone);
+}
+
+TEST_F(Widgets, MayDestroyTheirWindowWhileTheyAreDestroyed) {
+    PtWidget_t *pane = Make(PtPane);
+    PtWidget_t *button = PtCreateWidget(PtButton, pane, 0, nullptr);
+    auto const destroy_window = [](PtWidget_t *, void *window, PtCallbackInfo_t *) {
+        PtDestroyWidget(static_cast<PtWidget_t *>(window));
+        EXPECT_EQ(PtCreateWidget(PtLabel, static_cast<PtWidget_t *>(window), 0, nullptr), nullptr);
+        return int{Pt_CONTINUE};
+    };
+    PtAddCallback(button, Pt_CB_DESTROYED, destroy_window, window_);
+    for (auto [widget, word] : {std::pair{window_, "window"}, {pane, "pane"}, {button, "button"}})
+        PtAddCallback(widget, Pt_CB_DESTROYED, Log, Word(word));
+    PtRealizeWidget(window_);
+    PtDestroyWidget(pane);
+    EXPECT_EQ(TakeLog(), "pane! window! button! "); // each once
+    PtFreeDestroyed();
+    EXPECT_TRUE(PtTopLevels().empty());
+}
+
+TEST_F(Widgets, NothingIsBornIntoAWindowThatGoes) {
+    PtWidget_t *label = Make(PtLabel), *pane = Make(PtPane);
+    auto const add_to_pane = [](PtWidget_t *, void *pane, PtCallbackInfo_t *) {
+        EXPECT_FALSE(PtWidgetFlags(static_cast<PtWidget_t *>(pane)) & Pt_DESTROYED);
+        EXPECT_EQ(PtCreateWidget(PtLabel, static_cast<PtWidget_t *>(pane), 0, nullptr), nullptr);
+        return int{Pt_CONTINUE};
+    };
+    PtAddCallback(label, Pt_CB_DESTROYED, add_to_pane, pane);
+    PtDestroyWidget(window_);
+}
+
+TEST_F(Widgets, DefaultParentFollowsContainers) {
+    PtSetParentWidget(window_);
+    PtWidget_t *pane = PtCreateWidget(PtPane, Pt_DEFAULT_PARENT, 0, nullptr);
+    PtWidget_t *label = PtCreateWidget(PtLabel, Pt_DEFAULT_PARENT, 0, nullptr);
+    EXPECT_EQ(PtWidgetParent(label), pane);
+    EXPECT_EQ(PtSetParentWidget(label), pane); // the nearest container counts
+    EXPECT_EQ(PtWidgetParent(PtCreateWidget(PtText, Pt_DEFAULT_PARENT, 0, nullptr)), pane);
+    PtDestroyWidget(pane);
+    EXPECT_EQ(PtWidgetParent(PtCreateWidget(PtText, Pt_DEFAULT_PARENT, 0, nullptr)), window_);
+    PtDestroyWidget(window_);
+    EXPECT_EQ(PtSetParentWidget(nullptr), nullptr);
+}

@@ -1,0 +1,217 @@
+// Boxes that the caller waits for: from a callback, from a worker, by button, key, frame.
+
+#include "photon/qt_fixture.h"
+
+#include "Pf.h"
+#include "Pp.h"
+#include "qt/application.h"
+#include "qt/print.h"
+
+#include <QDialog>
+#include <QDir>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTextDocument>
+#include <QTimer>
+
+#include <thread>
+
+namespace {
+
+QDialog *Dialog(char const *name) {
+    for (QWidget *top : QApplication::topLevelWidgets())
+        if (top->isVisible() && top->objectName() == QLatin1String(name))
+            return qobject_cast<QDialog *>(top);
+    return nullptr;
+}
+
+/// Calls `act` with the dialog of a name once it is there.
+void WhenOpen(char const *name, std::function<void(QDialog &)> act) {
+    auto *timer = new QTimer(TheApplication());
+    QObject::connect(timer, &QTimer::timeout, timer, [=] {
+        if (QDialog *dialog = Dialog(name)) {
+            timer->deleteLater();
+            act(*dialog);
+        }
+    });
+    timer->start(5);
+}
+
+void PressButton(QDialog &dialog, char const *name) {
+    auto *button = dialog.findChild<QPushButton *>(QLatin1String(name));
+    ASSERT_TRUE(button);
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+int Ask(int default_button = 1, int escape_button = 0) {
+    char const *buttons[] = {"&Cancel", "&Delete it"};
+    return PtAlert(nullptr, nullptr, "Warning!", nullptr, "Are <b>you</b>\nsure?", nullptr, 2, buttons, nullptr,
+                   default_button, escape_button, Pt_MODAL);
+}
+
+class Dialogs : public WindowTest {};
+
+TEST_F(Dialogs, AlertByButtonKeyAndFrame) {
+    WhenOpen("PtAlert", [](QDialog &dialog) {
+        auto *message = dialog.findChild<QLabel *>(QStringLiteral("PtAlert_message"));
+        EXPECT_EQ(message->text(), QStringLiteral("Are <b>you</b>\nsure?"));
+        EXPECT_EQ(message->textFormat(), Qt::PlainText);
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("Warning!"));
+        QSize sign;
+        for (QLabel const *label : dialog.findChildren<QLabel *>())
+            sign = sign.expandedTo(label->pixmap().deviceIndependentSize().toSize());
+        EXPECT_GE(std::min(sign.width(), sign.height()), 16) << "a box without a picture shows a sign";
+        PressButton(dialog, "PtAlert_2");
+    });
+    EXPECT_EQ(Ask(), 2);
+    WhenOpen("PtAlert", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_D); }); // without Alt
+    EXPECT_EQ(Ask(), 2);
+    WhenOpen("PtAlert", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Return); });
+    EXPECT_EQ(Ask(1), 1);
+    WhenOpen("PtAlert", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    EXPECT_EQ(Ask(2, 1), 1);
+    WhenOpen("PtAlert", [](QDialog &dialog) { dialog.close(); });
+    EXPECT_EQ(Ask(1, 0), 1); // without an escape button it is the default
+}
+
+TEST_F(Dialogs, PromptTakesNoEmptyEntryAndKeepsWithinItsBuffer) {
+    char const *buttons[] = {"&Ok", "&Cancel"};
+    char text[8] = "old";
+    auto const prompt = [&](int flags) {
+        return PtPrompt(window_, nullptr, "Name", nullptr, "Folder:", nullptr, 2, buttons, nullptr, 1, 2, sizeof text,
+                        text, nullptr, flags);
+    };
+    WhenOpen("PtPrompt", [](QDialog &dialog) {
+        auto *entry = dialog.findChild<QLineEdit *>(QStringLiteral("PtPrompt_text"));
+        EXPECT_EQ(entry->text(), QStringLiteral("old"));
+        entry->clear();
+        PressButton(dialog, "PtPrompt_1");
+        EXPECT_TRUE(dialog.isVisible());
+        entry->insert(QStringLiteral("abcde\u00e9\u00e9"));
+        QTest::keyClick(entry, Qt::Key_Return);
+    });
+    EXPECT_EQ(prompt(0), 1);
+    EXPECT_STREQ(text, "abcde\xC3\xA9"); // whole characters only
+    WhenOpen("PtPrompt", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Escape); });
+    EXPECT_EQ(prompt(0), 2);
+}
+
+int AskInside(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    *static_cast<int *>(data) = Ask();
+    EXPECT_TRUE(PtLockHeld());
+    return Pt_CONTINUE;
+}
+
+// While the box waits, workers get into the library, and other callbacks run.
+TEST_F(Dialogs, AlertFromACallbackLetsTheLibraryGo) {
+    int answer = 0;
+    std::atomic<bool> entered = false;
+    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, AskInside, &answer);
+    std::atomic<bool> open = false;
+    std::thread worker([&] {
+        while (!open)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        PtEnter(0);
+        PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "from the worker", 0);
+        PtFlush();
+        PtLeave(0);
+        entered = true;
+    });
+    auto *timer = new QTimer(TheApplication());
+    QObject::connect(timer, &QTimer::timeout, timer, [&, timer] {
+        open = Dialog("PtAlert") != nullptr;
+        if (entered.load() && Dialog("PtAlert")) {
+            timer->stop();
+            timer->deleteLater();
+            PressButton(*Dialog("PtAlert"), "PtAlert_2");
+        }
+    });
+    timer->start(5);
+    Click(N<QPushButton>("btnOne"));
+    worker.join();
+    EXPECT_EQ(answer, 2);
+    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
+}
+
+TEST_F(Dialogs, AlertsFromWorkersAreIndependent) {
+    std::atomic<int> answers = 0;
+    auto const ask = [&] {
+        PtEnter(0);
+        EXPECT_EQ(Ask(), 2);
+        EXPECT_TRUE(PtLockHeld());
+        PtLeave(0);
+        answers++;
+    };
+    std::thread first(ask), second(ask);
+    auto const boxes = [] {
+        std::vector<QDialog *> open;
+        for (QWidget *top : QApplication::topLevelWidgets())
+            if (top->isVisible() && top->objectName() == QLatin1String("PtAlert"))
+                open.push_back(qobject_cast<QDialog *>(top));
+        return open;
+    };
+    ASSERT_TRUE(ProcessEventsUntil([&] { return boxes().size() == 2; }));
+    WithoutLock([&] { PressButton(*boxes()[0], "PtAlert_2"); });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return answers == 1; })); // does not wait for the other
+    WithoutLock([&] { PressButton(*boxes()[0], "PtAlert_2"); });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return answers == 2; }));
+    first.join();
+    second.join();
+}
+
+TEST_F(Dialogs, FileSelectionProposesANameAndCancelLeavesThePath) {
+    QTemporaryDir const directory;
+    std::string const proposed = directory.path().toStdString() + "/new name.txt";
+    PtFileSelectionInfo_t info{};
+    auto const select = [&] {
+        return PtFileSelection(window_, nullptr, "Save", proposed.c_str(), "*", "&Save", nullptr, nullptr, &info,
+                               Pt_FSR_NO_FCHECK);
+    };
+    WhenOpen("PtFileSelection", [](QDialog &dialog) { dialog.reject(); });
+    EXPECT_EQ(select(), 0);
+    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN2);
+    EXPECT_STREQ(info.path, "");
+    WhenOpen("PtFileSelection", [](QDialog &dialog) {
+        auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        ASSERT_TRUE(name);
+        EXPECT_EQ(name->text(), QStringLiteral("new name.txt"));
+        QTest::keyClick(name, Qt::Key_Return);
+    });
+    EXPECT_EQ(select(), 0);
+    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
+    EXPECT_EQ(std::string(info.path), proposed);
+}
+
+TEST_F(Dialogs, PrintSelectionAlwaysOffersAFile) {
+    QTemporaryDir const directory;
+    QString const file = directory.filePath(QStringLiteral("out.pdf"));
+    PpPrintContext_t *context = PpCreatePC();
+    ASSERT_TRUE(context);
+    PpSetPC(context, Pp_PC_FILENAME, file.toStdString().c_str(), 0);
+    PhPoint_t const position = {50, 50};
+    WhenOpen("PtPrintSelection", [](QDialog &dialog) {
+        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("print"));
+        dialog.reject();
+    });
+    EXPECT_EQ(PtPrintSelection(window_, &position, "print", context, 7), 3);
+    WhenOpen("PtPrintSelection", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Return); });
+    EXPECT_EQ(PtPrintSelection(window_, &position, "print", context, 7), 1);
+    QTextDocument page;
+    page.setPlainText(QStringLiteral("printed"));
+    page.print(context->printer.get());
+    EXPECT_EQ(PpReleasePC(context), 0);
+    QFile written(file);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(written.readAll().startsWith("%PDF"));
+}
+
+TEST(Fonts, Names) {
+    char name[MAX_FONT_TAG];
+    EXPECT_STREQ(PfGenerateFontName("helv", PF_STYLE_BOLD, 9, name), "helv09b");
+    EXPECT_EQ(PfGenerateFontName(std::string(100, 'x').c_str(), 0, 9, name), nullptr);
+}
+
+} // namespace

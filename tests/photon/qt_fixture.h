@@ -1,0 +1,86 @@
+#pragma once
+// A window from modules/testwin.ui with what the tests of the toolkit's windows share.
+
+#include "Ap.h"
+#include "qt/testing.h"
+
+#include <QTest>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+/// The widget of a name in a widget's subtree, null for none.
+inline PtWidget_t *Find(PtWidget_t *root, char const *name) {
+    if (!root || root->name == name)
+        return root;
+    for (PtWidget_t *child : root->children)
+        if (PtWidget_t *found = Find(child, name))
+            return found;
+    return nullptr;
+}
+
+/// What a callback was told.
+struct Told {
+    unsigned long reason, subtype, event;
+    int clicks;
+    void *item;
+};
+
+/// Callback that appends to the std::vector<Told> in `data`.
+inline int Note(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
+    Told told{info->reason, info->reason_subtype, info->event ? info->event->type : 0, -1, nullptr};
+    if (info->reason == Pt_CB_TREE_SELECTION) {
+        auto const *tree = static_cast<PtTreeCallback_t *>(info->cbdata);
+        told.clicks = tree->click_count;
+        told.item = tree->item;
+    }
+    static_cast<std::vector<Told> *>(data)->push_back(told);
+    return Pt_CONTINUE;
+}
+
+/// Opens the test window; the GUI thread holds the lock throughout, as the program's callbacks do.
+class WindowTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        window_ = ApLinkWindow(nullptr, &link_, nullptr);
+        ASSERT_TRUE(window_);
+        ASSERT_TRUE(ProcessEventsUntil([this] {
+            auto *native = Native<QWidget>(window_);
+            return native && native->isVisible();
+        }));
+        ProcessEventsFor(20);
+    }
+    void TearDown() override {
+        while (!PtTopLevels().empty())
+            PtDestroyWidget(PtTopLevels().front());
+        ProcessEventsFor(10);
+    }
+
+    PtWidget_t *W(char const *name) { return Find(window_, name); }
+    template <class Widget> Widget *N(char const *name) { return Native<Widget>(W(name)); }
+
+    void Click(QWidget *native) {
+        WithoutLock([&] { QTest::mouseClick(native, Qt::LeftButton); });
+    }
+    void Type(QWidget *native, char const *text) {
+        WithoutLock([&] {
+            for (QChar const character : QString::fromUtf8(text))
+                QTest::sendKeyEvent(QTest::Click, native, Qt::Key_unknown, QString(character), Qt::NoModifier);
+        });
+    }
+    void Key(QWidget *native, Qt::Key key, Qt::KeyboardModifiers mods = Qt::NoModifier) {
+        WithoutLock([&] { QTest::keyClick(native, key, mods); });
+    }
+    /// Brings all views up to date.
+    void Sync() { ProcessEventsFor(2); }
+
+    char const *Text(PtWidget_t *widget) {
+        char const *text = nullptr;
+        PtGetResource(widget, Pt_ARG_TEXT_STRING, &text, 0);
+        return text ? text : "";
+    }
+
+    ApEventLink_t link_{"testwin", ApWindow};
+    PtWidget_t *window_ = nullptr;
+};

@@ -1,0 +1,190 @@
+// Blocked widgets, hotkeys, menus.
+
+#include "photon/qt_fixture.h"
+
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+
+#include <algorithm>
+
+namespace {
+
+class Input : public WindowTest {
+  protected:
+    void Block(char const *name, bool blocked) {
+        PtSetResource(W(name), Pt_ARG_FLAGS, blocked ? Pt_TRUE : Pt_FALSE, Pt_BLOCKED);
+        Sync();
+    }
+    std::vector<Told> told_;
+};
+
+TEST_F(Input, BlockedWidgetsTakeNothingAndLookTheSame) {
+    PtAddCallback(W("btnInPane"), Pt_CB_ACTIVATE, Note, &told_);
+    auto *button = N<QPushButton>("btnInPane");
+    auto *field = N<QLineEdit>("txtInPane");
+    QImage const before = N<QWidget>("paneOne")->grab().toImage();
+    Block("paneOne", true);
+    EXPECT_EQ(N<QWidget>("paneOne")->grab().toImage(), before);
+    EXPECT_TRUE(button->isEnabled());
+    Click(button);
+    Key(button, Qt::Key_Space);
+    Type(field, "x");
+    Click(field);
+    EXPECT_FALSE(field->hasFocus());
+    QInputMethodEvent commit;
+    commit.setCommitString(QStringLiteral("y"));
+    WithoutLock([&] { QApplication::sendEvent(field, &commit); });
+    QShortcutEvent mnemonic(QKeySequence(QStringLiteral("Alt+I")), 0);
+    WithoutLock([&] { QApplication::sendEvent(button, &mnemonic); });
+    EXPECT_TRUE(told_.empty());
+    EXPECT_STREQ(Text(W("txtInPane")), "");
+    // A child that comes later is blocked like the rest.
+    PtWidget_t *late = PtCreateWidget(PtButton, W("paneOne"), 0, nullptr);
+    PtAddCallback(late, Pt_CB_ACTIVATE, Note, &told_);
+    PtRealizeWidget(late);
+    Sync();
+    Click(Native<QWidget>(late));
+    EXPECT_TRUE(told_.empty());
+    Block("paneOne", false);
+    Click(button);
+    Click(Native<QWidget>(late));
+    Type(field, "x");
+    EXPECT_EQ(told_.size(), 2u);
+    EXPECT_STREQ(Text(W("txtInPane")), "x");
+}
+
+TEST_F(Input, TabPassesBlockedWidgets) {
+    Native<QWidget>(window_)->activateWindow();
+    auto *button = N<QPushButton>("btnOne");
+    button->setFocus();
+    ProcessEventsFor(10);
+    Block("tlgOne", true);
+    Key(button, Qt::Key_Tab);
+    EXPECT_TRUE(N<QLineEdit>("txtOne")->hasFocus());
+    // And leads away from one that had the focus when it was blocked.
+    Block("txtOne", true);
+    Key(N<QLineEdit>("txtOne"), Qt::Key_Tab);
+    EXPECT_FALSE(N<QLineEdit>("txtOne")->hasFocus());
+}
+
+TEST_F(Input, MnemonicsWorkWhileABlockedFieldHasTheFocus) {
+    PtAddCallback(W("btnInPane"), Pt_CB_ACTIVATE, Note, &told_);
+    PtAddCallback(W("mnuFile_Do"), Pt_CB_ACTIVATE, Note, &told_);
+    Native<QWidget>(window_)->activateWindow();
+    auto *field = N<QLineEdit>("txtOne");
+    field->setFocus();
+    ProcessEventsFor(20);
+    ASSERT_TRUE(field->hasFocus());
+    QString const before = field->text();
+    Block("txtOne", true);
+    Key(field, Qt::Key_I, Qt::AltModifier);
+    EXPECT_TRUE(ProcessEventsUntil([this] { return told_.size() == 1; })) << "the button stays down for a moment";
+    Key(field, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_EQ(told_.size(), 2u);
+    Type(field, "x");
+    EXPECT_EQ(field->text(), before);
+    // A blocked button does not hear its own.
+    Block("paneOne", true);
+    Key(field, Qt::Key_I, Qt::AltModifier);
+    ProcessEventsFor(200);
+    EXPECT_EQ(told_.size(), 2u);
+}
+
+TEST_F(Input, MenuEntriesByShortcutAndBlocked) {
+    PtAddCallback(W("mnuFile_Do"), Pt_CB_ACTIVATE, Note, &told_);
+    QWidget *window = Native<QWidget>(window_);
+    window->activateWindow();
+    ProcessEventsFor(20);
+    Key(window, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_EQ(told_.size(), 1u);
+    Block("mnuFile_Do", true);
+    Key(window, Qt::Key_D, Qt::ControlModifier);
+    auto *menu = N<QMenu>("mnuFile");
+    WithoutLock([&] {
+        menu->popup(QPoint(50, 50));
+        QTest::qWait(10);
+        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().first()).center());
+    });
+    EXPECT_EQ(told_.size(), 1u);
+    EXPECT_TRUE(menu->isVisible()); // the click went nowhere
+    WithoutLock([&] { menu->hide(); });
+    Block("mnuFile_Do", false);
+    PtSetResource(W("mnuFile_Do"), Pt_ARG_FLAGS, Pt_TRUE, Pt_GHOST);
+    Sync();
+    EXPECT_FALSE(menu->actions().first()->isEnabled());
+}
+
+int Hot(PtWidget_t *, void *data, PtCallbackInfo_t *) { return ++*static_cast<int *>(data), Pt_CONTINUE; }
+
+TEST_F(Input, Hotkeys) {
+    int deleted = 0, checked = 0;
+    PtAddHotkeyHandler(W("treeOne"), Pk_Delete, 0, 0, &deleted, Hot);
+    PtAddHotkeyHandler(window_, 'k', Pk_KM_Ctrl, 0, &checked, Hot);
+    Key(N<QPushButton>("btnOne"), Qt::Key_Delete); // wherever in the window the focus is
+    EXPECT_EQ(deleted, 1);
+    Key(N<QLineEdit>("txtOne"), Qt::Key_Delete); // but a field has its own use for it
+    EXPECT_EQ(deleted, 1);
+    Key(N<QPushButton>("btnOne"), Qt::Key_K, Qt::ControlModifier);
+    Key(N<QPushButton>("btnOne"), Qt::Key_K);
+    EXPECT_EQ(checked, 1);
+    PtSetResource(W("treeOne"), Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED);
+    Key(N<QPushButton>("btnOne"), Qt::Key_Delete);
+    EXPECT_EQ(deleted, 1);
+}
+
+int OpenMenu(PtWidget_t *widget, void *data, PtCallbackInfo_t *info) {
+    static ApEventLink_t const link{"testmenu", ApMenu};
+    *static_cast<PtWidget_t **>(data) = ApCreateModule(&link, widget, info);
+    return Pt_CONTINUE;
+}
+
+TEST_F(Input, ContextMenuOpensActsAndGoes) {
+    PtWidget_t *menu = nullptr;
+    PtAddCallback(W("lblOne"), Pt_CB_MENU, OpenMenu, &menu);
+    auto *label = N<QWidget>("lblOne");
+    WithoutLock([&] { QTest::mousePress(label, Qt::RightButton); });
+    ASSERT_TRUE(menu);
+    auto *native = Native<QMenu>(menu);
+    ASSERT_TRUE(ProcessEventsUntil([&] { return native->isVisible(); }));
+    EXPECT_EQ(native->pos(), label->mapToGlobal(label->rect().center()));
+    PtAddCallback(Find(menu, "mnuTop"), Pt_CB_ACTIVATE, Note, &told_);
+    EXPECT_EQ(Find(menu, "mnuSub_Deep")->parent, Find(menu, "mnuSub"));
+    WithoutLock([&] {
+        QTest::mouseClick(native, Qt::LeftButton, {}, native->actionGeometry(native->actions().first()).center());
+    });
+    EXPECT_EQ(told_.size(), 1u);
+    QPointer<QMenu> const gone(native);
+    EXPECT_TRUE(ProcessEventsUntil([&] { return gone.isNull(); }));
+    EXPECT_EQ(std::count(PtTopLevels().begin(), PtTopLevels().end(), menu), 0);
+}
+
+// A menu made in code, with a submenu, destroyed in its own entry's callback.
+int DestroyMenu(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    return PtDestroyWidget(static_cast<PtWidget_t *>(data)), Pt_CONTINUE;
+}
+
+TEST_F(Input, MenuMadeInCode) {
+    PtWidget_t *menu = PtCreateWidget(PtMenu, window_, 0, nullptr);
+    PtArg_t text;
+    PtSetArg(&text, Pt_ARG_TEXT_STRING, "Salt & pepper", 0);
+    PtWidget_t *entry = PtCreateWidget(PtMenuButton, menu, 1, &text);
+    PtWidget_t *submenu = PtCreateWidget(PtMenu, entry, 0, nullptr);
+    PtWidget_t *inner = PtCreateWidget(PtMenuButton, submenu, 1, &text);
+    PtAddCallback(inner, Pt_CB_ACTIVATE, Note, &told_);
+    PtAddCallback(inner, Pt_CB_ACTIVATE, DestroyMenu, menu);
+    PtPositionMenu(menu, nullptr);
+    PtRealizeWidget(menu);
+    auto *native = Native<QMenu>(menu);
+    ASSERT_TRUE(native);
+    ASSERT_TRUE(ProcessEventsUntil([&] { return native->isVisible(); }));
+    EXPECT_EQ(native->actions().first()->text(), QStringLiteral("Salt && pepper"));
+    EXPECT_EQ(native->actions().first()->menu(), Native<QMenu>(submenu));
+    QPointer<QMenu> const gone(native);
+    WithoutLock([&] { Native<QMenu>(submenu)->actions().first()->trigger(); });
+    ProcessEventsFor(10);
+    EXPECT_EQ(told_.size(), 1u);
+    EXPECT_TRUE(ProcessEventsUntil([&] { return gone.isNull(); }));
+}
+
+} // namespace

@@ -1,0 +1,209 @@
+// The main loop: timers, flushes from workers, the end.
+
+#include "photon/qt_fixture.h"
+
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QPushButton>
+
+#include <thread>
+
+namespace {
+
+class Loop : public WindowTest {
+  protected:
+    std::vector<Told> told_;
+};
+
+struct Step {
+    PtWidget_t *timer;
+    int expiries = 0;
+    std::function<void(Step &)> act;
+};
+
+int Expire(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    auto *step = static_cast<Step *>(data);
+    step->expiries++;
+    if (step->act)
+        step->act(*step);
+    return Pt_CONTINUE;
+}
+
+TEST_F(Loop, TimersStartRepeatAndStop) {
+    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, Note, &told_);
+    ProcessEventsFor(60);
+    EXPECT_TRUE(told_.empty()); // initial 0: not running
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 5, 0);
+    ASSERT_TRUE(ProcessEventsUntil([&] { return told_.size() >= 3; }));
+    EXPECT_EQ(told_[0].subtype, static_cast<unsigned long>(Pt_TIMER_INITIAL_SUBTYPE));
+    EXPECT_EQ(told_[1].subtype, static_cast<unsigned long>(Pt_TIMER_REPEAT_SUBTYPE));
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 0, 0);
+    told_.clear();
+    ProcessEventsFor(80);
+    EXPECT_TRUE(told_.empty());
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_REPEAT, 0, 0);
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 5, 0); // the same value as before starts it again
+    ProcessEventsFor(80);
+    EXPECT_EQ(told_.size(), 1u);
+}
+
+TEST_F(Loop, TimersInTheirOwnCallback) {
+    Step step{W("timerOne"), 0, nullptr};
+    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
+    // The repeat taken away and put back leaves it running.
+    step.act = [](Step &s) {
+        PtSetResource(s.timer, Pt_ARG_TIMER_REPEAT, 0, 0);
+        PtSetResource(s.timer, Pt_ARG_TIMER_REPEAT, 10, 0);
+    };
+    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 5, 0);
+    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries >= 3; }));
+    // Stopped inside: stays stopped.
+    step.act = [](Step &s) { PtSetResource(s.timer, Pt_ARG_TIMER_INITIAL, 0, 0); };
+    int const before = step.expiries;
+    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries > before; }));
+    ProcessEventsFor(60);
+    EXPECT_EQ(step.expiries, before + 1);
+    // A long callback does not pile expiries up.
+    step.act = [](Step &) { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
+    step.expiries = 0;
+    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 1, 0);
+    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries == 1; }));
+    step.act = nullptr;
+    ProcessEventsFor(25);
+    EXPECT_LE(step.expiries, 4);
+    // Unrealized: disarmed.
+    PtUnrealizeWidget(window_);
+    Sync();
+    step.expiries = 0;
+    ProcessEventsFor(60);
+    EXPECT_EQ(step.expiries, 0);
+}
+
+TEST_F(Loop, AWorkerStartsATimer) {
+    Step step{W("timerOne"), 0, nullptr};
+    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
+    std::thread worker([&] {
+        PtEnter(0);
+        PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 5, 0);
+        PtLeave(0);
+    });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries >= 2; }));
+    worker.join();
+}
+
+/// Counts paints of a widget.
+class Paints : public QObject {
+  public:
+    explicit Paints(QWidget *widget) { widget->installEventFilter(this); }
+    std::atomic<int> count = 0;
+
+  protected:
+    bool eventFilter(QObject *, QEvent *event) override {
+        count += event->type() == QEvent::Paint;
+        return false;
+    }
+};
+
+TEST_F(Loop, FlushPaintsAtOnceAndReadsNoInput) {
+    Paints paints(N<QLabel>("lblOne"));
+    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, Note, &told_);
+    QMetaObject::invokeMethod(N<QPushButton>("btnOne"), "click", Qt::QueuedConnection);
+    PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "flushed", 0);
+    PtFlush();
+    EXPECT_GE(paints.count, 1);
+    EXPECT_TRUE(told_.empty());
+    ProcessEventsFor(10);
+    EXPECT_EQ(told_.size(), 1u);
+}
+
+// Workers flush while the GUI thread waits for events, while it is in callbacks, and while a callback has left the
+// library.
+TEST_F(Loop, FlushFromWorkers) {
+    std::atomic<int> running = 3;
+    std::vector<std::thread> workers;
+    for (int w = 0; w < 3; w++)
+        workers.emplace_back([&, w] {
+            for (int i = 0; i < 200; i++) {
+                PtEnter(0);
+                PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, ("worker " + std::to_string(w * 1000 + i)).c_str(), 0);
+                PtFlush();
+                EXPECT_TRUE(PtLockHeld());
+                PtLeave(0);
+            }
+            running--;
+        });
+    Step step{W("timerOne"), 0, [](Step &s) {
+                  if (s.expiries % 2)
+                      return;
+                  PtLeave(0);
+                  std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                  PtEnter(0);
+              }};
+    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
+    PtSetResource(step.timer, Pt_ARG_TIMER_REPEAT, 1, 0);
+    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 1, 0);
+    EXPECT_TRUE(ProcessEventsUntil([&] { return running == 0; }, 60'000));
+    for (std::thread &worker : workers)
+        worker.join();
+    Sync();
+    EXPECT_TRUE(N<QLabel>("lblOne")->text().startsWith(QLatin1String("worker ")));
+}
+
+// For each of them alone, the window would be painted a thousand times.
+TEST_F(Loop, SmallChangesOfAWorkerShareAPaint) {
+    Paints paints(N<QLabel>("lblOne"));
+    std::atomic<bool> over = false;
+    std::thread worker([&] {
+        for (int i = 0; i < 1000; i++) {
+            PtEnter(0);
+            PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, std::to_string(i).c_str(), 0);
+            PtLeave(0);
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
+        }
+        over = true;
+    });
+    PtLockPause const pause;
+    while (!over)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    worker.join();
+    EXPECT_GE(paints.count, 2);
+    // About one for each frame; a slow or checked run takes longer and has more of them.
+    EXPECT_LE(paints.count, 100) << "of 1000 changes";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return N<QLabel>("lblOne")->text() == QLatin1String("999"); }, 1000));
+}
+
+TEST_F(Loop, AWorkerDestroysAWindow) {
+    QPointer<QWidget> const native(Native<QWidget>(window_));
+    std::thread worker([&] {
+        PtEnter(0);
+        PtDestroyWidget(window_);
+        PtLeave(0);
+    });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return native.isNull(); }));
+    worker.join();
+}
+
+int CloseSoon(PtWidget_t *widget, void *, PtCallbackInfo_t *) { return PtDestroyWidget(ApGetInstance(widget)); }
+
+TEST_F(Loop, TheMainLoopEndsWithTheLastWindow) {
+    std::atomic<bool> stop = false;
+    std::thread worker([&] { // keeps running beyond the end
+        while (!stop) {
+            PtEnter(0);
+            PtFlush();
+            PtLeave(0);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, CloseSoon, nullptr);
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 20, 0);
+    PtMainLoop();
+    EXPECT_TRUE(PtLockHeld());
+    EXPECT_TRUE(PtTopLevels().empty());
+    stop = true;
+    ProcessEventsFor(20);
+    worker.join();
+    PtMainLoop(); // without a window there is nothing to wait for
+}
+
+} // namespace

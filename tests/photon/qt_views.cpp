@@ -1,0 +1,221 @@
+// Retained state and what is shown, both ways.
+
+#include "photon/qt_fixture.h"
+
+#include "core/display.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSpinBox>
+
+namespace {
+
+class Views : public WindowTest {};
+
+TEST_F(Views, ReadTheModuleFile) {
+    EXPECT_EQ(W("btnOne")->widget_class, PtButton);
+    EXPECT_STREQ(Text(W("btnOne")), "One"); // the mark is not text
+    EXPECT_EQ(N<QPushButton>("btnOne")->text(), QStringLiteral("&One"));
+    EXPECT_TRUE(PtWidgetFlags(W("tlgOne")) & Pt_SET);
+    EXPECT_STREQ(Text(W("txtOne")), "first");
+    EXPECT_STREQ(Text(W("numOne")), "300");
+    int const *minimum = nullptr;
+    ASSERT_EQ(PtGetResource(W("numOne"), Pt_ARG_NUMERIC_MIN, &minimum, 0), 0);
+    EXPECT_EQ(*minimum, 5);
+    EXPECT_STREQ(Text(W("cmbOne")), "red");
+    EXPECT_EQ(W("paneOne")->widget_class, PtPane);
+    EXPECT_EQ(W("btnInPane")->parent, W("paneOne"));
+    EXPECT_EQ(W("mnuFile_Do")->widget_class, PtMenuButton);
+    EXPECT_EQ(W("mnuFile_Do")->parent, W("mnuFile"));
+    EXPECT_FALSE(N<QLineEdit>("txtHidden")->isVisible());
+    EXPECT_TRUE(N<QLineEdit>("txtInPane")->isVisible());
+}
+
+TEST_F(Views, TextOfThePrograms) {
+    PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "<b>bold & co</b>", 0);
+    PtSetResource(W("btnOne"), Pt_ARG_TEXT_STRING, "A & B", 0);
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "a\x01\r\nb\xE9", 0);
+    PtSetResource(W("mtxOne"), Pt_ARG_TEXT_STRING, "x\r\ny\n\xC3\xA9\xE9", 0);
+    PtSetResource(W("prgOne"), Pt_ARG_GAUGE_VALUE, 40, 0);
+    PtSetResource(W("numOne"), Pt_ARG_TEXT_STRING, "12", 0);
+    PtSetResource(W("tlgOne"), Pt_ARG_FLAGS, Pt_FALSE, Pt_SET);
+    PtSetResource(W("cmbOne"), Pt_ARG_CBOX_SEL_ITEM, 2, 0);
+    Sync();
+    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("<b>bold & co</b>"));
+    EXPECT_EQ(N<QLabel>("lblOne")->textFormat(), Qt::PlainText);
+    EXPECT_EQ(N<QPushButton>("btnOne")->text(), QStringLiteral("A && B"));
+    EXPECT_EQ(N<QLineEdit>("txtOne")->text(), QStringLiteral("ab\u00e9"));
+    EXPECT_STREQ(Text(W("txtOne")), "a\x01\r\nb\xE9"); // shown another way, kept as it is
+    EXPECT_EQ(N<QPlainTextEdit>("mtxOne")->toPlainText(), QStringLiteral("x\ny\n\u00e9\u00e9"));
+    EXPECT_EQ(N<QProgressBar>("prgOne")->value(), 40);
+    EXPECT_EQ(N<QSpinBox>("numOne")->value(), 12);
+    EXPECT_FALSE(N<QCheckBox>("tlgOne")->isChecked());
+    EXPECT_EQ(N<QComboBox>("cmbOne")->currentText(), QStringLiteral("green"));
+}
+
+TEST_F(Views, LongLabelDoesNotWidenTheWindow) {
+    int const width = Native<QWidget>(window_)->width();
+    int const least = Native<QWidget>(window_)->minimumSizeHint().width();
+    PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, std::string(5000, 'w').c_str(), 0);
+    ProcessEventsFor(30);
+    EXPECT_EQ(Native<QWidget>(window_)->width(), width);
+    EXPECT_EQ(Native<QWidget>(window_)->minimumSizeHint().width(), least);
+}
+
+TEST_F(Views, UserInputReachesTheState) {
+    std::vector<Told> told;
+    PtAddCallback(W("tlgOne"), Pt_CB_ACTIVATE, Note, &told);
+    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, Note, &told);
+    PtAddCallback(W("cmbOne"), Pt_CB_SELECTION, Note, &told);
+    PtAddCallback(W("numOne"), Pt_CB_NUMERIC_CHANGED, Note, &told);
+    Click(N<QPushButton>("btnOne"));
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_EQ(told[0].event, static_cast<unsigned long>(Ph_EV_BUT_RELEASE));
+    WithoutLock([&] { N<QCheckBox>("tlgOne")->click(); });
+    EXPECT_FALSE(PtWidgetFlags(W("tlgOne")) & Pt_SET);
+    Key(N<QComboBox>("cmbOne"), Qt::Key_Down);
+    EXPECT_STREQ(Text(W("cmbOne")), "green");
+    Key(N<QSpinBox>("numOne"), Qt::Key_Up);
+    EXPECT_STREQ(Text(W("numOne")), "301");
+    EXPECT_EQ(told.size(), 4u);
+}
+
+// The bytes that the user did not touch stay as they were.
+TEST_F(Views, EditingKeepsForeignBytes) {
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "\xE9\x01-\xC3\xA9", 0);
+    PtSetResource(W("mtxOne"), Pt_ARG_TEXT_STRING, "\xE9\r\nend", 0);
+    Sync();
+    auto *field = N<QLineEdit>("txtOne");
+    field->setCursorPosition(2); // behind the dash
+    Type(field, "x");
+    EXPECT_STREQ(Text(W("txtOne")), "\xE9\x01-x\xC3\xA9");
+    Key(field, Qt::Key_Delete);
+    EXPECT_STREQ(Text(W("txtOne")), "\xE9\x01-x");
+    auto *editor = N<QPlainTextEdit>("mtxOne");
+    WithoutLock([&] { editor->moveCursor(QTextCursor::End); });
+    Type(editor, "!");
+    EXPECT_STREQ(Text(W("mtxOne")), "\xE9\r\nend!");
+}
+
+struct Filter {
+    std::vector<std::string> seen;
+    PtTextCallback_t last{};
+};
+
+// Letters only; a capital X becomes two asterisks' first character.
+int OnlyLetters(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
+    auto *change = static_cast<PtTextCallback_t *>(info->cbdata);
+    auto *filter = static_cast<Filter *>(data);
+    filter->seen.emplace_back(change->text, static_cast<size_t>(change->length));
+    filter->last = *change;
+    static char stars[] = "********************";
+    if (change->length > 0 && !isalpha(static_cast<unsigned char>(change->text[0])))
+        change->doit = 0;
+    else if (change->length > 0 && change->text[0] == 'X')
+        change->text = stars;
+    return Pt_CONTINUE;
+}
+
+TEST_F(Views, ModifyVerifyRefusesAndReplaces) {
+    Filter filter;
+    std::vector<Told> notified;
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "", 0);
+    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
+    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_NOTIFY, Note, &notified);
+    Sync();
+    auto *field = N<QLineEdit>("txtOne");
+    Type(field, "a-b");
+    EXPECT_STREQ(Text(W("txtOne")), "ab");
+    EXPECT_EQ(field->text(), QStringLiteral("ab"));
+    EXPECT_EQ(filter.seen, (std::vector<std::string>{"a", "-", "b"}));
+    EXPECT_EQ(notified.size(), 2u);
+    Type(field, "X");
+    EXPECT_STREQ(Text(W("txtOne")), "ab*");
+    EXPECT_EQ(field->text(), QStringLiteral("ab*"));
+    EXPECT_EQ(field->cursorPosition(), 3);
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "silent-", 0);
+    EXPECT_EQ(filter.seen.size(), 4u);
+}
+
+// A field of equal characters: only the cursor and the selection tell what was changed.
+TEST_F(Views, ModifyVerifyKnowsThePlaceAmongEqualCharacters) {
+    Filter filter;
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "****", 0);
+    Sync();
+    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
+    auto *field = N<QLineEdit>("txtOne");
+    auto const expect = [&](int start, int end, int length) {
+        EXPECT_EQ(filter.last.start_pos, start);
+        EXPECT_EQ(filter.last.end_pos, end);
+        EXPECT_EQ(filter.last.length, length);
+    };
+    WithoutLock([&] { field->setCursorPosition(2); });
+    Key(field, Qt::Key_Backspace);
+    expect(1, 2, 0);
+    Key(field, Qt::Key_Delete);
+    expect(1, 2, 0);
+    WithoutLock([&] { field->setCursorPosition(1); });
+    Type(field, "X"); // becomes a star like the others
+    expect(1, 1, 1);
+    WithoutLock([&] { field->setSelection(0, 2); });
+    Type(field, "X");
+    expect(0, 2, 1);
+    EXPECT_STREQ(Text(W("txtOne")), "**");
+    WithoutLock([&] { field->selectAll(); });
+    WithoutLock([&] { field->cut(); });
+    expect(0, 2, 0);
+    EXPECT_STREQ(Text(W("txtOne")), "");
+}
+
+TEST_F(Views, PasteShorterThanItsReplacementIsCut) {
+    Filter filter;
+    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "", 0);
+    Sync();
+    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
+    auto *field = N<QLineEdit>("txtOne");
+    QInputMethodEvent commit;
+    commit.setCommitString(QStringLiteral("X") + QString(29, QLatin1Char('y')));
+    WithoutLock([&] { QApplication::sendEvent(field, &commit); });
+    EXPECT_EQ(filter.last.length, 30);
+    EXPECT_EQ(std::string(Text(W("txtOne"))), std::string(20, '*')); // never read past its end
+}
+
+TEST_F(Views, PicturesComeFromModules) {
+    PhImage_t *dot = PtTheDisplay()->ModuleImage("testpics", "lblDot");
+    ASSERT_TRUE(dot);
+    EXPECT_EQ(PtTheDisplay()->ModuleImage("testpics", "lblDot"), dot);
+    EXPECT_EQ(PtTheDisplay()->ModuleImage("testpics", "testpics"), nullptr);
+    EXPECT_EQ(PtTheDisplay()->ModuleImage("nothing", "lblDot"), nullptr);
+    PtSetResource(W("lblOne"), Pt_ARG_LABEL_IMAGE, dot, 0);
+    PtSetResource(W("lblOne"), Pt_ARG_LABEL_TYPE, Pt_IMAGE, 0);
+    Sync();
+    QPixmap const shown = N<QLabel>("lblOne")->pixmap();
+    EXPECT_EQ(shown.deviceIndependentSize().toSize(), QSize(24, 24));
+    EXPECT_EQ(shown.toImage().pixelColor(5, 5), QColor(255, 0, 0));
+}
+
+TEST_F(Views, WidgetsMadeInCodeFollowTheirAnchors) {
+    PtArg_t args[3];
+    PhArea_t const area = {{10, 10}, {100, 20}};
+    PtSetArg(&args[0], Pt_ARG_AREA, &area, 0);
+    PtSetArg(&args[1], Pt_ARG_TEXT_STRING, "made", 0);
+    PtSetArg(&args[2], Pt_ARG_ANCHOR_FLAGS, Pt_RIGHT_ANCHORED_RIGHT, Pt_RIGHT_ANCHORED_RIGHT);
+    PtWidget_t *pane = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
+    PhDim_t const size = {300, 200};
+    PtSetResource(pane, Pt_ARG_DIM, &size, 0);
+    PtWidget_t *field = PtCreateWidget(PtText, pane, 3, args);
+    PtRealizeWidget(pane);
+    ProcessEventsFor(20);
+    EXPECT_EQ(Native<QWidget>(field)->geometry(), QRect(10, 10, 100, 20));
+    PhDim_t const wider = {350, 260};
+    PtSetResource(pane, Pt_ARG_DIM, &wider, 0);
+    ProcessEventsFor(20);
+    EXPECT_EQ(Native<QWidget>(field)->geometry(), QRect(10, 10, 150, 20));
+}
+
+} // namespace

@@ -1,0 +1,206 @@
+#include "protocol/screen.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "core/display.h"
+#include "core/lock.h"
+#include "fixtures/temp_home.h"
+#include "store/folder.h"
+#include "ui/widgets.h"
+#include "widgets/activity.h"
+#include "widgets/open_profile.h"
+#include "widgets/toolkit.h"
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+
+std::vector<std::string> shownAlerts;
+
+// What the windowing side would bring along.
+int PtProcessEvent() { return 0; }
+
+int PtAlert(PtWidget_t *, PhPoint_t const *, char const *title, PhImage_t const *, char const *message, char const *,
+            int, char const **, char const **, int default_button, int, int) {
+    shownAlerts.push_back(std::string(title) + "|" + message);
+    return default_button;
+}
+
+namespace {
+
+long Scalar(PtWidget_t *widget, long resource) {
+    PtValue const *value = PtValueOf(*widget, resource);
+    return value ? value->scalar : -1;
+}
+
+class MemoryDisplay : public PtDisplay {
+  public:
+    void Wake() override {}
+    void Paint() override {
+        if (!ABW_lblStatus)
+            return;
+        std::string now = WidgetText(ABW_lblStatus);
+        now.append("|").append(std::to_string(Scalar(ABW_prgStatus, Pt_ARG_GAUGE_VALUE)));
+        if (painted.empty() || painted.back() != now)
+            painted.push_back(now);
+        PtTakeDirty();
+    }
+    void CreateView(PtWidget_t &) override {}
+    void DestroyView(std::unique_ptr<PtView>) override {}
+    bool LoadModule(std::string const &, PtModuleInstance &) override { return false; }
+    void BindModule(PtModuleInstance &, std::vector<PtWidget_t *> const &) override {}
+    std::vector<std::string> ModuleNames(std::string const &) override { return {}; }
+    PhImage_t *ModuleImage(std::string const &, std::string const &) override { return nullptr; }
+    void SetStandardOptions(std::string const &, std::string const &, std::string const &, std::string const &,
+                            char) override {}
+    void PlaceMenu(PtWidget_t &, PhEvent_t const *) override {}
+    void PlaceWindow(PtWidget_t &, unsigned short, short, short, PtWidget_t *) override {}
+    PtWidget_t *GiveFocus(PtWidget_t &widget) override { return &widget; }
+    void ToFront(PtWidget_t &) override {}
+    void MakeModal(PtWidget_t &) override {}
+
+    std::vector<std::string> painted;
+};
+
+MemoryDisplay display;
+
+void Make(int number, PtWidgetClassRef_t widgetClass) {
+    AbWidgets[number] = PtCreateWidget(widgetClass, ABW_base, 0, nullptr);
+}
+
+} // namespace
+
+Screen::Screen() {
+    PtLockInit();
+    PtSetDisplay(&display);
+    display.painted.clear();
+    shownAlerts.clear();
+    AbWidgets[ABN_base] = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
+    Make(ABN_treeProfiles, PtTree);
+    Make(ABN_treeMessageHeaders, PtTree);
+    Make(ABN_lblStatus, PtLabel);
+    Make(ABN_prgStatus, PtProgress);
+    Make(ABN_lblStar, PtLabel);
+    Make(ABN_timerAnimation, PtTimer);
+    Make(ABN_btnCheckEmail, PtButton);
+    Make(ABN_mnuFile_Check, PtMenuButton);
+    ActivityCount = 0;
+    PtLockReleaseGui();
+}
+
+Screen::~Screen() {
+    PtLockAcquireGui();
+    FreeHeaderList();
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeProfiles); item;
+         item = reinterpret_cast<PtTreeItem_t *>(item->gen.brother))
+        Release(static_cast<ServerAccount *>(item->data));
+    PtGenTreeFreeAllItems(ABW_treeProfiles);
+    currentProfile = AccountRef<ServerAccount>();
+    PtDestroyWidget(ABW_base);
+    PtFreeDestroyed();
+    for (PtWidget_t *&widget : AbWidgets)
+        widget = nullptr;
+    PtLockReleaseGui();
+    ClearTempHome();
+}
+
+void Screen::RunCallback(std::function<void()> const &callback) {
+    PtLockAcquireGui();
+    callback();
+    PtLockReleaseGui();
+}
+
+bool Screen::PaintUntil(std::function<bool()> const &done) {
+    for (auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20); !done();) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        PtLockAcquireGui();
+        PtLockReleaseGui();
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
+    }
+    return true;
+}
+
+void Screen::RunWorker(std::function<void()> const &work) {
+    std::atomic<bool> over = false;
+    std::thread worker([&] {
+        work();
+        over = true;
+    });
+    while (!PaintUntil([&] { return over.load(); })) {
+    }
+    worker.join();
+}
+
+std::string Screen::Status() const {
+    ToolkitGuard const guard;
+    return WidgetText(ABW_lblStatus);
+}
+
+std::vector<std::string> const &Screen::Painted() const { return display.painted; }
+
+std::vector<Screen::Row> Screen::Rows() const {
+    ToolkitGuard const guard;
+    std::vector<Row> rows;
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders); item;
+         item = reinterpret_cast<PtTreeItem_t *>(item->gen.brother))
+        rows.push_back({item->string, *RowOf(item)});
+    return rows;
+}
+
+int Screen::Blocked() const {
+    ToolkitGuard const guard;
+    int count = 0;
+    for (PtWidget_t *widget : {ABW_treeProfiles, ABW_treeMessageHeaders, ABW_btnCheckEmail, ABW_mnuFile_Check})
+        count += (PtWidgetFlags(widget) & Pt_BLOCKED) ? 1 : 0;
+    return count;
+}
+
+long Screen::AnimationInitial() const {
+    ToolkitGuard const guard;
+    return Scalar(ABW_timerAnimation, Pt_ARG_TIMER_INITIAL);
+}
+
+void Screen::AddProfile(ServerAccount &account, bool open) {
+    ToolkitGuard const guard;
+    PtTreeItem_t *last = PtTreeRootItem(ABW_treeProfiles);
+    while (last && last->gen.brother)
+        last = reinterpret_cast<PtTreeItem_t *>(last->gen.brother);
+    PtTreeItem_t *const item = AddHeaderItem(account.name, ABW_treeProfiles, last);
+    Retain(&account);
+    item->data = &account;
+    if (open)
+        currentProfile = AccountRef<ServerAccount>(&account);
+}
+
+AccountRef<MailProfile> MakeProfile(std::string const &name, std::string const &server, bool leaveOnServer,
+                                    std::string const &user, std::string const &password) {
+    AccountRef<MailProfile> profile(new MailProfile);
+    CopyText(profile->name, name);
+    CopyText(profile->popServer, server);
+    CopyText(profile->userName, user);
+    CopyText(profile->password, password);
+    CopyText(profile->checkInterval, "300");
+    CopyText(profile->leaveOnServer, leaveOnServer ? "LEAVEONSERVER" : "REMOVEFROMSERVER");
+    mkdir(ConfigRoot().c_str(), 0700);
+    mkdir((ConfigRoot() + name).c_str(), 0700);
+    CreateFolder(InboxOf(*profile).c_str());
+    return profile;
+}
+
+std::string InboxOf(MailProfile const &profile) { return FolderDirectory(profile.name, "Inbox"); }
+
+std::string FileText(std::string const &path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+int LockValue(ServerAccount &account) {
+    int value = -1;
+    sem_getvalue(&account.sessionLock, &value);
+    return value;
+}

@@ -1,0 +1,58 @@
+#pragma once
+// The main window's widgets without a window: what the mail side writes into them can be read back.
+
+#include "Pt.h"
+#include "base/account.h"
+#include "widgets/header_list.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+/// What PtAlert was asked to show ("title|message"), in order.
+extern std::vector<std::string> shownAlerts;
+
+/// The widgets of the main window that a check uses, and a profile tree. The calling thread becomes the toolkit's
+/// main thread; between the calls it is outside the library.
+class Screen {
+  public:
+    Screen();
+    ~Screen();
+    Screen(Screen const &) = delete;
+    Screen &operator=(Screen const &) = delete;
+
+    /// Runs `work` on a thread of its own while this one paints like a main loop, until it is over.
+    void RunWorker(std::function<void()> const &work);
+    /// Runs `callback` as the main loop would, under the library lock.
+    void RunCallback(std::function<void()> const &callback);
+    /// Paints until `done` or for 20 s. Returns whether it became true.
+    bool PaintUntil(std::function<bool()> const &done);
+
+    std::string Status() const;
+    /// The status texts and progress values that were painted, each change once: "Rcv 1 of 2|50".
+    std::vector<std::string> const &Painted() const;
+    struct Row {
+        std::string text;
+        HeaderRow data;
+    };
+    std::vector<Row> Rows() const;
+    /// The check's widgets that are blocked now.
+    int Blocked() const;
+    long AnimationInitial() const;
+
+    /// Puts the profile into the tree, and opens it when asked to.
+    void AddProfile(ServerAccount &account, bool open);
+};
+
+/// A mail profile named `name` for alice on the server; its Inbox exists.
+AccountRef<MailProfile> MakeProfile(std::string const &name, std::string const &server, bool leaveOnServer,
+                                    std::string const &user = "alice", std::string const &password = "secret");
+
+/// The profile's Inbox, with the slash.
+std::string InboxOf(MailProfile const &profile);
+
+/// A whole file; empty when there is none.
+std::string FileText(std::string const &path);
+
+/// 1 when nobody holds the lock.
+int LockValue(ServerAccount &account);

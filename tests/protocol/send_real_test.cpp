@@ -1,0 +1,68 @@
+// Sending through a real SMTP server and fetching again from a real POP3 server.
+
+#include "fixtures/dovecot_server.h"
+#include "fixtures/postfix_server.h"
+#include "mime/base64.h"
+#include "pop/check_mail.h"
+#include "protocol/send_fixture.h"
+#include "store/folder.h"
+#include "ui/widgets.h"
+
+#include <chrono>
+#include <unistd.h>
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+/// The text with CR LF as its line ends, as the mailbox server gives it out.
+std::string WithLineEnds(std::string const &text) {
+    std::string all;
+    for (char const byte : text) {
+        if (byte == '\n' && !all.ends_with('\r'))
+            all += '\r';
+        all += byte;
+    }
+    return all;
+}
+
+TEST_F(SendTest, ThroughPostfixAndBack) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "Postfix needs root";
+    DovecotServer mailbox;
+    ASSERT_GT(mailbox.Port(), 0);
+    PostfixServer const smtp(mailbox.WorkDirectory() + "/mail",
+                             {"--refuse", "full@example.org=552 5.2.2 Mailbox full"});
+    ASSERT_GT(smtp.Port(), 0);
+    WriteProfile(smtp.Address());
+    std::string const content = "Every byte\0 of \xff it"; // with a terminator inside
+    std::string encoded(200, 0);
+    Base64Encode(encoded.data(), content.data(), static_cast<int32_t>(content.size()));
+    Compose("full@example.org, Alice <alice@example.org>",
+            "One\n.\n.two\n" + std::string(40, 'w') + " and " + std::string(40, 'w') + " and the rest", "Round trip",
+            "nobody@example.org, bob@example.org");
+    AddPart("a.bin", "APPLICATION/OCTET-STREAM", encoded.c_str());
+    ASSERT_TRUE(SendNow());
+    EXPECT_TRUE(WindowGone());
+    ASSERT_EQ(shownAlerts.size(), 2u);
+    EXPECT_EQ(shownAlerts[0], "Error|552 5.2.2 <full@example.org>: Recipient address rejected: Mailbox full");
+    EXPECT_TRUE(shownAlerts[1].starts_with("Error|550 5.1.1 <nobody@example.org>")) << shownAlerts[1];
+    for (int i = 0; i < 250 && (mailbox.Count("alice") < 1 || mailbox.Count("bob") < 1); i++)
+        usleep(20'000);
+    AccountRef<MailProfile> const profile = MakeProfile("away", mailbox.Address(), false);
+    screen.AddProfile(*profile, true);
+    int result = 0;
+    screen.RunWorker([&] { result = CheckMailSession(*profile, ABW_treeMessageHeaders); });
+    EXPECT_EQ(result, 1);
+    std::string const received = FileText(InboxOf(*profile) + "1");
+    ASSERT_EQ(Outbox().size(), 1u);
+    // Above stand the fields of the servers' own; what was sent is as it was.
+    std::string const copy = WithLineEnds(Outbox()[0]);
+    EXPECT_TRUE(received.starts_with("Return-Path: <ann@example.org>\r\n")) << received.substr(0, 500);
+    size_t const begin = received.find("Date: ");
+    ASSERT_NE(begin, received.npos);
+    EXPECT_EQ(received.substr(begin), copy + "\r\n");
+    EXPECT_EQ(mailbox.Count("bob"), 1);
+}
+
+} // namespace

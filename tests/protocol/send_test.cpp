@@ -1,0 +1,341 @@
+// Sending over SMTP against scripted servers: every byte on the wire and in the Outbox copy, and what is shown.
+
+#include "base/fd.h"
+#include "compose/message_text.h"
+#include "compose/send_smtp.h"
+#include "fixtures/process.h"
+#include "fixtures/temp_home.h"
+#include "protocol/send_fixture.h"
+#include "store/folder.h"
+
+#include <fcntl.h>
+#include <fstream>
+#include <sys/stat.h>
+
+namespace {
+
+using Strings = std::vector<std::string>;
+
+std::string const kHeader = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.net\r\n"
+                            "Subject: Hello\r\n";
+std::string const kCommands = "HELO localhost\r\nMAIL FROM: <ann@example.org>\r\n";
+std::string const kLost = "Error|Failed to get a socket, verify server information";
+
+/// What went over the wire between DATA and the final dot.
+std::string Data(ScriptedServer const &server) {
+    std::string const all = server.Received();
+    size_t const begin = all.find("DATA\r\n");
+    size_t const end = all.rfind("\r\n.\r\n\r\nQUIT\r\n");
+    EXPECT_NE(begin, all.npos);
+    EXPECT_NE(end, all.npos);
+    return end == all.npos ? "" : all.substr(begin + 6, end - begin - 6);
+}
+
+TEST_F(SendTest, PlainMessageByteForByte) {
+    Serve({SmtpHello({"bob@example.net"}) + SmtpTakes()});
+    Compose("bob@example.net", "One\n.two\n\n..three\nend");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_TRUE(WindowGone());
+    EXPECT_TRUE(state->sent);
+    EXPECT_EQ(shownAlerts, Strings{});
+    std::string const all = server->Received();
+    std::string const begin = kCommands + "RCPT TO: <bob@example.net>\r\nDATA\r\n";
+    ASSERT_EQ(all.substr(0, begin.size()), begin);
+    EXPECT_EQ(Plain(all.substr(begin.size())),
+              kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend\r\n.\r\n\r\nQUIT\r\n");
+    ASSERT_EQ(Outbox().size(), 1u);
+    EXPECT_EQ(Plain(Outbox()[0]), kHeader + "\n\nOne\r\n.two\r\n\r\n..three\r\nend");
+    std::string const row = OutboxRows()[0];
+    EXPECT_EQ(row.substr(0, row.find("ann@") + 18), " \t Hello\t \"Ann Other\" <ann@example.org>\t ");
+    struct stat status {};
+    ASSERT_EQ(stat((Folder() + "1").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600u);
+}
+
+TEST_F(SendTest, AttachmentsSignatureAndCcByteForByte) {
+    server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.net", "c@x.org", "d@x.org"}) + SmtpTakes());
+    std::string const signature = TempHome() + "/signature";
+    std::ofstream(signature, std::ios::binary) << std::string("--\n.Ann\n\0.\n", 11);
+    WriteProfile(server->Address(), signature);
+    Compose("bob@example.net", ".", "Hello", "Carl <c@x.org>; d@x.org");
+    AddPart("a.tgz", "APPLICATION/X-TAR-GZ\t", "QUJD\nREVG");
+    AddPart("", "unknown", "");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.net\r\n"
+                               "CC: Carl <c@x.org>; d@x.org\r\nSubject: Hello\r\n"
+                               "MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"BOUNDARY\"\r\n\r\n"
+                               "BOUNDARY\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n \n\n";
+    std::string const parts = "\r\n\r\nBOUNDARY\r\n"
+                              "Content-Type: APPLICATION/X-TAR-GZ\t; name:\"a.tgz\"\n"
+                              "Content-Disposition: attachment; filename=\"a.tgz\"\n"
+                              "Content-Transfer-Encoding: BASE64\r\n\nQUJD\nREVG\r\n\r\nBOUNDARY\r\n"
+                              "Content-Type: unknown\nContent-Transfer-Encoding: BASE64\r\n\n\r\n\r\nBOUNDARY\r\n";
+    using namespace std::string_literals;
+    EXPECT_EQ(Plain(Data(*server)), fields + "..\n\n--\n..Ann\n\0.\n"s + parts);
+    ASSERT_EQ(Outbox().size(), 1u);
+    EXPECT_EQ(Plain(Outbox()[0]), fields + ".\n\n--\n.Ann\n\0.\n"s + parts);
+}
+
+/// The body of a text without attachments, as it goes into the copy.
+std::string Body(std::string const &text, std::vector<int> *percents = nullptr) {
+    std::atomic<bool> const cancelled = false;
+    std::string const path = TempHome() + "/body";
+    Fd const copy(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    MessageSink sink(-1, copy.Get(), cancelled);
+    OutgoingMessage message;
+    message.text = text;
+    WriteMessageBody(message, sink, [&](int percent) {
+        if (percents)
+            percents->push_back(percent);
+    });
+    sink.Flush();
+    EXPECT_FALSE(sink.CopyFailed());
+    return FileText(path);
+}
+
+TEST(MessageText, WrapsAtTheFirstBlankFromColumn71On) {
+    std::string const word70(70, 'x'), word71(71, 'x'), word200(200, 'y');
+    EXPECT_EQ(Body(word200), "\n\n" + word200);
+    EXPECT_EQ(Body(word70 + " z"), "\n\n" + word70 + " z");       // the blank stands in column 70
+    EXPECT_EQ(Body(word71 + " z"), "\n\n" + word71 + " \r\nz");   // and here in column 71
+    EXPECT_EQ(Body(word70 + "  z"), "\n\n" + word70 + "  \r\nz"); // the second of two does
+    EXPECT_EQ(Body(word200 + " " + word200 + " z"), "\n\n" + word200 + " \r\n" + word200 + " \r\nz");
+    EXPECT_EQ(Body(word71 + "\n z"), "\n\n" + word71 + "\r\n z"); // a line end starts the count anew
+    EXPECT_EQ(Body("a\rb\tc\n"), "\n\na\rb\tc\r\n");
+    EXPECT_EQ(Body(std::string(144, ' ')), "\n\n" + std::string(72, ' ') + "\r\n" + std::string(72, ' ') + "\r\n");
+    // The column is not forgotten where a chunk of 10240 bytes ends.
+    std::string const chunk(10239, 'x');
+    EXPECT_EQ(Body(chunk + "x z"), "\n\n" + chunk + "x \r\nz");
+    std::string const lines(10200, '\n');
+    std::string wide;
+    for (int i = 0; i < 10200; i++)
+        wide += "\r\n";
+    EXPECT_EQ(Body(lines + word71 + " z"), "\n\n" + wide + word71 + " \r\nz");
+}
+
+TEST(MessageText, ProgressFollowsWrapsAndChunks) {
+    std::vector<int> percents;
+    EXPECT_EQ(Body("", &percents), "\n\n");
+    EXPECT_EQ(percents, std::vector<int>{100});
+    percents.clear();
+    Body(std::string(79, 'x') + " " + std::string(20, 'x'), &percents);
+    EXPECT_EQ(percents, (std::vector<int>{10 + 80 * 90 / 100, 100}));
+    percents.clear();
+    Body(std::string(2 * 10240, 'x'), &percents);
+    EXPECT_EQ(percents, (std::vector<int>{55, 100}));
+    percents.clear();
+    EXPECT_EQ(Body(std::string(10 << 20, 'z'), &percents).size(), (10u << 20) + 2);
+    EXPECT_EQ(percents.size(), 1024u);
+}
+
+TEST(Recipients, EntriesOfAList) {
+    EXPECT_EQ(RecipientsOf("Ann <a@x.org>, b@x.org;\"Cc, D\" <c@x.org>"),
+              (Strings{"a@x.org", "b@x.org", "Cc", "c@x.org"}))
+        << "a quoted comma separates like any other";
+    EXPECT_EQ(RecipientsOf(",, ;a@x.org,x,, ' ', b@x.org,;"), (Strings{"a@x.org", "b@x.org"}));
+    EXPECT_EQ(RecipientsOf(""), Strings{});
+    EXPECT_EQ(RecipientsOf(" ,;\t\"'=,z"), Strings{});
+    EXPECT_EQ(RecipientsOf("&lt;a@x.org&gt;,b@x.org"), (Strings{"a@x.org", "b@x.org"}));
+    std::string const large(20000, 'l');
+    EXPECT_EQ(RecipientsOf(large + "@x.org, b@x.org"), (Strings{large + "@x.org", "b@x.org"}));
+}
+
+TEST_F(SendTest, NobodyToSendTo) {
+    WriteProfile("127.0.0.1:1");
+    Compose("", "text");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(shownAlerts, Strings{});
+    screen.RunCallback([&] { PtSetResource(state->toField, Pt_ARG_TEXT_STRING, " , x;", 0); });
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(shownAlerts, Strings{"Error|There is nobody in the To field that the message could be sent to"});
+    EXPECT_EQ(Outbox(), Strings{});
+    state->kind = kComposeNews;
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(shownAlerts.back(), "Error|Posting to newsgroups is not possible yet");
+    state->kind = kComposeMail;
+}
+
+/// The copy of a message with the text "text", whatever became of it.
+std::string const kWholeCopy = kHeader + "\n\ntext";
+
+/// A step at which the server spoils the dialogue, and what the person then sees.
+struct Spoiled {
+    char const *name;
+    Script script;
+    Strings alerts;
+};
+
+std::vector<Spoiled> SpoiledDialogues() {
+    Script const greeting{Send("220 ready\r\n"), Expect("HELO localhost")};
+    Script const helo = greeting + Script{Send("250 hello\r\n"), Expect("MAIL FROM: <ann@example.org>")};
+    Script const mail = helo + Script{Send("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>")};
+    Script const rcpt = mail + Script{Send("250 ok\r\n"), Expect("DATA")};
+    Script const data = rcpt + Script{Send("354 go on\r\n")};
+    Script const dot = data + Script{Until("\r\n.\r\n")};
+    Script const quit{Expect("QUIT")}, close{}, reset{Reset()};
+    Strings const lost{kLost};
+    return {
+        {"no greeting", close, lost},
+        {"resets after HELO", greeting + reset, lost},
+        {"half a greeting", {Send("220 re")}, lost},
+        {"closes after HELO", greeting, lost},
+        {"closes after MAIL", helo, lost},
+        {"closes after RCPT", mail, lost},
+        {"closes after DATA", rcpt, lost},
+        {"resets in the message", data + reset, lost},
+        {"closes after the dot", dot, lost},
+        {"closes within the last answer", dot + Script{Send("250-one\r\n250-two\r\n250 thr")}, lost},
+        {"busy and closes", {Send("421 busy\r\n")}, lost},
+        {"refuses all and goes on",
+         Script{Send("554 no\r\n"), Skip(), Send("502 no\r\n"), Skip(), Send("503 no\r\n"), Skip(),
+                Send("503 no rcpt\r\n"), Skip(), Send("503 no data\r\n")} +
+             quit,
+         {"Error|503 no rcpt", "Error|503 no data"}},
+        {"DATA refused", rcpt + Script{Send("451-later\r\n451 please\r\n")} + quit, {"Error|451-later\n451 please"}},
+        {"DATA taken as done", rcpt + Script{Send("250 ok\r\n")} + quit, {"Error|250 ok"}},
+        {"message refused",
+         dot + Script{Send("552 5.3.4 too <b>big</b> %s%n\r\n"), Expect("")} + quit,
+         {"Error|552 5.3.4 too <b>big</b> %s%n"}},
+        {"8-bit refusal",
+         rcpt +
+             Script{Send("550 Zur\xc3\xbc"
+                         "ck 250 ok\r\n")} +
+             quit,
+         {"Error|550 Zur"}},
+        {"answers that never end", dot + Script{Flood("250-more\r\n", 1 << 20)}, lost},
+        {"a line that never ends", dot + Script{Flood("2", 40 << 20)}, lost},
+        {"empty answers", rcpt + Script{Send("\r\n")} + quit, {"Error|"}},
+        {"silent answer", dot + Script{Send(std::string(1, 0) + "250 ok\r\n"), Expect("")} + quit, {"Error|"}},
+    };
+}
+
+TEST_F(SendTest, EveryFailureKeepsTheWholeCopyAndGivesTheWindowBack) {
+    int number = 0;
+    for (Spoiled const &spoiled : SpoiledDialogues()) {
+        SCOPED_TRACE(spoiled.name);
+        Serve({spoiled.script});
+        if (!state)
+            Compose("bob@example.net", "text");
+        shownAlerts.clear();
+        int const descriptors = CountDescriptors();
+        ASSERT_TRUE(SendNow());
+        EXPECT_LE(CountDescriptors(), descriptors + 1); // the server's own
+        EXPECT_EQ(shownAlerts, spoiled.alerts);
+        EXPECT_TRUE(Editable());
+        EXPECT_FALSE(state->sent);
+        Strings const copies = Outbox();
+        ASSERT_EQ(copies.size(), static_cast<size_t>(++number));
+        EXPECT_EQ(Plain(copies.back()), kWholeCopy);
+        EXPECT_EQ(OutboxRows().back().substr(0, 8), " \t Hello");
+        server.reset();
+    }
+    // The same window can send in the end.
+    Serve({SmtpHello({"bob@example.net"}) + SmtpTakes("240 posted\r\n")});
+    shownAlerts.clear();
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_TRUE(WindowGone());
+    EXPECT_EQ(shownAlerts, Strings{});
+}
+
+TEST_F(SendTest, WithoutAServerTheWindowStaysShutUnlessTheTextWouldBeLost) {
+    {
+        ScriptedServer gone{Script{}};
+        WriteProfile(gone.Address());
+    }
+    Compose("bob@example.net", "text");
+    AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(shownAlerts, Strings{kLost});
+    EXPECT_FALSE(Editable());
+    ASSERT_EQ(Outbox().size(), 1u);
+    EXPECT_NE(Outbox()[0].find("\n\ntext\r\n\r\n----Corvanta-"), std::string::npos);
+    EXPECT_NE(Outbox()[0].find("\r\n\nQUJD\n\r\n\r\n----Corvanta-"), std::string::npos);
+    EXPECT_EQ(OutboxRows()[0].substr(0, 8), " \t Hello");
+    // Nowhere to keep it: the person has it back.
+    ASSERT_EQ(rename(Folder().c_str(), (TempHome() + "/away").c_str()), 0);
+    ASSERT_TRUE(SendNow());
+    EXPECT_TRUE(Editable());
+    EXPECT_EQ(screen.Status(), "The message could not be copied into the Outbox");
+    screen.RunCallback([&] { EXPECT_NE(PtTreeRootItem(state->attachmentList)->data, nullptr); });
+}
+
+TEST_F(SendTest, RefusedAndUnsendableRecipientsAreShownAndTheOthersServed) {
+    Serve({Script{Send("220-ready\r\n220-very\r\n220 now\r\n", 3), Expect("HELO localhost"), Send("250-a\r\n250\r\n"),
+                  Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\n"), Expect("RCPT TO: <a@x.org>"),
+                  Send("550-5.1.1 nobody\r\n550 here\r\n"), Expect("RCPT TO: <b@x.org>"), Send("251 elsewhere\r\n"),
+                  Expect("RCPT TO: <c@x.org>"), Send("250 f\xfcr c\r\n"), Expect("RCPT TO: <d@x.org>"),
+                  Send("250-1\r\n250 2\r\n"), Expect("DATA"), Send("354-go\r\n354 on\r\n")} +
+           SmtpTakes("250-queued\r\n250 as 1\r\n")});
+    Compose("A <a@x.org>, b@x.org, ,x,e@x<y.org", "text", "Hello", "\x01z@x.org; c@x.org;;<d@x.org>");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_EQ(shownAlerts, (Strings{"Error|550-5.1.1 nobody\n550 here", "Error|251 elsewhere",
+                                    "Error|This is no address that mail can be sent to: e@x<y.org",
+                                    "Error|This is no address that mail can be sent to: \x01z@x.org"}));
+    EXPECT_TRUE(WindowGone());
+}
+
+TEST_F(SendTest, FieldsCannotAddLinesToTheHeader) {
+    Serve({SmtpHello({"b@x.orgX-Evil:1"}) + SmtpTakes()});
+    Compose("b@x.org\r\nX-Evil: 1", "text", "one\r\n\r\ntwo\nthree", "\n");
+    AddPart("a\r\nb.txt", "TEXT/PLAIN\nX: y", "QUJD");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    std::string const data = Data(*server);
+    EXPECT_NE(data.find("\r\nTo: b@x.orgX-Evil: 1\r\nSubject: onetwothree\r\nMIME-Version"), data.npos) << data;
+    EXPECT_NE(data.find("\r\nContent-Type: TEXT/PLAINX: y; name:\"ab.txt\"\nContent-Disposition: attachment; "
+                        "filename=\"ab.txt\"\n"),
+              data.npos)
+        << data;
+}
+
+TEST_F(SendTest, OddTextsAndSignatures) {
+    struct {
+        std::string text, signature, body, alert;
+    } const cases[] = {
+        {"", "-", "", ""},
+        {"   ", "-", "   ", ""},
+        {".", TempHome() + "/missing", "..", ""},
+        {"x", TempHome(), "x", ""},
+        {"x", TempHome() + "/empty", "x\n\n", ""},
+        {"x", TempHome() + "/large", "x",
+         "Error|The signature file " + TempHome() + "/large is larger than 1 MB, the message goes without it"},
+        {"x", TempHome() + "/pipe", "x", ""},
+        {std::string(10 << 20, 'x'), TempHome() + "/dots", std::string(10 << 20, 'x') + "\n\n..\n..\n", ""},
+    };
+    for (auto const &each : cases) {
+        SCOPED_TRACE(each.signature);
+        std::ofstream(TempHome() + "/empty");
+        std::ofstream(TempHome() + "/dots") << ".\n.\n";
+        std::ofstream(TempHome() + "/large");
+        ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
+        mkfifo((TempHome() + "/pipe").c_str(), 0600);
+        server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.net"}) + SmtpTakes());
+        WriteProfile(server->Address(), each.signature);
+        shownAlerts.clear();
+        Compose("bob@example.net", each.text);
+        ASSERT_TRUE(SendNow());
+        EXPECT_EQ(server->Problems(), "");
+        EXPECT_EQ(shownAlerts, each.alert.empty() ? Strings{} : Strings{each.alert});
+        EXPECT_TRUE(Data(*server).ends_with("\r\nSubject: Hello\r\n\n\n" + each.body));
+        EXPECT_TRUE(WindowGone());
+        screen.RunCallback([&] { ReleaseCompose(std::exchange(state, nullptr)); });
+    }
+}
+
+TEST_F(SendTest, SlowAndSplitAnswersAreNoFailure) {
+    Serve({Script{Send("220 ready\r\n", 1), Expect("HELO localhost"), Send("250 hello\r\n", 2)} +
+           Script{Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n", 1), Skip(), Send("250 ok\r\n"), Skip(),
+                  Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300), Send("250 ok\r\n", 1), Expect(""),
+                  Expect("QUIT")}});
+    Compose("bob@example.net", "text");
+    ASSERT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_TRUE(WindowGone());
+    EXPECT_EQ(shownAlerts, Strings{});
+}
+
+} // namespace

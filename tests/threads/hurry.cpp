@@ -1,0 +1,286 @@
+#include "threads/hurry.h"
+
+#include "pop/check_mail.h"
+#include "profiles/profile_tree.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+#include "ui/widgets.h"
+#include "widgets/header_list.h"
+#include "widgets/open_profile.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QMenu>
+#include <QTest>
+#include <QTimer>
+#include <QTreeView>
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+namespace {
+
+/// Calls `look` under the library lock.
+template <class Look> auto Locked(Look look) {
+    EXPECT_EQ(PtEnter(0), 0);
+    auto const seen = look();
+    PtLeave(0);
+    return seen;
+}
+
+bool IsBlocked(PtWidget_t *const &widget) {
+    return Locked([&] {
+        unsigned long const *flags = nullptr;
+        PtGetResource(widget, Pt_ARG_FLAGS, &flags, 0);
+        return (*flags & Pt_BLOCKED) != 0;
+    });
+}
+
+void AllRows(QAbstractItemModel const &model, QModelIndex const &parent, QList<QModelIndex> &rows) {
+    for (int row = 0; row < model.rowCount(parent); row++) {
+        QModelIndex const index = model.index(row, 0, parent);
+        rows << index;
+        AllRows(model, index, rows);
+    }
+}
+
+/// A click in the middle of the n-th row, whatever that is by now. False when there is no such row.
+bool ClickOn(char const *name, int number, Qt::MouseButton button = Qt::LeftButton) {
+    auto *const tree = qobject_cast<QTreeView *>(Find(name));
+    QList<QModelIndex> rows;
+    AllRows(*tree->model(), {}, rows);
+    if (number >= rows.size())
+        return false;
+    tree->scrollTo(rows[number]);
+    QRect const place = tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
+    if (place.isEmpty())
+        return false;
+    QTest::mousePress(tree->viewport(), button, {}, place.center());
+    QTest::mouseRelease(tree->viewport(), button, {}, place.center());
+    return true;
+}
+
+int RowCount(char const *name) {
+    auto *const tree = qobject_cast<QTreeView *>(Find(name));
+    QList<QModelIndex> rows;
+    AllRows(*tree->model(), {}, rows);
+    return static_cast<int>(rows.size());
+}
+
+/// The subject of the row that a command would be about; empty for none.
+std::string CurrentSubject() {
+    return Locked([] {
+        PtTreeItem_t const *const item = PtTreeGetCurrent(ABW_treeMessageHeaders);
+        return QString::fromLatin1(item ? item->string : "").section('\t', 1, 1).trimmed().toStdString();
+    });
+}
+
+} // namespace
+
+Hurry::Hurry(World &world, unsigned seed) : world_(world), random_(seed), answers_(new QTimer(qApp)) {
+    QObject::connect(answers_, &QTimer::timeout, answers_, [] {
+        if (IsShown("PtAlert") && !AnswerNow("PtAlert", "Delete it"))
+            AnswerNow("PtAlert", "Close");
+    });
+    answers_->start(20);
+}
+
+Hurry::~Hurry() { delete answers_; }
+
+void Hurry::Work(int milliseconds) {
+    QElapsedTimer clock;
+    clock.start();
+    int things = 0;
+    for (; clock.elapsed() < milliseconds && !testing::Test::HasFailure(); things++) {
+        OneThing();
+        CheckStatus();
+        Wait(Below(4) == 0 ? Below(40) : 0);
+    }
+    printf("%d things done\n", things);
+    // The port is free again only when the last of the old server has gone.
+    serving_ = serving_ || WaitFor([this] { return world_.server.Start(); }, 20000);
+    EXPECT_TRUE(serving_);
+}
+
+void Hurry::ComeToRest() {
+    EXPECT_EQ(PtEnter(0), 0);
+    for (PtWidget_t *timer : {ABW_timerCheckEmail, ABW_timerNoop})
+        PtSetResource(timer, Pt_ARG_TIMER_INITIAL, 0, 0);
+    PtLeave(0);
+    EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }, 60000)) << "a check does not end";
+}
+
+void Hurry::PressCheck() { QTest::mouseClick(Find("btnCheckEmail"), Qt::LeftButton); }
+
+void Hurry::OneThing() {
+    if (!serving_ && --pause_ <= 0)
+        serving_ = world_.server.Start();
+    int const what = Below(100);
+    if (what < 30)
+        OpenSomeFolder();
+    else if (what < 55)
+        ReadSomeMessage();
+    else if (what < 62)
+        DeleteMessage();
+    else if (what < 74)
+        FileMessage();
+    else if (what < 82)
+        PressCheck();
+    else if (what < 89)
+        world_.Put(Below(3) ? "alice" : Below(2) ? "bob" : "carol");
+    else if (what < 93)
+        SetTimers();
+    else if (what < 96)
+        EditAccounts();
+    else
+        ShakeServer();
+}
+
+/// Opens a folder, and looks whether what is stored in it is shown, unless a check blocks the tree meanwhile.
+void Hurry::OpenSomeFolder() {
+    int const rows = RowCount("treeProfiles");
+    if (rows == 0 || IsBlocked(ABW_treeProfiles) || !ClickOn("treeProfiles", Below(rows)) ||
+        IsBlocked(ABW_treeProfiles))
+        return;
+    struct Open {
+        std::string profile, folder;
+        int rows = 0;
+    };
+    Open const open = Locked([] {
+        Open now{currentProfile ? currentProfile->name : "", currentFolder};
+        for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders); item; item = BrotherOf(item))
+            now.rows += RowOf(item)->origin == kStored;
+        return now;
+    });
+    if (open.profile.empty())
+        return;
+    int const stored = World::Stored(open.profile, open.folder);
+    if (RunningChecks() == 0) {
+        EXPECT_GE(open.rows, stored) << open.profile << "/" << open.folder << " is not listed whole";
+    }
+    EXPECT_TRUE(WaitFor([&] { return RowCount("treeMessageHeaders") >= open.rows; }, 3000))
+        << RowCount("treeMessageHeaders") << " of " << open.rows << " rows are shown";
+}
+
+void Hurry::ReadSomeMessage() {
+    int const rows = RowCount("treeMessageHeaders");
+    if (rows == 0 || IsBlocked(ABW_treeMessageHeaders))
+        return;
+    if (!ClickOn("treeMessageHeaders", Below(rows)))
+        return;
+    chosen_.push_back(QString::fromStdString(CurrentSubject()));
+    if (chosen_.size() > 3)
+        chosen_.pop_front();
+    Wait(30);
+    // Pages come when the page server has them: this may still be an earlier one.
+    QString const shown = Text("webEmailMessage");
+    bool const wanted = std::any_of(chosen_.begin(), chosen_.end(), [&](QString const &subject) {
+        // A row whose header the server would not give, being about to go, has no subject; its message may come yet.
+        return subject.isEmpty() || shown.contains("The text of " + subject + ".");
+    });
+    EXPECT_TRUE(wanted || !shown.contains("The text of "))
+        << chosen_.join(", ").toStdString() << " was wanted, shown is " << shown.left(400).toStdString();
+}
+
+void Hurry::DeleteMessage() {
+    std::string const subject = CurrentSubject();
+    if (subject.empty())
+        return;
+    world_.NoteDeletion(subject);
+    if (Below(2))
+        Click("btnDelete");
+    else
+        QTest::keyClick(Find("treeMessageHeaders"), Qt::Key_Delete);
+}
+
+void Hurry::FileMessage() {
+    int const rows = RowCount("treeMessageHeaders");
+    if (rows == 0 || !ClickOn("treeMessageHeaders", Below(rows), Qt::RightButton))
+        return;
+    bool const opened = WaitFor([] { return QApplication::activePopupWidget() != nullptr; }, 100);
+    if (opened && ClickEntry(Below(2) ? "Copy To..." : "Move To...")) {
+        Wait(20);
+        ClickEntry(Below(3) ? "Saved" : "Outbox");
+    }
+    while (QWidget *const menu = QApplication::activePopupWidget()) {
+        menu->close();
+        Wait(1);
+    }
+}
+
+void Hurry::EditAccounts() {
+    ChooseFromMenuBar("mnuSettings_Accounts");
+    if (Below(2))
+        ChangeProfile(Below(2) ? "home" : "work");
+    else
+        MakeOrDeleteSpare();
+    Click("btnCloseAccounts_Activated");
+    EXPECT_TRUE(WaitFor([] { return !IsShown("dlgAccounts"); }));
+}
+
+void Hurry::ChangeProfile(char const *name) {
+    ClickRow("treeAccounts_Accounts", name);
+    Click("btnEditEmailAccount");
+    Type("numCheckEmailInterval", Below(2) ? "5" : "20");
+    if (Below(3) == 0)
+        Click("tlgAccount_LeaveonServer");
+    Click(Below(4) ? "btnAccount_Save" : "btnCancelAccounts");
+}
+
+void Hurry::MakeOrDeleteSpare() {
+    if (Rows("treeAccounts_Accounts").contains("spare")) {
+        ClickRow("treeAccounts_Accounts", "spare");
+        Click("btnDeleteEmailAccount");
+        EXPECT_FALSE(Rows("treeAccounts_Accounts").contains("spare"));
+        return;
+    }
+    Click("btnNewEmailAccount");
+    Type("txtAccount_AccountName", "spare");
+    Type("txtAccount_POPServer", QString::fromStdString(world_.server.Address()));
+    Type("txtAccount_Username", "carol");
+    Type("txtAccount_Password", "secret");
+    Click("btnAccount_Save");
+    EXPECT_TRUE(Rows("treeAccounts_Accounts").contains("spare"));
+}
+
+void Hurry::ShakeServer() {
+    if (!serving_)
+        return;
+    if (Below(4)) {
+        world_.server.Kick(Below(2) ? "alice" : "bob");
+        return;
+    }
+    world_.server.Stop();
+    serving_ = false;
+    pause_ = 2 + Below(10);
+}
+
+/// A tick takes 5 s from the profiles' intervals: with these, a check comes every few hundred milliseconds.
+void Hurry::SetTimers() const {
+    EXPECT_EQ(PtEnter(0), 0);
+    for (PtWidget_t *timer : {ABW_timerCheckEmail, ABW_timerNoop}) {
+        PtSetResource(timer, Pt_ARG_TIMER_REPEAT, 50, 0);
+        PtSetResource(timer, Pt_ARG_TIMER_INITIAL, 50, 0);
+    }
+    PtLeave(0);
+}
+
+void Hurry::CheckStatus() const {
+    static QStringList const starts{"Checking Email",
+                                    "You have ",
+                                    "Rcv ",
+                                    "Could not connect",
+                                    "Lost the connection",
+                                    "Message ",
+                                    "The connection was lost",
+                                    "The message could not be ",
+                                    "The messages could not be stored",
+                                    "The mail server refused",
+                                    "-ERR",
+                                    "Cannot write "};
+    QString const status = Text("lblStatus");
+    bool known = status.isEmpty();
+    for (QString const &start : starts)
+        known = known || status.startsWith(start);
+    EXPECT_TRUE(known) << "status: " << status.toStdString();
+}

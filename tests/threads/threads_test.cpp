@@ -1,0 +1,65 @@
+// Everything at once: checks that overlap with reading, filing, deleting, other folders and profiles, profiles saved
+// and deleted, mail arriving, a server that comes and goes, timers at their shortest, and the end in the middle of
+// it.
+
+#include "fixtures/temp_home.h"
+#include "threads/hurry.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr unsigned kSecondsToEnd = 40;
+/// Each profile's connection, a directory or file in passing, a socket that a check is about to close.
+constexpr int kSpareDescriptors = 6;
+
+long FromEnvironment(char const *name, long otherwise) {
+    char const *const text = getenv(name);
+    return text ? strtol(text, nullptr, 10) : otherwise;
+}
+
+/// One run of the program at random.
+void RunInAHurry(unsigned seed) {
+    SCOPED_TRACE("CORVANTA_SEED=" + std::to_string(seed));
+    printf("seed %u\n", seed);
+    ClearTempHome();
+    World world;
+    ASSERT_GT(world.server.Port(), 0);
+    MakeProfile(world.server.Address(), seed % 2, 5, "home", "alice");
+    MakeProfile(world.server.Address(), seed % 3, 10, "work", "bob");
+    for (char const *user : {"alice", "bob", "carol"})
+        for (int i = 0; i < 6; i++)
+            world.Put(user);
+    SittingToTheEnd([&] {
+        ClickRow("treeProfiles", "Inbox");
+        Hurry person(world, seed);
+        person.ComeToRest();
+        int const descriptors = CountDescriptors();
+        person.Work(static_cast<int>(FromEnvironment("CORVANTA_SECONDS", 4)) * 1000);
+        if (seed % 2) {
+            person.ComeToRest();
+            EXPECT_LE(CountDescriptors(), descriptors + kSpareDescriptors);
+        }
+        alarm(kSecondsToEnd); // what hangs from here on ends by the signal, which is a failure
+        world.Put("alice");
+        person.PressCheck();
+    });
+    world.Verify();
+}
+
+TEST(Threads, EverythingAtOnceLosesNothing) {
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    long const given = FromEnvironment("CORVANTA_SEED", -1);
+    if (given >= 0)
+        return RunInAHurry(static_cast<unsigned>(given));
+    for (unsigned const seed : {1u, 4u, static_cast<unsigned>(now.count() / 1000 % 1000000)})
+        if (!HasFailure())
+            RunInAHurry(seed);
+}
+
+} // namespace

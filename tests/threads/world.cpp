@@ -1,0 +1,91 @@
+#include "threads/world.h"
+
+#include "store/folder.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::set<std::string> Lines(std::string const &path) {
+    std::set<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        lines.insert(line);
+    return lines;
+}
+
+void AddLine(std::string const &path, std::string const &line) { std::ofstream(path, std::ios::app) << line << '\n'; }
+
+/// The subject of a message in a file, which must be that whole message; empty when it is none of ours.
+std::string CheckedSubject(std::string const &path) {
+    std::string const text = FileText(path);
+    constexpr std::string_view kField = "\r\nSubject: ";
+    size_t const at = text.find(kField);
+    std::string const subject =
+        at == std::string::npos ? "" : text.substr(at + kField.size(), text.find('\r', at + 2) - at - kField.size());
+    EXPECT_TRUE(text == MessageOf(subject)) << path << " has " << text.size() << " bytes and the subject '" << subject
+                                            << "', which has " << MessageOf(subject).size();
+    return subject;
+}
+
+} // namespace
+
+std::string MessageOf(std::string const &subject) {
+    size_t lines = 0;
+    for (char const letter : subject)
+        lines = lines * 31 + static_cast<unsigned char>(letter);
+    std::string text = PlainMail(subject);
+    for (size_t i = 0; i < lines % 7 * lines % 701; i++)
+        text += (i % 5 == 0   ? "."
+                 : i % 3 == 0 ? "gr\xFC\xDF "
+                              : "line ") +
+                std::to_string(i) + " of " + subject + "\r\n";
+    return text;
+}
+
+World::World() : server({"--user", "alice:secret", "--user", "bob:secret", "--user", "carol:secret"}) {}
+
+void World::Put(std::string const &user) {
+    std::string const subject = user + "-" + std::to_string(++put_);
+    AddLine(Notes("put"), subject);
+    server.Put(user, MessageOf(subject));
+}
+
+void World::NoteDeletion(std::string const &subject) { AddLine(Notes("deleted"), subject); }
+
+int World::Stored(std::string const &profile, std::string const &folder) {
+    int count = 0;
+    ReadFolderIndex((Root() + profile + "/" + folder + "/").c_str(), [&](IndexRecord const &) { count++; });
+    return count;
+}
+
+void World::Verify() const {
+    std::set<std::string> found;
+    for (char const *user : {"alice", "bob", "carol"})
+        for (char const *part : {"/new", "/cur"})
+            for (fs::directory_entry const &file :
+                 fs::directory_iterator(server.WorkDirectory() + "/mail/" + user + part))
+                found.insert(CheckedSubject(file.path()));
+    for (char const *profile : {"home", "work", "spare"})
+        for (char const *folder : {"Inbox", "Saved", "Outbox"}) {
+            std::string const path = Root() + profile + "/" + folder + "/";
+            ReadFolderIndex(path.c_str(), [&](IndexRecord const &record) {
+                found.insert(CheckedSubject(path + std::to_string(record.number)));
+            });
+        }
+    std::set<std::string> const deleted = Lines(Notes("deleted"));
+    std::set<std::string> const put = Lines(Notes("put"));
+    EXPECT_GT(put.size(), 10u);
+    for (std::string const &subject : put)
+        EXPECT_TRUE(subject.starts_with("carol") || deleted.contains(subject) || found.contains(subject))
+            << subject << " is lost";
+    printf("%zu messages put, %zu deleted, %zu there\n", put.size(), deleted.size(), found.size());
+}

@@ -1,0 +1,377 @@
+#include "ui/person.h"
+
+#include "qt/testing.h"
+
+#include "app/start.h"
+#include "ui/links.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QApplication>
+#include <QDialog>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPrintDialog>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTest>
+#include <QTextBrowser>
+#include <QTimer>
+#include <QTreeView>
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+QStringList boxes;
+QString proposed;
+
+QWidget *Shown(char const *name) {
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        if (!window->isVisible())
+            continue;
+        if (window->objectName() == QLatin1String(name))
+            return window;
+        for (QWidget *widget : window->findChildren<QWidget *>(QString::fromLatin1(name)))
+            if (widget->isVisible())
+                return widget;
+    }
+    return nullptr;
+}
+
+/// Does `answer` as soon as it can be done, from a timer: the box it answers runs a loop of its own.
+void Soon(std::function<bool()> answer) {
+    auto *const timer = new QTimer(qApp);
+    auto const began = std::make_shared<int>(0);
+    QObject::connect(timer, &QTimer::timeout, timer, [=] {
+        if (answer() || ++*began > 500)
+            timer->deleteLater();
+    });
+    timer->start(20);
+}
+
+QString Plain(QString text) { return text.remove(QLatin1Char('&')); }
+
+/// The button of a box by its label; null when it has none such.
+QAbstractButton *ButtonOf(QWidget *box, QString const &label) {
+    for (QAbstractButton *button : box->findChildren<QAbstractButton *>())
+        if (Plain(button->text()) == label)
+            return button;
+    return nullptr;
+}
+
+bool AnswerBox(char const *name, QString const &button, std::function<void(QWidget *)> const &fill = {}) {
+    QWidget *const box = Shown(name);
+    if (!box)
+        return false;
+    auto *const message = box->findChild<QLabel *>(QLatin1String(name) + QLatin1String("_message"));
+    boxes << box->windowTitle() + QLatin1Char('|') + (message ? message->text() : QString());
+    TakePicture(name, (std::string("box-") + std::to_string(boxes.size()) + ".png").c_str());
+    if (fill)
+        fill(box);
+    QAbstractButton *const wanted = ButtonOf(box, button);
+    EXPECT_TRUE(wanted) << "no button " << button.toStdString();
+    if (wanted)
+        QTest::mouseClick(wanted, Qt::LeftButton);
+    return true;
+}
+
+/// All rows below an index, depth first.
+void Collect(QAbstractItemModel const &model, QModelIndex const &parent, QList<QModelIndex> &rows) {
+    for (int row = 0; row < model.rowCount(parent); row++) {
+        QModelIndex const index = model.index(row, 0, parent);
+        rows << index;
+        Collect(model, index, rows);
+    }
+}
+
+QString RowText(QModelIndex const &index) {
+    QStringList columns;
+    for (int column = 0; column < index.model()->columnCount(index.parent()); column++)
+        columns << index.sibling(index.row(), column).data().toString().trimmed();
+    return columns.join(QLatin1Char('|'));
+}
+
+QTreeView *Tree(char const *name) {
+    auto *const tree = qobject_cast<QTreeView *>(Find(name));
+    EXPECT_TRUE(tree) << name << " is no list";
+    return tree;
+}
+
+/// The middle of the row that contains `text`, scrolled into view; empty when there is none.
+QRect PlaceOf(QTreeView *tree, QString const &text) {
+    QList<QModelIndex> rows;
+    Collect(*tree->model(), {}, rows);
+    for (QModelIndex const &index : rows)
+        if (RowText(index).contains(text)) {
+            tree->scrollTo(index);
+            QCoreApplication::processEvents();
+            int const column = tree->model()->columnCount({}) > 1 ? 1 : 0;
+            return tree->visualRect(index.sibling(index.row(), column));
+        }
+    ADD_FAILURE() << "no row with '" << text.toStdString() << "' in " << tree->objectName().toStdString() << ": "
+                  << Rows(tree->objectName().toLatin1().constData()).join(QLatin1Char('\n')).toStdString();
+    return {};
+}
+
+/// Runs in the child: the program, the work, the end. Returns the child's exit code.
+int Run(std::function<void()> const &work, QStringList const &options) {
+    QList<QByteArray> words{"Corvanta"};
+    for (QString const &option : options)
+        words << option.toLocal8Bit();
+    std::vector<char *> arguments;
+    for (QByteArray &word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    if (StartCorvanta(static_cast<int>(words.size()), arguments.data(), AbContext) != 0)
+        return 2;
+    WithoutLock([&] {
+        EXPECT_TRUE(WaitFor([] { return IsShown("base"); }));
+        work();
+        if (QWidget *const base = Shown("base"))
+            QTimer::singleShot(0, base, [base] { base->close(); });
+    });
+    PtMainLoop();
+    return testing::Test::HasFailure() ? 1 : 0;
+}
+
+void RunInChild(std::function<int()> const &run, void (*end)(int)) {
+    fflush(nullptr);
+    // A server's thread that holds the allocator's lock at the fork would leave it locked in the child for ever: let
+    // those that have just been started come to rest.
+    usleep(100'000);
+    pid_t const child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        setenv("QT_QPA_PLATFORM", "offscreen", 0);
+        int const code = run();
+        fflush(nullptr);
+        end(code);
+    }
+    int status = -1;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << (WIFSIGNALED(status) ? WTERMSIG(status) : 0);
+    EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 0, 0) << "see the failures above";
+}
+
+} // namespace
+
+void Sitting(std::function<void()> const &work, QStringList const &options) {
+    RunInChild([&] { return Run(work, options); }, exit);
+}
+
+void SittingToTheEnd(std::function<void()> const &work) {
+    RunInChild([&] { return Run(work, {}); }, PtExit);
+}
+
+bool WaitFor(std::function<bool()> const &ready, int milliseconds) { return QTest::qWaitFor(ready, milliseconds); }
+
+void Wait(int milliseconds) { QTest::qWait(milliseconds); }
+
+bool IsShown(char const *name) { return Shown(name); }
+
+QWidget *Find(char const *name) {
+    EXPECT_TRUE(WaitFor([&] { return IsShown(name); }, 5000)) << name << " is not shown";
+    QWidget *const widget = Shown(name);
+    if (!widget) {
+        // Without the widget nothing that follows makes sense.
+        fprintf(stderr, "%s is missing\n", name);
+        fflush(nullptr);
+        _exit(1);
+    }
+    return widget;
+}
+
+void Click(char const *name) {
+    QTest::mouseClick(Find(name), Qt::LeftButton);
+    Wait(10);
+}
+
+void Type(char const *name, QString const &text) {
+    QWidget *const field = Find(name);
+    QTest::mouseClick(field, Qt::LeftButton);
+    QTest::keyClick(field, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(field, Qt::Key_Delete);
+    QTest::keyClicks(field, text);
+}
+
+void TypeMore(char const *name, QString const &text) { QTest::keyClicks(Find(name), text); }
+
+void Press(char const *name, Qt::Key key, Qt::KeyboardModifiers modifiers) {
+    QWidget *const widget = Find(name);
+    // Without a window manager nothing gives the activation back to the window below a menu that closed.
+    widget->window()->activateWindow();
+    EXPECT_TRUE(WaitFor([=] { return widget->window()->isActiveWindow(); }));
+    QTest::keyClick(widget, key, modifiers);
+    Wait(10);
+}
+
+QString Text(char const *name) {
+    QWidget *const widget = Find(name);
+    if (auto *const label = qobject_cast<QLabel *>(widget))
+        return label->text();
+    if (auto *const field = qobject_cast<QLineEdit *>(widget))
+        return field->text();
+    if (auto *const number = qobject_cast<QSpinBox *>(widget))
+        return number->text();
+    if (auto *const page = qobject_cast<QTextBrowser *>(widget))
+        return page->toPlainText();
+    if (auto *const text = qobject_cast<QPlainTextEdit *>(widget))
+        return text->toPlainText();
+    ADD_FAILURE() << name << " has no text";
+    return {};
+}
+
+void ChooseFromMenuBar(char const *entry) {
+    auto *const bar = Find("base")->findChild<QMenuBar *>();
+    ASSERT_TRUE(bar);
+    for (QAction *top : bar->actions())
+        for (QAction *action : top->menu()->actions())
+            if (action->objectName() == QLatin1String(entry)) {
+                QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(top).center());
+                ASSERT_TRUE(WaitFor([&] { return top->menu()->isVisible(); }));
+                QTest::mouseClick(top->menu(), Qt::LeftButton, {}, top->menu()->actionGeometry(action).center());
+                Wait(10);
+                return;
+            }
+    ADD_FAILURE() << "no entry " << entry;
+}
+
+bool ClickEntry(QString const &label) {
+    for (QWidget *window : QApplication::topLevelWidgets()) {
+        auto *const menu = qobject_cast<QMenu *>(window);
+        if (!menu || !menu->isVisible())
+            continue;
+        for (QAction *action : menu->actions())
+            if (Plain(action->text()) == label) {
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                return true;
+            }
+    }
+    return false;
+}
+
+QStringList Rows(char const *tree) {
+    QList<QModelIndex> rows;
+    QAbstractItemModel const *const model = Tree(tree)->model();
+    Collect(*model, {}, rows);
+    QStringList texts;
+    for (QModelIndex const &index : rows)
+        texts << RowText(index);
+    return texts;
+}
+
+void ClickRow(char const *name, QString const &text) {
+    QTreeView *const tree = Tree(name);
+    QRect const place = PlaceOf(tree, text);
+    if (!place.isEmpty())
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, place.center());
+    Wait(10);
+}
+
+void DoubleClickRow(char const *name, QString const &text) {
+    QTreeView *const tree = Tree(name);
+    QPoint const place = PlaceOf(tree, text).center();
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, {}, place); // which mouseDClick leaves out
+    Wait(10);
+}
+
+void ChooseFromRowMenu(char const *name, QString const &text, QStringList const &entries) {
+    QTreeView *const tree = Tree(name);
+    QPoint const place = PlaceOf(tree, text).center();
+    // A right press opens the menu; the menu itself sees the release.
+    QTest::mousePress(tree->viewport(), Qt::RightButton, {}, place);
+    QTest::mouseRelease(tree->viewport(), Qt::RightButton, {}, place);
+    for (QString const &entry : entries) {
+        ASSERT_TRUE(WaitFor([&] { return ClickEntry(entry); }, 3000)) << "no menu entry " << entry.toStdString();
+        Wait(20);
+    }
+}
+
+void WhenAsked(QString const &button) {
+    Soon([=] { return AnswerBox("PtAlert", button); });
+}
+
+void WhenAskedForText(QString const &text, QString const &button) {
+    Soon([=] {
+        return AnswerBox("PtPrompt", button, [&](QWidget *box) {
+            QTest::keyClicks(box->findChild<QLineEdit *>(QStringLiteral("PtPrompt_text")), text);
+        });
+    });
+}
+
+void WhenAskedForFile(QString const &path) {
+    auto const looks = std::make_shared<int>(0);
+    Soon([=] {
+        auto *const dialog = qobject_cast<QFileDialog *>(Shown("PtFileSelection"));
+        if (!dialog)
+            return *looks > 0;
+        // While the dialog still reads the directory it does not take the answer: once more after half a second.
+        if ((*looks)++ % 25 != 0)
+            return false;
+        auto *const name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        if (*looks == 1) {
+            boxes << dialog->windowTitle() + QLatin1Char('|');
+            proposed = dialog->directory().filePath(name->text());
+            TakePicture("PtFileSelection", "file-selection.png");
+        }
+        // The list of completions that drops down while one types would take the Return for itself.
+        name->setCompleter(nullptr);
+        name->clear();
+        QTest::keyClicks(name, path);
+        QTest::keyClick(name, path.isEmpty() ? Qt::Key_Escape : Qt::Key_Return);
+        return !IsShown("PtFileSelection");
+    });
+}
+
+void WhenAskedToPrint(QString const &pdf) {
+    Soon([=] {
+        auto *const dialog = qobject_cast<QPrintDialog *>(Shown("PtPrintSelection"));
+        if (!dialog)
+            return false;
+        boxes << dialog->windowTitle() + QLatin1Char('|');
+        TakePicture("PtPrintSelection", "print.png");
+        if (pdf.isEmpty()) {
+            QTest::keyClick(dialog, Qt::Key_Escape);
+            return true;
+        }
+        auto *const name = dialog->findChild<QLineEdit *>(QStringLiteral("filename"));
+        EXPECT_TRUE(name);
+        name->setText(pdf);
+        QTest::keyClick(dialog, Qt::Key_Return);
+        return true;
+    });
+}
+
+bool AnswerNow(char const *name, QString const &button) {
+    QWidget *const box = Shown(name);
+    QAbstractButton *const wanted = box ? ButtonOf(box, button) : nullptr;
+    if (wanted)
+        QTest::mouseClick(wanted, Qt::LeftButton);
+    return wanted;
+}
+
+QStringList const &Boxes() { return boxes; }
+QString const &ProposedFile() { return proposed; }
+
+void TakePicture(char const *name, char const *file) {
+    QByteArray const folder = qgetenv("CORVANTA_SCREENSHOTS");
+    if (!folder.isEmpty())
+        if (QWidget *const widget = Shown(name))
+            widget->window()->grab().save(QString::fromLocal8Bit(folder) + QLatin1Char('/') + QLatin1String(file));
+}
+
+std::string FileText(std::string const &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}

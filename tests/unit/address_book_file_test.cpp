@@ -1,0 +1,147 @@
+// The file of an address book: how it is read, changed and sorted.
+
+#include "profiles/address_book_file.h"
+
+#include "unit/scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Rows = std::vector<std::string_view>;
+
+mode_t Mode(std::string const &path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+TEST(AddressBookFile, RowsEndAtAnEmptyLineOrANul) {
+    EXPECT_EQ(BookRows("Ann\ta@x\tfriend\nBob\tb@x\t\n"), (Rows{"Ann\ta@x\tfriend", "Bob\tb@x\t"}));
+    EXPECT_EQ(BookRows("Ann\ta@x\t\n\nBob\tb@x\t\n"), (Rows{"Ann\ta@x\t"}));
+    EXPECT_EQ(BookRows("\nAnn\ta@x\t\n"), Rows{});
+    EXPECT_EQ(BookRows(std::string_view("A\tn\0n\nBob\n", 11)), (Rows{"A\tn"}));
+    EXPECT_EQ(BookRows("no end\tx@y\t"), (Rows{"no end\tx@y\t"}));
+    EXPECT_EQ(BookRows(""), Rows{});
+}
+
+TEST(AddressBookFile, LongLinesAreSeveralRows) {
+    std::string const longest(999, 'n'), longer(1000, 'm');
+    std::string const text = longest + "\n" + longer + "\nlast\n";
+    EXPECT_EQ(BookRows(text), (Rows{longest, longer.substr(0, 999), "m", "last"}));
+}
+
+TEST(AddressBookFile, FieldsBecomeARowAndBack) {
+    EXPECT_EQ(ContactRow({"Ann Archer", "ann@example.org", "met in June"}),
+              "Ann Archer\tann@example.org\tmet in June");
+    EXPECT_EQ(ContactRow({"", "", ""}), "\t\t");
+    EXPECT_EQ(ContactRow({"a\tb\r\nc", "x@y\n", "\x7F"}), "a b  c\tx@y \t ");
+    Contact const full = SplitContact("Ann\ta@x\tfriend\tdropped");
+    EXPECT_EQ(full.name + "|" + full.address + "|" + full.note, "Ann|a@x|friend");
+    Contact const nameless = SplitContact("\ta@x\tfriend");
+    EXPECT_EQ(nameless.name + "|" + nameless.address + "|" + nameless.note, "a@x|friend|");
+    Contact const empty = SplitContact("\t\t\t");
+    EXPECT_EQ(empty.name + empty.address + empty.note, "");
+}
+
+TEST(AddressBookFile, ARowIsCutBehindAWholeCharacter) {
+    std::string note;
+    while (note.size() < 2000)
+        note += "\xC3\xA4";
+    for (std::string const name : {"N", "NN"}) {
+        std::string const row = ContactRow({name, "a@x", note});
+        EXPECT_EQ(row.size(), name == "N" ? 998u : 999u) << name;
+        EXPECT_EQ(row.substr(row.size() - 2), "\xC3\xA4");
+        EXPECT_EQ(BookRows(row + "\n").size(), 1u);
+    }
+}
+
+TEST(AddressBookFile, TheAddressStandsBetweenTwoTabs) {
+    EXPECT_EQ(ContactAddress("Ann\ta@x\tfriend"), "a@x");
+    EXPECT_EQ(ContactAddress("Ann\ta@x"), "a@x");
+    EXPECT_EQ(ContactAddress("Ann\t\tfriend"), "");
+    EXPECT_EQ(ContactAddress("a line without any"), "");
+    EXPECT_EQ(ContactAddress("A\t" + std::string(1500, 'x')).size(), 1000u);
+}
+
+TEST(AddressBookFile, LoadingCreatesAMissingBookAndLeavesOthersAlone) {
+    Scratch const root;
+    EXPECT_EQ(LoadBook(root / ".global"), "");
+    EXPECT_EQ(Mode(root / ".global"), 0600u);
+    WriteFile(root / ".global", "Ann\ta@x\t\n");
+    EXPECT_EQ(LoadBook(root / ".global"), "Ann\ta@x\t\n");
+    EXPECT_EQ(mkfifo((root / ".pipe").c_str(), 0600), 0);
+    EXPECT_EQ(LoadBook(root / ".pipe"), "") << "nobody writes to it: must not wait";
+    EXPECT_EQ(LoadBook(root.Path()), "");
+    EXPECT_EQ(LoadBook(root / "missing/.global"), "");
+    WriteFile(root / ".huge", "");
+    fs::resize_file(root / ".huge", 1ull << 40);
+    EXPECT_EQ(LoadBook(root / ".huge"), "");
+    EXPECT_EQ(fs::file_size(root / ".huge"), 1ull << 40);
+    EXPECT_FALSE(AppendToBook(root / ".huge", "Ann\ta@x\t"));
+}
+
+TEST(AddressBookFile, ChangesAreWholeOrNone) {
+    Scratch const root;
+    std::string const book = root / ".global";
+    EXPECT_TRUE(AppendToBook(book, "Bob\tb@x\t"));
+    EXPECT_TRUE(AppendToBook(book, "Ann\ta@x\t"));
+    EXPECT_EQ(ReadFile(book), "Bob\tb@x\t\nAnn\ta@x\t\n");
+    EXPECT_EQ(Mode(book), 0600u);
+    SortBook(book);
+    EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\nBob\tb@x\t\n");
+    WriteFile(book, "by hand\th@x\t");
+    EXPECT_TRUE(AppendToBook(book, "Ann\ta@x\t"));
+    EXPECT_EQ(ReadFile(book), "by hand\th@x\t\nAnn\ta@x\t\n") << "a last line without its end stays a line";
+    EXPECT_TRUE(WriteBook(book, "Ann\ta@x\t\n"));
+    EXPECT_EQ(root.Names(), std::vector<std::string>{".global"});
+
+    // A file that cannot grow beyond 16 bytes stands for a full disk.
+    rlimit old{};
+    getrlimit(RLIMIT_FSIZE, &old);
+    rlimit const small{16, old.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_FALSE(AppendToBook(book, "Bob\tbob@example.org\t"));
+    EXPECT_FALSE(WriteBook(book, std::string(100, 'x')));
+    setrlimit(RLIMIT_FSIZE, &old);
+    signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\n");
+    EXPECT_EQ(root.Names(), std::vector<std::string>{".global"});
+    EXPECT_FALSE(WriteBook(root / "missing/.global", ""));
+}
+
+TEST(AddressBookFile, NamesThatMayBeBooks) {
+    Scratch const root;
+    fs::create_directory(root / ".tmp");
+    WriteFile(root / ".work", "");
+    for (char const *good : {"global", "work", "Old friends", "tmp2", "b\xC3\xBC", "-o"})
+        EXPECT_TRUE(IsBookName(root.Path(), good)) << good;
+    for (char const *bad : {"", ".", "..", ".hidden", "tmp", "a/b", "../x", "a\nb", "home.dat.new"})
+        EXPECT_FALSE(IsBookName(root.Path(), bad)) << bad;
+    // The longest name still leaves room for the file that is written beside.
+    std::string const longest(249, 'b');
+    EXPECT_TRUE(IsBookName(root.Path(), longest));
+    EXPECT_TRUE(AppendToBook(BookPath(root.Path(), longest), "x"));
+    EXPECT_FALSE(IsBookName(root.Path(), longest + "b"));
+}
+
+TEST(AddressBookFile, BooksThatAreOffered) {
+    Scratch const root;
+    EXPECT_EQ(BookNames(root.Path()), std::vector<std::string>{"global"});
+    for (char const *name : {".work", ".friends", ".global", "home.dat", ".home.dat.new", "..work.new"})
+        WriteFile(root / name, "");
+    fs::create_directory(root / ".tmp");
+    fs::create_symlink("home.dat", root / ".linked");
+    fs::create_symlink(".tmp", root / ".elsewhere");
+    EXPECT_EQ(mkfifo((root / ".pipe").c_str(), 0600), 0);
+    EXPECT_EQ(BookNames(root.Path()), (std::vector<std::string>{"global", "friends", "linked", "work"}));
+    EXPECT_EQ(BookNames(root / "missing/"), std::vector<std::string>{"global"});
+}
+
+} // namespace

@@ -1,0 +1,156 @@
+#include "mime/base64.h"
+#include "mime/content_types.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string Decode(std::string_view text) {
+    std::string const in(text);
+    std::string out(3 * (in.size() / 4) + 2, '#');
+    int32_t const length = Base64Decode(out.data(), in.c_str());
+    EXPECT_EQ(out.back(), '#') << "wrote behind its room";
+    EXPECT_EQ(out[static_cast<size_t>(length)], 0);
+    return out.substr(0, static_cast<size_t>(length));
+}
+
+TEST(Base64Decode, WholeGroupsOnly) {
+    EXPECT_EQ(Decode("TWFu"), "Man");
+    EXPECT_EQ(Decode("TWE="), "Ma");
+    EXPECT_EQ(Decode("TQ=="), "M");
+    EXPECT_EQ(Decode("TWFuTQ"), "Man");
+    EXPECT_EQ(Decode("TWF"), "");
+    EXPECT_EQ(Decode(""), "");
+    EXPECT_EQ(Decode("TQ==TWFu"), "M\x0f\xffMan") << "padding counts at the end only";
+    EXPECT_EQ(Decode("TW=u"), "Mo\xee") << "elsewhere it is a character like any other";
+}
+
+/// The rule itself, one character at a time.
+std::string Reference(std::string_view in) {
+    std::string_view const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string out;
+    for (size_t group = 0; group + 4 <= in.size(); group += 4) {
+        unsigned bits = 0;
+        for (size_t i = 0; i < 4; i++) {
+            size_t const value = alphabet.find(in[group + i]);
+            bits = bits << 6 | (value == alphabet.npos ? 63 : static_cast<unsigned>(value));
+        }
+        out += {static_cast<char>(bits >> 16), static_cast<char>(bits >> 8), static_cast<char>(bits)};
+    }
+    std::string_view const whole = in.substr(0, in.size() / 4 * 4);
+    if (whole.ends_with("="))
+        out.pop_back();
+    if (whole.ends_with("=="))
+        out.pop_back();
+    return out;
+}
+
+TEST(Base64Decode, EveryByteAtEveryLength) {
+    std::mt19937 random(1);
+    for (size_t length = 0; length < 90; length++)
+        for (int round = 0; round < 20; round++) {
+            std::string text(length, 0);
+            for (char &byte : text)
+                byte = static_cast<char>(1 + random() % 255);
+            if (round % 3 == 0 && length > 4)
+                text.replace(length / 4 * 4 - 2, 2, round % 2 ? "==" : "x=");
+            EXPECT_EQ(Decode(text), Reference(text));
+            // In place, as the readers of stored passwords do it.
+            std::string same = text;
+            EXPECT_EQ(same.substr(0, static_cast<size_t>(Base64Decode(same.data(), same.c_str()))), Reference(text));
+        }
+}
+
+std::string Encode(std::string const &in, int32_t *result = nullptr) {
+    std::string out(in.size() * 4 / 3 + in.size() / 45 * 2 + 80, 0);
+    int32_t const length = Base64Encode(out.data(), in.data(), static_cast<int32_t>(in.size()));
+    if (result)
+        *result = length;
+    return out.c_str();
+}
+
+TEST(Base64Encode, CutsAShortLastGroup) {
+    int32_t before = 0;
+    EXPECT_EQ(Encode("Man", &before), "TWFu");
+    EXPECT_EQ(before, 4);
+    EXPECT_EQ(Encode("ManM", &before), "TWFuT");
+    EXPECT_EQ(before, 4);
+    EXPECT_EQ(Encode("ManMa"), "TWFuT");
+    EXPECT_EQ(Encode(""), "");
+    char out[8] = "";
+    Base64Encode(out, "Ma", 2);
+    EXPECT_EQ(std::string(out, 5), std::string("T\0E=\0", 5)) << "the whole group lies behind the terminator";
+}
+
+TEST(Base64Encode, LinesOf64) {
+    std::string const line(64, 'A');
+    std::string const zeros(48, 0);
+    EXPECT_EQ(Encode(zeros), line + "\n");
+    EXPECT_EQ(Encode(zeros + zeros.substr(0, 3)), line + "\nAAAA");
+    int32_t before = 0;
+    EXPECT_EQ(Encode(zeros + zeros, &before), line + "\n" + line + "\n");
+    EXPECT_EQ(before, 130);
+}
+
+TEST(Base64Encode, RoundTripOfWholeGroups) {
+    std::mt19937 random(2);
+    std::string bytes(3 * 1000, 0);
+    for (char &byte : bytes)
+        byte = static_cast<char>(random());
+    std::string text = Encode(bytes);
+    std::erase(text, '\n');
+    EXPECT_EQ(Decode(text), bytes);
+    for (size_t length = 0; length < 200; length++) {
+        // On the heap exactly as long as it is, so that a look behind its end is seen.
+        std::vector<char> const exact(bytes.begin(), bytes.begin() + static_cast<long>(length));
+        std::string out(length * 4 / 3 + length / 45 * 2 + 80, 0);
+        Base64Encode(out.data(), exact.data(), static_cast<int32_t>(length));
+        text = out.c_str();
+        std::erase(text, '\n');
+        EXPECT_EQ(text.size(), length / 3 * 4 + (length % 3 ? 1 : 0));
+        EXPECT_EQ(Decode(text), bytes.substr(0, length / 3 * 3));
+    }
+}
+
+std::string TypeOf(char const *name) {
+    char type[64];
+    int const found = ContentTypeForFileName(type, sizeof type, name);
+    EXPECT_EQ(found, std::string_view(type) == "unknown" ? 0 : 1);
+    return type;
+}
+
+TEST(ContentTypes, ByTheEndOfTheName) {
+    EXPECT_EQ(TypeOf("photo.JPEG"), "IMAGE/JPEG");
+    EXPECT_EQ(TypeOf("cabin"), "APPLICATION/OCTET-STREAM");
+    EXPECT_EQ(TypeOf("a.tgz"), "APPLICATION/X-TAR-GZ\t");
+    EXPECT_EQ(TypeOf("a.tar.gz"), "APPLICATION/X-GUNZIP");
+    EXPECT_EQ(TypeOf("a.gtar"), "APPLICATION/X-GTAR");
+    EXPECT_EQ(TypeOf("a.htm"), "TEXT/HTML");
+    EXPECT_EQ(TypeOf("a.aiff"), "AUDIO/X-AIFF");
+    for (char const *name : {"", "gif.x", "a.", "a.gif\n", "f"})
+        EXPECT_EQ(TypeOf(name), "unknown") << name;
+    char type[6];
+    EXPECT_EQ(ContentTypeForFileName(type, sizeof type, "a.gif"), 1);
+    EXPECT_STREQ(type, "IMAGE");
+}
+
+TEST(ContentTypes, ExtensionIsTheRowsFirst) {
+    auto const append = [](char const *name, size_t width) {
+        char path[32] = "1_0";
+        AppendImageExtension(name, path, width);
+        return std::string(path);
+    };
+    EXPECT_EQ(append("a.JPE", 32), "1_0.jpg");
+    EXPECT_EQ(append("../../x.tiff", 32), "1_0.tif");
+    EXPECT_EQ(append("x.pdf", 32), "1_0.pdf") << "any row, not pictures alone";
+    EXPECT_EQ(append("unknown", 32), "1_0");
+    EXPECT_EQ(append("a.gif", 6), "1_0.g");
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+// What replies and forwards take over: quotes, subjects, recipients, parts.
+
+#include "compose/forward_part.h"
+#include "compose/quote.h"
+#include "mime/base64.h"
+#include "mime/render.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace {
+
+TEST(Quote, LinesBetweenTheMarks) {
+    EXPECT_EQ(QuotePage("<HTML>head\n<PRE>\n<!--msg starts here, Corvanta-->lost\none\n\n&lt;two>\r\n"
+                        "<!-- skip this line --><IMG SRC=\"x\">\n <!-- skip this line -->kept\n"
+                        "last <!--msg ends here, Corvanta-->\nnot this\n"),
+              "\n\n\n--Original Message:\n>\n>one\n>\n>&lt;two>\r\n> <!-- skip this line -->kept");
+    EXPECT_EQ(QuotePage("no mark\nat all\n"), "\n\n\n--Original Message:\n>");
+    EXPECT_EQ(QuotePage(""), "\n\n\n--Original Message:\n>");
+    EXPECT_EQ(QuotePage("<!--msg starts here, Corvanta-->\nno end\nno line feed"),
+              "\n\n\n--Original Message:\n>\n>no end\n>no line feed");
+    using namespace std::string_literals;
+    EXPECT_EQ(QuotePage("<!--msg starts here, Corvanta-->\na\nb\0c\nd"s), "\n\n\n--Original Message:\n>\n>a\n>b");
+}
+
+TEST(Quote, LongLinesBreakAt10239Bytes) {
+    std::string const page = "<!--msg starts here, Corvanta-->\n" + std::string(25000, 'x') + "\n";
+    EXPECT_EQ(QuotePage(page), "\n\n\n--Original Message:\n>\n>" + std::string(10239, 'x') + "\n>" +
+                                   std::string(10239, 'x') + "\n>" + std::string(25000 - 2 * 10239, 'x'));
+}
+
+TEST(Quote, Subjects) {
+    for (auto const &[subject, reply] : {std::pair{" Hello", "Re:  Hello"},
+                                         {"Hello", "Re: Hello"},
+                                         {" re: x", "re: x"},
+                                         {"   RE:x", "RE:x"},
+                                         {" Re:", "Re:  Re:"}, // shorter than 4 bytes
+                                         {" Re: ", "Re: "},
+                                         {" Res: x", "Re:  Res: x"},
+                                         {" \tRe: x", "Re:  \tRe: x"},
+                                         {"", "Re: "},
+                                         {"  ", "Re:   "}})
+        EXPECT_EQ(ReplySubject(subject), reply);
+    EXPECT_EQ(ForwardSubject(" Hello"), "Fwd:  Hello");
+    EXPECT_EQ(ForwardSubject(" Fwd: x"), "Fwd:  Fwd: x");
+}
+
+TEST(Quote, Recipients) {
+    EXPECT_EQ(AddRecipients(" Bob <b@x>", " \"A, B\" <me@X.org>, Carol <c@x> ,d@x", "ME@x.org", true),
+              " Bob <b@x>, Carol<c@x>, d@x"); // "A" alone is too short
+
+    EXPECT_EQ(AddRecipients("", " a@x,,;b, c@x;", "", false), "a@x, c@x");
+    EXPECT_EQ(AddRecipients("", "a@x", "", true), ", a@x");
+    EXPECT_EQ(AddRecipients("f", "", "", true), "f");
+    EXPECT_EQ(AddRecipients("", "me, you", "me@example.org", false), "me, you");
+    EXPECT_EQ(AddRecipients("", ("a@x," + std::string(600, 'y') + ",b@x").c_str(), "", false),
+              "a@x, " + std::string(499, 'y') + ", b@x");
+    EXPECT_EQ(AddRecipients("", "Carol &lt;c@x>, me&lt;me@x>", "me@x", false), "Carol<c@x>");
+}
+
+/// The body and encoding that a part is sent on with.
+std::string Forwarded(std::string const &body, char const *encoding) {
+    PartHeaders part{};
+    part.body = body.data();
+    part.bodyLength = static_cast<int32_t>(body.size());
+    snprintf(part.encoding, sizeof part.encoding, "%s", encoding);
+    snprintf(part.fileName, sizeof part.fileName, "name.txt");
+    std::unique_ptr<PartHeaders, decltype(&FreePart)> const copy(ForwardedPart(part), FreePart);
+    EXPECT_STREQ(copy->fileName, "name.txt");
+    EXPECT_EQ(copy->body[copy->bodyLength], 0);
+    return std::string(copy->body, static_cast<size_t>(copy->bodyLength)) + "|" + copy->encoding;
+}
+
+TEST(ForwardedPart, IsBase64WhateverItWas) {
+    EXPECT_EQ(Forwarded("YWJj\r\nZGVm\r\n", " BASE64"), "YWJj\r\nZGVm\r\n| BASE64");
+    EXPECT_EQ(Forwarded("YWJj\r\n.\r\nRCPT TO:<x>\r\n", " base64"), "YWJj\r\n\r\nRCPTTOx\r\n| base64");
+    EXPECT_EQ(Forwarded("abcdef", ""), "YWJjZGVm|Base64");
+    EXPECT_EQ(Forwarded("a=3D=\r\nb= \nc=zz=", " Quoted-Printable"), Forwarded("a=bc=zz=", " 8bit"));
+    EXPECT_EQ(Forwarded("", " 7bit"), "|Base64");
+}
+
+TEST(EncodeInSlices, IsTheEncodingOfTheWhole) {
+    for (size_t size : {size_t{0}, size_t{1}, size_t{47}, size_t{48}, size_t{48 * 32768}, size_t{48 * 32768 + 50}}) {
+        std::string bytes(size, 0);
+        for (size_t i = 0; i < size; i++)
+            bytes[i] = static_cast<char>(i * 31 + i / 1000);
+        std::string whole(size * 4 / 3 + size / 45 * 2 + 80, '\0');
+        Base64Encode(whole.data(), bytes.data(), static_cast<int32_t>(size));
+        size_t at = 0;
+        int32_t length = -1;
+        auto const read = [&](char *to, size_t count) {
+            memcpy(to, bytes.data() + at, count);
+            at += count;
+            return true;
+        };
+        std::unique_ptr<char, void (*)(void *)> const slices(EncodeInSlices(size, read, length), free);
+        EXPECT_STREQ(slices.get(), whole.c_str()) << size;
+        EXPECT_EQ(length, static_cast<int32_t>(strlen(whole.c_str())));
+    }
+    int32_t length = 0;
+    EXPECT_EQ(EncodeInSlices(
+                  10, [](char *, size_t) { return false; }, length),
+              nullptr);
+    EXPECT_EQ(EncodeInSlices((size_t{1} << 30) + 1, [](char *, size_t) { return true; }, length), nullptr);
+}
+
+} // namespace

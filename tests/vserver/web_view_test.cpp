@@ -1,0 +1,408 @@
+// The web view with the real page server behind it: what is shown, and what happens when the server does not behave.
+
+#include "Pp.h"
+#include "photon/PtWebClient.h"
+#include "qt/print.h"
+#include "qt/testing.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QElapsedTimer>
+#include <QImage>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTest>
+#include <QTextBrowser>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <poll.h>
+#include <sys/wait.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kHelper[] = "vserver -n Corvanta";
+
+/// The processes that this one has started and not yet waited for.
+std::vector<pid_t> Children() {
+    std::ifstream list("/proc/self/task/" + std::to_string(getpid()) + "/children");
+    return {std::istream_iterator<pid_t>(list), {}};
+}
+
+long Descriptors() { return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()); }
+
+int NoteLink(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
+    static_cast<std::vector<std::string> *>(data)->push_back(static_cast<char const *>(info->cbdata));
+    return Pt_CONTINUE;
+}
+
+/// Takes the addresses that would go to the desktop.
+class Desktop : public QObject {
+    Q_OBJECT
+  public:
+    QStringList opened;
+  public Q_SLOTS:
+    void Open(QUrl const &address) { opened << address.toString(); }
+};
+
+class WebViewTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = testing::TempDir() + "webview-XXXXXX";
+        place_ = mkdtemp(pattern.data());
+        PhArea_t const area{{0, 0}, {800, 600}};
+        PtArg_t arg;
+        PtSetArg(&arg, Pt_ARG_AREA, &area, 0);
+        window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 1, &arg);
+        web_ = PtCreateWidget(PtWebClient, window_, 1, &arg);
+        char const *roots[] = {place_.c_str()};
+        PtSetResource(web_, Pt_ARG_WEB_ROOTS, roots, 1);
+        PtRealizeWidget(window_);
+        ASSERT_TRUE(ProcessEventsUntil([this] { return Browser() && Browser()->isVisible(); }));
+    }
+    void TearDown() override {
+        if (window_)
+            PtDestroyWidget(window_);
+        ProcessEventsFor(10);
+        EXPECT_EQ(Children(), std::vector<pid_t>());
+        fs::remove_all(place_);
+    }
+
+    QTextBrowser *Browser() const { return Native<QTextBrowser>(web_); }
+    std::string Shown() const { return Browser()->toPlainText().toStdString(); }
+    int Startup(char const *command) {
+        PtSetResource(web_, Pt_ARG_WEB_SERVER, command, 0);
+        int *error = nullptr;
+        PtGetResource(web_, Pt_ARG_WEB_STARTUP_ERRNO, &error, 0);
+        return *error;
+    }
+    int Get(std::string const &url) { return PtSetResource(web_, Pt_ARG_WEB_GET_URL, url.c_str(), 1); }
+    void Write(std::string const &name, std::string const &bytes) const { std::ofstream(place_ / name) << bytes; }
+    int Show(std::string const &page) {
+        Write("msg.html", page);
+        return Get("file://" + (place_ / "msg.html").string());
+    }
+    std::string Script(std::string const &body) const {
+        fs::path const path = place_ / "server.sh";
+        std::ofstream(path) << "#!/bin/sh\n" + body;
+        fs::permissions(path, fs::perms::owner_all);
+        return path;
+    }
+    QImage Grab() const { return Browser()->viewport()->grab().toImage().convertToFormat(QImage::Format_RGB32); }
+    /// The number of pixels of a colour that can be seen.
+    long Seen(QRgb color) const {
+        QImage const image = Grab();
+        long count = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixel(x, y) == color;
+        return count;
+    }
+    void SaveImage(char const *name, char const *format, QRgb color, int width, int height) const {
+        QImage image(width, height, QImage::Format_RGB32);
+        image.fill(color);
+        ASSERT_TRUE(image.save(QString::fromStdString(place_ / name), format, 100));
+    }
+    QPoint PointOf(char const *text) const {
+        QTextCursor const found = Browser()->document()->find(QString::fromUtf8(text));
+        QTextCursor middle = found;
+        middle.setPosition(found.selectionStart() + 1);
+        return Browser()->cursorRect(middle).center();
+    }
+
+    fs::path place_;
+    PtWidget_t *window_ = nullptr, *web_ = nullptr;
+};
+
+TEST_F(WebViewTest, ShowsThePageAtOnceAndAnewEachTime) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    EXPECT_EQ(Show("<script>x</script><b>one</b>"), 0);
+    EXPECT_EQ(Shown(), "one") << "before the set returns";
+    Show("caf\xe9");
+    EXPECT_EQ(Shown(), "caf\xc3\xa9");
+    Write("msg.html", "gone");
+    EXPECT_EQ(Shown(), "caf\xc3\xa9");
+    Get("file:///etc/passwd");
+    EXPECT_EQ(Shown(), "");
+    Show("back");
+    EXPECT_EQ(Shown(), "back");
+    Get("http://127.0.0.1:9/");
+    EXPECT_EQ(Shown(), "");
+    EXPECT_EQ(Startup("/usr/photon/bin/vserver"), 0);
+    Show("other");
+    EXPECT_EQ(Shown(), "other");
+}
+
+TEST_F(WebViewTest, ShowsImagesAsPixelsAndForgetsThoseOfThePageBefore) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    SaveImage("a.png", "png", qRgb(255, 0, 0), 100, 50);
+    SaveImage("b.jpg", "jpg", qRgb(0, 0, 254), 60, 60);
+    Write("c.gif",
+          std::string("GIF89a\x01\0\x01\0\x80\0\0\0\xFF\0\0\0\0\x2C\0\0\0\0\x01\0\x01\0\0\x02\x02\x44\x01\0;", 35));
+    Show("<img src=a.png><br><img src=b.jpg><br><img src=c.gif width=40 height=40><br><img src=http://127.0.0.1:9/x "
+         "width=30 height=20>end");
+    ASSERT_TRUE(ProcessEventsUntil([&] {
+        return Seen(qRgb(255, 0, 0)) == 5000 && Seen(qRgb(0, 0, 254)) == 3600 && Seen(qRgb(0, 255, 0)) == 1600;
+    }));
+    EXPECT_EQ(Seen(qRgb(0xB0, 0xB0, 0xB0)), 96) << "an empty frame";
+
+    fs::rename(place_ / "a.png", place_ / "z.png");
+    Show("<img src=a.png>none");
+    ProcessEventsFor(100);
+    EXPECT_EQ(Seen(qRgb(255, 0, 0)), 0) << "img:0 is another one now";
+    Show("<img src=z.png>");
+    EXPECT_TRUE(ProcessEventsUntil([&] { return Seen(qRgb(255, 0, 0)) == 5000; }));
+}
+
+TEST_F(WebViewTest, BlackOnWhiteOnADarkDesktop) {
+    QPalette dark;
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Text, Qt::white);
+    QPalette const before = QApplication::palette();
+    WithoutLock([&] { QApplication::setPalette(dark); });
+    ASSERT_EQ(Startup(kHelper), 0);
+    Show("<h1>XXXXXXXXX</h1>");
+    ProcessEventsFor(20);
+    EXPECT_GT(Seen(qRgb(0, 0, 0)), 100);
+    EXPECT_GT(Seen(qRgb(255, 255, 255)), 100'000);
+    WithoutLock([&] { QApplication::setPalette(before); });
+}
+
+TEST_F(WebViewTest, HostilePagesOpenAsFastAsOthers) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    std::string nested;
+    for (int i = 0; i < 60; ++i)
+        nested += "<table><tr><td>";
+    QElapsedTimer clock;
+    for (std::string const &page : {std::string("plain"), nested + "deep"}) {
+        qint64 best = INT64_MAX; // of some: the machine may be busy
+        for (int i = 0; i < 5; ++i) {
+            clock.start();
+            Show(page);
+            Grab();
+            best = std::min(best, clock.elapsed());
+        }
+        EXPECT_LT(best, 200) << page.substr(0, 20);
+    }
+    EXPECT_NE(Shown().find("deep"), std::string::npos);
+    clock.start();
+    Show(std::string(16u << 20, '<'));
+    Grab();
+    std::cout << "16 MB of '<': " << clock.elapsed() << " ms\n";
+    EXPECT_TRUE(ProcessEventsUntil([&] { return Shown().find("too long") != std::string::npos; }, 30'000));
+}
+
+TEST_F(WebViewTest, StartErrors) {
+    long const before = Descriptors();
+    EXPECT_EQ(Startup("no-such-program-here"), ENOENT);
+    EXPECT_EQ(Startup(""), ENOENT);
+    EXPECT_EQ(Startup("/etc/passwd"), EACCES);
+    EXPECT_EQ(Startup("/bin/true"), ECONNRESET);
+    QElapsedTimer clock;
+    clock.start();
+    EXPECT_EQ(Startup(Script("exec sleep 60").c_str()), ETIMEDOUT) << "never says hello";
+    EXPECT_LT(clock.elapsed(), 8000);
+    clock.start();
+    EXPECT_EQ(Show("x"), -1);
+    EXPECT_LT(clock.elapsed(), 1000) << "a page does not wait for it again";
+    EXPECT_EQ(Shown(), "");
+    EXPECT_EQ(Startup(kHelper), 0);
+    Show("well");
+    EXPECT_EQ(Shown(), "well");
+    PtSetResource(web_, Pt_ARG_WEB_COMMAND, nullptr, Pt_WEB_COMMAND_EXIT);
+    ProcessEventsFor(10);
+    EXPECT_EQ(Descriptors(), before);
+    EXPECT_EQ(Children(), std::vector<pid_t>());
+}
+
+TEST_F(WebViewTest, TheServerInheritsNothingElse) {
+    std::string const list = place_ / "fds";
+    constexpr int kOurs = 100; // not close-on-exec
+    ASSERT_EQ(dup2(STDIN_FILENO, kOurs), kOurs);
+    EXPECT_EQ(Startup(Script("ls /proc/$$/fd > " + list).c_str()), ECONNRESET);
+    std::ifstream lines(list);
+    // Beside the four the shell has its own, above 9.
+    for (int fd; lines >> fd;)
+        EXPECT_TRUE(fd <= 3 || (fd >= 10 && fd < 20)) << fd;
+    close(kOurs);
+    EXPECT_GT(fs::file_size(list), 0u);
+}
+
+TEST_F(WebViewTest, AServerThatDiedIsStartedAgain) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_EQ(Children().size(), 1u);
+        SaveImage("a.png", "png", qRgb(255, 0, 0), 3000, 3000);
+        Show("<img src=a.png>in the middle of its image");
+        kill(Children().at(0), SIGKILL);
+        if (i % 2)
+            ProcessEventsFor(20); // noticed while idle, or only at the next page
+        Show("again " + std::to_string(i));
+        EXPECT_EQ(Shown(), "again " + std::to_string(i));
+    }
+    kill(Children().at(0), SIGSTOP);
+    QElapsedTimer clock;
+    clock.start();
+    Show("late");
+    EXPECT_LT(clock.elapsed(), 3000);
+    EXPECT_EQ(Shown(), "");
+    kill(Children().at(0), SIGCONT);
+    EXPECT_TRUE(ProcessEventsUntil([this] { return Shown() == "late"; }));
+    kill(Children().at(0), SIGSTOP); // it cannot even quit
+}
+
+TEST_F(WebViewTest, AHundredPagesLeaveNothing) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    SaveImage("a.png", "png", qRgb(255, 0, 0), 20, 20);
+    Show("<img src=a.png>first");
+    ProcessEventsFor(100);
+    long const before = Descriptors();
+    for (int i = 0; i < 100; ++i) {
+        Show("<img src=a.png>page " + std::to_string(i));
+        ASSERT_NE(Shown().find("page " + std::to_string(i)), std::string::npos);
+    }
+    ProcessEventsFor(200);
+    EXPECT_EQ(Seen(qRgb(255, 0, 0)), 400);
+    EXPECT_EQ(Descriptors(), before);
+    EXPECT_EQ(Children().size(), 1u);
+}
+
+int StopTwice(PtWidget_t *widget, void *data, PtCallbackInfo_t *) {
+    char block[1024] = {};
+    PtSetResource(static_cast<PtWidget_t *>(data), Pt_ARG_WEB_COMMAND, block, Pt_WEB_COMMAND_EXIT);
+    PtSetResource(static_cast<PtWidget_t *>(data), Pt_ARG_WEB_COMMAND, block, Pt_WEB_COMMAND_EXIT);
+    (void)widget;
+    return Pt_CONTINUE;
+}
+
+TEST_F(WebViewTest, StoppedInTheDestroyedCallback) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    PtSetResource(web_, Pt_ARG_WEB_COMMAND, nullptr, Pt_WEB_COMMAND_13);
+    PtSetResource(web_, Pt_ARG_WEB_OPTION, "10000", "main_cache_kb_size");
+    PtSetResource(web_, Pt_ARG_CLIENT_NAME, "Corvanta", 0);
+    Show("x");
+    PtAddCallback(web_, Pt_CB_DESTROYED, StopTwice, web_);
+    PtAddCallback(window_, Pt_CB_DESTROYED, StopTwice, web_);
+    PtDestroyWidget(window_);
+    window_ = nullptr;
+}
+
+TEST_F(WebViewTest, LinksAreToldAndAskedAbout) {
+    Desktop desktop;
+    for (char const *scheme : {"http", "https", "mailto", "file"})
+        QDesktopServices::setUrlHandler(QString::fromUtf8(scheme), &desktop, "Open");
+    std::vector<std::string> told;
+    PtAddCallback(web_, Pt_CB_WEB_CONTEXT, NoteLink, &told);
+    ASSERT_EQ(Startup(kHelper), 0);
+    Show("<a href='http://www.bank.example@evil.example/a?b=<i>c'>https://www.bank.example/</a> and some more "
+         "text<br>other "
+         "<a href=file:///etc/passwd>filelink</a>");
+    ProcessEventsFor(20);
+    told.clear();
+    QWidget *const viewport = Browser()->viewport();
+    QPoint const link = PointOf("https");
+    WithoutLock([&] {
+        QTest::mouseMove(viewport, link);
+        QTest::mouseMove(viewport, PointOf("other"));
+    });
+    ASSERT_GE(told.size(), 2u);
+    EXPECT_EQ(told[0], "http://www.bank.example@evil.example/a?b=%3Ci%3Ec");
+    EXPECT_EQ(told.back(), "");
+
+    for (char const *button : {"linkQuestion_cancel", "linkQuestion_open"}) {
+        WithoutLock([&] { QTest::mouseClick(viewport, Qt::LeftButton, {}, link); });
+        auto *const box = Browser()->window()->findChild<QMessageBox *>(QStringLiteral("linkQuestion"));
+        ASSERT_TRUE(box);
+        EXPECT_EQ(box->textFormat(), Qt::PlainText);
+        EXPECT_TRUE(box->text().contains(QStringLiteral("Server: evil.example\n"))) << box->text().toStdString();
+        EXPECT_TRUE(desktop.opened.isEmpty());
+        EXPECT_NE(Shown(), "");
+        WithoutLock([&] { box->findChild<QPushButton *>(QString::fromUtf8(button))->click(); });
+        ProcessEventsFor(20);
+    }
+    EXPECT_EQ(desktop.opened.size(), 1);
+    WithoutLock([&] { QTest::mouseClick(viewport, Qt::LeftButton, {}, PointOf("filelink")); });
+    EXPECT_FALSE(Browser()->window()->findChild<QMessageBox *>(QStringLiteral("linkQuestion")));
+    EXPECT_EQ(desktop.opened.size(), 1);
+    for (char const *scheme : {"http", "https", "mailto", "file"})
+        QDesktopServices::unsetUrlHandler(QString::fromUtf8(scheme));
+}
+
+TEST_F(WebViewTest, CopyAndPrint) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    SaveImage("wide.png", "png", qRgb(255, 0, 0), 4000, 40);
+    Show("copy me<br><img src=wide.png>");
+    ASSERT_TRUE(ProcessEventsUntil([this] { return Seen(qRgb(255, 0, 0)) > 0; }));
+    WithoutLock([&] {
+        QTest::keyClick(Browser(), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(Browser(), Qt::Key_C, Qt::ControlModifier);
+    });
+    EXPECT_TRUE(QApplication::clipboard()->text().startsWith(QStringLiteral("copy me")));
+
+    fs::path const pdf = place_ / "out.pdf";
+    PpPrintContext_t *const context = PpCreatePC();
+    PpSetPC(context, Pp_PC_FILENAME, pdf.c_str(), 0);
+    EXPECT_EQ(PtSetResource(web_, Pt_ARG_WEB_PRINT, context, 0), 0);
+    PpReleasePC(context);
+    EXPECT_GT(fs::file_size(pdf), 1000u);
+    // Rendered again, the wide image ends before the paper does.
+    std::string const command =
+        "pdftoppm -v >/dev/null 2>&1 && cd " + place_.string() + " && pdftoppm -r 50 -png -singlefile out.pdf out";
+    if (system(command.c_str()) != 0)
+        return;
+    QImage const page(QString::fromStdString(place_ / "out.png"));
+    int last = 0;
+    for (int y = 0; y < page.height(); ++y)
+        for (int x = 0; x < page.width(); ++x)
+            if (qRed(page.pixel(x, y)) > 200 && qGreen(page.pixel(x, y)) < 60)
+                last = std::max(last, x);
+    EXPECT_GT(last, page.width() / 2);
+    EXPECT_LT(last, page.width() * 93 / 100);
+}
+
+TEST_F(WebViewTest, HowLongAPageTakes) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    for (char const *name : {"a.png", "b.png", "c.png"})
+        SaveImage(name, "png", qRgb(255, 0, 0), 640, 480);
+    std::string text;
+    for (int i = 0; i < 60; ++i)
+        text += "A line of an ordinary message, with some seventy characters in it.\n";
+    QElapsedTimer clock;
+    std::vector<double> plain, images;
+    for (int i = 0; i < 20; ++i) {
+        clock.start();
+        Show("<PRE>" + text + "</PRE>");
+        Grab();
+        qreal const height = Browser()->document()->size().height();
+        plain.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+        clock.start();
+        Show("<img src=a.png><img src=b.png><img src=c.png><PRE>" + text + "</PRE>");
+        ASSERT_TRUE(ProcessEventsUntil([&] { return Browser()->document()->size().height() > height + 1400; }));
+        Grab();
+        images.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
+    }
+    std::sort(plain.begin(), plain.end());
+    std::sort(images.begin(), images.end());
+    std::cout << "plain message " << plain[10] << " ms, with three images " << images[10] << " ms (medians)\n";
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    testing::InitGoogleTest(&argc, argv);
+    if (PtInit(nullptr) != 0)
+        return 1;
+    int const result = RUN_ALL_TESTS();
+    PtExit(result);
+}
+
+#include "web_view_test.moc"
