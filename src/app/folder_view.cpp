@@ -27,6 +27,7 @@ void LeaveFolder() {
     if (AccountRef<ServerAccount> const left = currentProfile) {
         if (MailProfile *const mail = AsMail(left.Get()))
             mail->checkActive = 0;
+        StopDownload(*left);
         if (left->serverSocket > 0) {
             SessionLock const lock(*left, SessionLock::kCallback);
             CloseConnection(*left, 0);

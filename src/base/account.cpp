@@ -20,6 +20,15 @@ MailProfile::MailProfile()
     : ServerAccount(kMailProfile), popServer{}, smtpServer{}, checkInterval{}, leaveOnServer{}, serverMessageCount(0),
       checkIntervalSeconds(0), checkCountdown(0), checkActive(0), checkWaiting(false) {}
 
+NewsProfile::NewsProfile()
+    : ServerAccount(kNewsProfile), server{}, currentGroup{}, articleCursor(0), lastArticle(0), articleCount(0),
+      headersDone(0), batchSize(0), downloadTicket(0) {}
+
+void StopDownload(ServerAccount &account) {
+    if (account.profileKind == kNewsProfile)
+        static_cast<NewsProfile &>(account).downloadTicket++;
+}
+
 bool MailProfile::LeavesMailOnServer() const { return strcmp(leaveOnServer, "LEAVEONSERVER") == 0; }
 
 void Retain(ServerAccount *account) { account->references++; }

@@ -44,6 +44,24 @@ struct MailProfile : ServerAccount {
     bool LeavesMailOnServer() const;
 };
 
+/// A Usenet account (NNTP). The fields behind `server` belong to whoever holds sessionLock.
+struct NewsProfile : ServerAccount {
+    char server[1025];
+    char currentGroup[200];               ///< the group that the open connection has selected; empty for none
+    std::atomic<int32_t> articleCursor;   ///< the article that the next download begins at
+    std::atomic<int32_t> lastArticle;     ///< the group's last article
+    std::atomic<int32_t> articleCount;    ///< how many the server says the group has
+    std::atomic<int32_t> headersDone;     ///< header lines taken in since the group was selected
+    std::atomic<int32_t> batchSize;       ///< headers of the next download; 0: ask the person, or nothing
+    std::atomic<uint32_t> downloadTicket; ///< counted up to stop the running download, which compares it
+
+    NewsProfile();
+};
+
+/// Makes a header download of the account stop at its next line, within 0.1 s of silence. Mail accounts have none.
+/// Any thread, no lock needed.
+void StopDownload(ServerAccount &account);
+
 /// Takes and drops a reference; the last one frees the record and closes its connection. Any thread.
 void Retain(ServerAccount *account);
 void Release(ServerAccount *account);

@@ -151,8 +151,10 @@ void ReloadProfileTree() {
 }
 
 void ForgetOpenProfile() {
-    if (currentProfile && currentProfile->serverSocket > 0) {
-        AccountRef<ServerAccount> const profile = currentProfile;
+    AccountRef<ServerAccount> const profile = currentProfile;
+    if (profile)
+        StopDownload(*profile);
+    if (profile && profile->serverSocket > 0) {
         SessionLock const lock(*profile, SessionLock::kCallback);
         CloseConnection(*profile);
     }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 PtTreeItem_t *lastHeaderItem = nullptr;
+unsigned headerListAge = 0;
 
 namespace {
 
@@ -68,6 +69,7 @@ PtTreeItem_t *AddHeaderRow(char const *text, int width, HeaderOrigin origin, int
 }
 
 void FreeHeaderList() {
+    headerListAge++;
     lastHeaderItem = nullptr;
     if (!ABW_treeMessageHeaders)
         return;

@@ -30,6 +30,10 @@ inline HeaderRow *RowOf(PtTreeItem_t *item) { return item ? static_cast<HeaderRo
 /// Frees every row's data and all rows of the main window's header list.
 void FreeHeaderList();
 
+/// Counts the times the header list was freed: who keeps pointers to rows compares it before using them. Under the
+/// library lock.
+extern unsigned headerListAge;
+
 /// Removes one row of the main window's header list with its data; lastHeaderItem stays the list's last.
 void RemoveHeaderRow(PtTreeItem_t *item);
 

@@ -19,3 +19,8 @@ MailProfile *CurrentMailProfile() {
     ServerAccount *const account = currentProfile.Get();
     return account && account->profileKind != kNewsProfile ? static_cast<MailProfile *>(account) : nullptr;
 }
+
+NewsProfile *CurrentNewsProfile() {
+    ServerAccount *const account = currentProfile.Get();
+    return account && account->profileKind == kNewsProfile ? static_cast<NewsProfile *>(account) : nullptr;
+}

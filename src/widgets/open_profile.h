@@ -10,3 +10,6 @@ extern char currentFolder[1025];
 
 /// The open profile when it is a mail profile, else null.
 MailProfile *CurrentMailProfile();
+
+/// The open profile when it is a news profile, else null.
+NewsProfile *CurrentNewsProfile();

@@ -18,9 +18,10 @@ MAY_INCLUDE = {
     "net": {"base", "widgets", "names"},
     "pop": {"base", "mime", "store", "widgets", "names", "net"},
     "profiles": {"base", "mime", "store", "widgets", "names", "net", "pop"},
-    "compose": {"base", "mime", "store", "widgets", "names", "net", "profiles"},
-    "app": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles"},
-    "ui": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "compose", "app"},
+    "news": {"base", "mime", "store", "widgets", "names", "net", "profiles"},
+    "compose": {"base", "mime", "store", "widgets", "names", "net", "profiles", "news"},
+    "app": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news"},
+    "ui": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news", "compose", "app"},
 }
 TOOLKIT_FREE = {"base", "mime", "store"}
 SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}
