@@ -1,5 +1,7 @@
 #include "base/account.h"
 
+#include "base/text.h"
+
 #include <cstring>
 #include <unistd.h>
 
@@ -30,6 +32,12 @@ void StopDownload(ServerAccount &account) {
 }
 
 bool MailProfile::LeavesMailOnServer() const { return strcmp(leaveOnServer, "LEAVEONSERVER") == 0; }
+
+bool IsGroupName(std::string_view group) {
+    size_t const end = group.find_last_not_of(' ');
+    return group.size() < sizeof NewsProfile::currentGroup && end != std::string_view::npos &&
+           IsPlainName(group.substr(0, end + 1));
+}
 
 void Retain(ServerAccount *account) { account->references++; }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <semaphore.h>
+#include <string_view>
 
 constexpr int kMailProfile = 1;
 constexpr int kNewsProfile = 3;
@@ -61,6 +62,10 @@ struct NewsProfile : ServerAccount {
 /// Makes a header download of the account stop at its next line, within 0.1 s of silence. Mail accounts have none.
 /// Any thread, no lock needed.
 void StopDownload(ServerAccount &account);
+
+/// True when a group's name may become part of a path and of a command: not empty, not "." or "..", without "/" and
+/// control characters, at most 199 bytes (the field for the open group). A stored name may end in a blank.
+bool IsGroupName(std::string_view group);
 
 /// Takes and drops a reference; the last one frees the record and closes its connection. Any thread.
 void Retain(ServerAccount *account);

@@ -2,7 +2,6 @@
 
 #include "base/account.h"
 #include "base/paths.h"
-#include "base/text.h"
 
 std::string NewsDirectory(std::string_view profile) { return ConfigRoot() + "news/" + std::string(profile) + "/"; }
 
@@ -19,9 +18,3 @@ std::string NumberListPath(std::string_view profile, std::string_view group) {
 }
 
 std::string SpoolPath(std::string_view profile) { return NewsDirectory(profile) + "tmp"; }
-
-bool IsGroupName(std::string_view group) {
-    size_t const end = group.find_last_not_of(' ');
-    return group.size() < sizeof NewsProfile::currentGroup && end != std::string_view::npos &&
-           IsPlainName(group.substr(0, end + 1));
-}

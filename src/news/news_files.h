@@ -19,7 +19,3 @@ std::string NumberListPath(std::string_view profile, std::string_view group);
 
 /// The article that is being fetched, "tmp".
 std::string SpoolPath(std::string_view profile);
-
-/// True when a group's name may become part of a path and of a command: not empty, not "." or "..", without "/" and
-/// control characters, at most 199 bytes (the field for the open group). A stored name may end in a blank.
-bool IsGroupName(std::string_view group);

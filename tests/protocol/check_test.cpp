@@ -254,7 +254,7 @@ TEST_F(Check, SurvivesTheWindow) {
 TEST_F(Check, StartAsksForWhatIsMissing) {
     screen.RunCallback(StartCheckMailThread);
     EXPECT_EQ(shownAlerts, Strings{"Missing Account Information|You must first create an email profile"});
-    AccountRef<ServerAccount> const news(new ServerAccount(kNewsProfile));
+    AccountRef<NewsProfile> const news(new NewsProfile);
     screen.AddProfile(*news, false);
     screen.RunCallback(StartCheckMailThread);
     EXPECT_EQ(shownAlerts.size(), 2u);
