@@ -12,6 +12,12 @@ if(CORVANTA_SANITIZE)
 else()
   add_compile_options(-fstack-protector-strong)
   add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+  include(CheckPIESupported)
+  check_pie_supported()
+  add_link_options(-Wl,-z,relro -Wl,-z,now)
+endif()
+if(CORVANTA_PACKAGE)
+  add_compile_options(-ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
 
 # corvanta_library(NAME [FOLDER folder] [DEPS library...]): a static library of every .cpp file in a folder. What a

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing; with nothing missing it changes nothing and asks nobody.
 #   scripts/install-packages.sh SET...
-# Sets: build (compile the program), test (run the tests), demo (the demo on a display), screen (a virtual display).
+# Sets: build (compile the program), test (run the tests), demo (the demo on a display), screen (a virtual display),
+#       package (make the Debian package).
 set -euo pipefail
 
 packages() {
@@ -13,6 +14,7 @@ packages() {
             fonts-dejavu-core ;;
         demo) echo dovecot-pop3d libnss-wrapper python3 fonts-dejavu-core ;;
         screen) echo xvfb xdotool imagemagick ;;
+        package) echo dpkg-dev gzip binutils ;;
         *)
             echo "install-packages.sh: no such set: $1" >&2
             return 1

@@ -19,9 +19,8 @@ std::string WithoutLinks(std::string const &directory) {
     return real ? std::string(real.get()) + "/" : directory;
 }
 
+/// The nearest share directory above the program: one in the build tree is not to show the page of an installed one.
 std::string FindDirectory() {
-    if (HasPage(kInstalled))
-        return kInstalled;
     char program[4096];
     ssize_t const length = readlink("/proc/self/exe", program, sizeof program);
     std::string above(program, length > 0 ? static_cast<size_t>(length) : 0);

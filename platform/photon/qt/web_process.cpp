@@ -110,8 +110,10 @@ class SpawnSettings {
 std::vector<std::string> HelperDirectories() {
     std::string const own = QCoreApplication::applicationDirPath().toStdString();
     std::vector<std::string> directories{own + "/../libexec/corvanta"};
+#ifdef CORVANTA_BUILD_TREE // a package names no path of the machine it was made on
     if ((own + "/").starts_with(CORVANTA_BUILD_TREE "/"))
         directories.insert(directories.begin(), CORVANTA_BUILD_VSERVER);
+#endif
     return directories;
 }
 
