@@ -20,7 +20,9 @@ int NntpAuthinfo(int socket, char const *userName, char const *password);
 
 /// Asks for the server's group list and stores the answer's body, dots and all, in the file `path` (made anew, mode
 /// 0600), less the last five bytes before the end. Logs in when asked (480). Returns 1, also when the connection
-/// ended early, or -1 (no file, no answer, login refused).
+/// ended early, or -1 (no file, no list, login refused, more than 512 MB). The list is asked for twice, so that a
+/// second answer may be queued on the socket: nothing else can be asked on it. When it is the account's connection it
+/// is closed here, otherwise the caller does that.
 int getnewsgrouplisting(int socket, NewsProfile &profile, char const *path, char const *userName,
                         char const *password);
 
