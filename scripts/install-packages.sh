@@ -8,11 +8,13 @@ set -euo pipefail
 packages() {
     case "$1" in
         # gtest, benchmark and python3: configuring looks for them; the UiTools package needs the OpenGL one.
-        build) echo g++ cmake ninja-build qt6-base-dev libqt6opengl6-dev qt6-tools-dev libqt6svg6 \
+        build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev libqt6opengl6-dev qt6-tools-dev libqt6svg6 \
             libgtest-dev libbenchmark-dev python3 ;;
-        test) echo dovecot-pop3d postfix libnss-wrapper strace clang libclang-rt-14-dev clang-format poppler-utils \
-            fonts-dejavu-core ;;
-        demo) echo dovecot-pop3d libnss-wrapper python3 fonts-dejavu-core ;;
+        test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-14-dev clang-format \
+            poppler-utils fonts-dejavu-core ;;
+        # The news server wants a mail server beside it; without one named it would bring the largest.
+        demo) echo dovecot-pop3d inn2 openssl libnss-wrapper python3 fonts-dejavu-core \
+            "$([ -x /usr/sbin/sendmail ] || echo postfix)" ;;
         screen) echo xvfb xdotool imagemagick ;;
         package) echo dpkg-dev gzip binutils ;;
         *)
@@ -22,7 +24,14 @@ packages() {
     esac
 }
 
-# Installing a server must not start one: nothing here needs the system's own Dovecot or Postfix.
+# The news server's package does not install where the host name has no domain, as in most containers: its step that
+# prepares the system's own server then gives up. What INNCONF names comes before the package's own settings there.
+news_settings() {
+    printf '%s\n' 'domain: news.example.org' 'pathnews: /usr/lib/news' 'pathdb: /var/lib/news' 'mta: "/bin/true %s"' \
+        'hismethod: hisv6' 'ovmethod: tradindexed'
+}
+
+# Installing a server must not start one: nothing here needs the system's own Dovecot, Postfix or INN.
 install_quietly() {
     local policy=/usr/sbin/policy-rc.d made=
     if [ ! -e "$policy" ]; then
@@ -33,8 +42,15 @@ install_quietly() {
     # What the system had before stays as it is.
     dpkg-query -W dovecot-core >/dev/null 2>&1 || unwanted+=(dovecot.service dovecot.socket)
     dpkg-query -W postfix >/dev/null 2>&1 || unwanted+=(postfix.service)
-    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qy -o Dpkg::Use-Pty=0)
+    dpkg-query -W inn2 >/dev/null 2>&1 || unwanted+=(inn2.service)
+    local settings
+    settings=$(mktemp)
+    news_settings >"$settings"
+    chmod 644 "$settings"
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive INNCONF="$settings" apt-get -qy -o Dpkg::Use-Pty=0
+        -o DPkg::Lock::Timeout=300)
     { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } >&2 || result=$?
+    rm -f "$settings"
     [ -z "$made" ] || "${as_root[@]}" rm -f "$policy"
     if [ -d /run/systemd/system ]; then
         for service in "${unwanted[@]}"; do

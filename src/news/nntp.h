@@ -29,6 +29,6 @@ int getnewsgrouplisting(int socket, NewsProfile &profile, char const *path, char
 /// Selects a group: fills articleCount, articleCursor, lastArticle, sets headersDone to 0 for every reply, and for
 /// 211 batchSize to 0 and the file list_<group> to the group's article numbers (4 bytes each, little-endian). Logs in
 /// when asked (480). Returns the group's first article number, or -1. `answer`, when not null, gets the server's
-/// line.
+/// line, or what went wrong. A connection that failed on the way is closed when it is the account's.
 int32_t selectnewsgroup(int socket, NewsProfile &profile, char const *group, char const *userName,
                         char const *password, std::string *answer = nullptr);
