@@ -6,6 +6,7 @@
 #include <QBuffer>
 #include <QImage>
 #include <QImageReader>
+#include <QThreadPool>
 
 namespace vserver {
 namespace {
@@ -60,6 +61,7 @@ bool WritePixels(QImage const &image, int output) {
 void LoadImageFormats() {
     constexpr int kMegabytesOfOneImage = 384; // 40 million pixels of 8 bytes
     QImageReader::setAllocationLimit(kMegabytesOfOneImage);
+    QThreadPool::globalInstance(); // asks for the number of processors, which a worker may not
     for (auto const &format : kFormats) {
         QBuffer buffer;
         buffer.open(QIODevice::ReadOnly);

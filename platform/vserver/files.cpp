@@ -57,13 +57,30 @@ bool HasParentStep(std::string_view path) {
     return false;
 }
 
-/// Opens `rest` below `root`; errno tells why not.
-OpenedPage OpenBelow(std::string const &root, std::string_view rest) {
+/// The directory at `path`, whatever links lead there; not Valid() when there is none.
+Fd OpenTop(std::string const &path) {
+    open_how how{};
+    how.flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+    return Fd(static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how)));
+}
+
+/// Whether both are the same directory, or none.
+bool IsSame(Fd const &left, Fd const &right) {
+    struct stat one {
+    }, other{};
+    if (!left.Valid() || !right.Valid())
+        return left.Valid() == right.Valid();
+    return fstat(left.Get(), &one) == 0 && fstat(right.Get(), &other) == 0 && one.st_dev == other.st_dev &&
+           one.st_ino == other.st_ino;
+}
+
+/// Opens `rest` below the directory `top`; errno tells why not.
+OpenedPage OpenBelow(Fd const &top, std::string_view rest) {
     OpenedPage page;
-    Fd const top(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     size_t const slash = rest.rfind('/');
     std::string const directory(slash == std::string_view::npos ? "." : rest.substr(0, slash));
     std::string const name(slash == std::string_view::npos ? rest : rest.substr(slash + 1));
+    errno = ENOENT;
     if (top.Valid())
         page.directory = OpenBeneath(top.Get(), directory, O_PATH | O_DIRECTORY);
     if (page.directory.Valid())
@@ -75,18 +92,26 @@ OpenedPage OpenBelow(std::string const &root, std::string_view rest) {
 
 } // namespace
 
-OpenedPage OpenPage(std::vector<std::string> const &roots, std::string_view url) {
+std::vector<Root> OpenRoots(std::vector<std::string> const &paths) {
+    std::vector<Root> roots;
+    for (std::string const &path : paths)
+        roots.push_back({path, OpenTop(path)});
+    return roots;
+}
+
+OpenedPage OpenPage(std::vector<Root> const &roots, std::string_view url) {
     constexpr std::string_view kScheme = "file://";
     OpenedPage page;
     page.error = "Not a page of this program";
     if (url.substr(0, kScheme.size()) != kScheme || url.find('\0') != std::string_view::npos || HasParentStep(url))
         return page;
-    for (std::string const &root : roots) {
-        std::string_view const rest = Below(root, url.substr(kScheme.size()));
+    for (Root const &root : roots) {
+        std::string_view const rest = Below(root.path, url.substr(kScheme.size()));
         if (rest.empty())
             continue;
-        page = OpenBelow(root, rest);
-        if (page.file.Valid())
+        page = OpenBelow(root.directory, rest);
+        page.root_changed = !IsSame(root.directory, OpenTop(root.path));
+        if (page.file.Valid() || page.root_changed)
             break;
     }
     return page;
@@ -99,10 +124,10 @@ Fd OpenImage(Fd const &directory, std::string const &name) {
 }
 
 bool ReadFile(int descriptor, size_t limit, std::string &bytes) {
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0)
+    off_t const size = lseek(descriptor, 0, SEEK_END); // workers may not ask for more than that
+    if (size < 0)
         return false;
-    bytes.resize(std::min<size_t>(static_cast<size_t>(status.st_size), limit) + 1);
+    bytes.resize(std::min(static_cast<size_t>(size), limit) + 1);
     size_t done = 0;
     for (;;) {
         if (done == bytes.size()) {

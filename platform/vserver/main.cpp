@@ -45,7 +45,9 @@ int main(int argc, char **argv) {
     signal(SIGPIPE, SIG_IGN);
     qInstallMessageHandler(DropMessage);
     vserver::LoadImageFormats();
-    if (!vserver::EnterServerSandbox(roots))
+    std::vector<vserver::Root> opened = vserver::OpenRoots(roots);
+    vserver::Shut const shut = vserver::EnterServerSandbox(roots);
+    if (shut == vserver::Shut::Failed)
         return 1;
-    return vserver::Server(vserver::kServerSocket, std::move(roots)).Run();
+    return vserver::Server(vserver::kServerSocket, std::move(opened), shut == vserver::Shut::Fully).Run();
 }

@@ -19,7 +19,7 @@ bool IsWellFormed(Header const &header, bool has_descriptor) {
     auto const &value = header.value;
     switch (header.kind) {
     case Kind::Hello:
-        return value[0] == kVersion && !has_descriptor;
+        return value[0] == kVersion && value[1] <= 1 && !has_descriptor;
     case Kind::Load:
         return header.text_size > 0 && !has_descriptor;
     case Kind::Page:
@@ -31,6 +31,7 @@ bool IsWellFormed(Header const &header, bool has_descriptor) {
             return false;
         return has_descriptor ? value[1] > 0 && value[2] > 0 : value[1] == 0 && value[2] == 0;
     case Kind::Error:
+        return value[0] <= 1 && !has_descriptor;
     case Kind::Quit:
         return !has_descriptor;
     }

@@ -4,12 +4,14 @@
 // images one descriptor, a sealed memory file.
 //
 //   view                          server
-//                                 Hello   value[0] = kVersion
+//                                 Hello   value[0] = kVersion, value[1] = 1 when no image is decoded, since the
+//                                         system has nothing to shut a decoder in with; else 0
 //   Load   id, text = URL
 //                                 Page    id, value = {images, bytes}, descriptor = clean HTML in UTF-8
 //                                 Image   id, value = {n, width, height}, descriptor = RGBA, 4 bytes a pixel; or
-//                                         {n, 0, 0} without one: the image could not be shown
-//                                 Error   id, text = why there is no page (instead of Page)
+//                                         {n, 0, 0} without one: the image could not be shown, text = its name
+//                                 Error   id, text = why there is no page (instead of Page); value[0] = 1 when it
+//                                         is to be read in the page's place
 //   Quit                          (ends; so does the end of the connection)
 //
 // A Page or Error also says that the page and its images have been opened: the files may change from then on. A Load
@@ -26,7 +28,7 @@
 namespace vserver {
 
 constexpr int kServerSocket = 3; ///< the server's end
-constexpr uint32_t kMagic = 0x31505356, kVersion = 1;
+constexpr uint32_t kMagic = 0x31505356, kVersion = 2;
 constexpr size_t kMaxText = 4096;                     ///< URLs and error texts, bytes
 constexpr size_t kMaxPageBytes = 16u << 20;           ///< a page's file
 constexpr size_t kMaxImageBytes = 32u << 20;          ///< an image's file

@@ -12,6 +12,7 @@ namespace vserver {
 namespace {
 
 constexpr size_t kMaxWorkers = 3;
+constexpr char kNotCleaned[] = "This page could not be shown.";
 constexpr uint32_t kPageWorker = ~0u; ///< the number of a page's worker; images have their own
 
 /// A worker's job: input a page, output the clean page, info the names of its images, each with a NUL behind it.
@@ -42,7 +43,7 @@ std::vector<std::string> SplitNames(std::string_view names) {
 } // namespace
 
 int Server::Run() {
-    if (Send(socket_, Kind::Hello, 0, {kVersion, 0, 0}) != 0)
+    if (Send(socket_, Kind::Hello, 0, {kVersion, decodes_ ? 0u : 1u, 0}) != 0)
         return 1;
     while (running_)
         Wait();
@@ -111,12 +112,20 @@ bool Server::Start(Job job, Fd const &input, uint32_t number) {
 void Server::Abandon() {
     workers_.clear();
     images_.clear();
+    names_.clear();
     next_image_ = 0;
     directory_.Reset();
 }
 
-void Server::Fail(char const *why) {
-    if (Send(socket_, Kind::Error, id_, {}, why) != 0)
+/// Says why there is no page; `tell`: to the reader too.
+void Server::Fail(std::string const &why, bool tell) {
+    if (Send(socket_, Kind::Error, id_, {tell ? 1u : 0u, 0, 0}, why) != 0)
+        running_ = false;
+}
+
+/// An image that is not shown but named.
+void Server::SendFrame(uint32_t number) {
+    if (Send(socket_, Kind::Image, id_, {number, 0, 0}, names_[number]) != 0)
         running_ = false;
 }
 
@@ -125,11 +134,15 @@ void Server::Load(uint32_t id, std::string const &url) {
     id_ = id;
     pixels_left_ = kMaxPageImagePixels;
     OpenedPage page = OpenPage(roots_, url);
+    if (page.root_changed) {
+        running_ = false;
+        return;
+    }
     if (!page.file.Valid())
-        return Fail(page.error.c_str());
+        return Fail(page.error);
     directory_ = std::move(page.directory);
     if (!Start(CleanPageJob, page.file, kPageWorker))
-        Fail("The page could not be cleaned");
+        Fail(kNotCleaned, true);
 }
 
 void Server::PageDone(Worker &worker) {
@@ -137,10 +150,11 @@ void Server::PageDone(Worker &worker) {
     std::string names;
     size_t size;
     if (!worker.Finish(kNameBytes, names, size) || size > kMaxCleanBytes)
-        return Fail("The page could not be cleaned");
+        return Fail(kNotCleaned, true);
     // All images are opened before the view hears of the page: their files may be gone a moment later.
-    for (std::string const &name : SplitNames(names))
-        images_.push_back(OpenImage(directory_, name));
+    names_ = SplitNames(names);
+    for (std::string const &name : names_)
+        images_.push_back(decodes_ ? OpenImage(directory_, name) : Fd());
     directory_.Reset();
     if (Send(socket_, Kind::Page, id_, {static_cast<uint32_t>(images_.size()), static_cast<uint32_t>(size), 0}, {},
              worker.Output().Get()) != 0)
@@ -152,7 +166,7 @@ void Server::StartImages() {
         auto const number = static_cast<uint32_t>(next_image_++);
         Fd const file = std::move(images_[number]);
         if (!file.Valid() || !Start(DecodeImageJob, file, number))
-            running_ = Send(socket_, Kind::Image, id_, {number, 0, 0}) == 0;
+            SendFrame(number);
     }
 }
 
@@ -170,9 +184,8 @@ void Server::ImageDone(Worker &worker) {
             pixels_left_ -= pixels;
     }
     if (!good)
-        side[0] = side[1] = 0;
-    if (Send(socket_, Kind::Image, id_, {worker.Number(), side[0], side[1]}, {}, good ? worker.Output().Get() : -1) !=
-        0)
+        return SendFrame(worker.Number());
+    if (Send(socket_, Kind::Image, id_, {worker.Number(), side[0], side[1]}, {}, worker.Output().Get()) != 0)
         running_ = false;
 }
 

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <new>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -24,7 +25,12 @@ namespace {
         good = (moved[i] = fcntl(wanted[i], F_DUPFD_CLOEXEC, 10)) >= 0 && good;
     for (int i = 0; i < 3 && good; ++i)
         good = dup2(moved[i], kWorkerInput + i) >= 0;
-    _exit(good && EnterWorkerSandbox(kWorkerInput, kWorkerInfo, parent) && job() ? 0 : 1);
+    try {
+        good = good && EnterWorkerSandbox(kWorkerInput, kWorkerInfo, parent) && job();
+    } catch (std::bad_alloc const &) {
+        good = false; // what it reads wants more than a worker may have
+    }
+    _exit(good ? 0 : 1);
 }
 
 } // namespace
