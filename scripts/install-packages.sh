@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing; with nothing missing it changes nothing and asks nobody.
 #   scripts/install-packages.sh SET...
 # Sets: build (compile the program), test (run the tests), demo (the demo on a display), screen (a virtual display),
-#       package (make the Debian package).
+#       package (make the Debian package), wayland (a virtual Wayland display), trial (try the package in a fresh Debian).
 set -euo pipefail
 
 packages() {
@@ -11,12 +11,14 @@ packages() {
         build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev libqt6opengl6-dev qt6-tools-dev libqt6svg6 \
             libgtest-dev libbenchmark-dev python3 ;;
         test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-14-dev clang-format \
-            poppler-utils fonts-dejavu-core ;;
+            poppler-utils fonts-dejavu-core lintian desktop-file-utils ;;
         # The news server wants a mail server beside it; without one named it would bring the largest.
         demo) echo dovecot-pop3d inn2 openssl libnss-wrapper python3 fonts-dejavu-core \
             "$([ -x /usr/sbin/sendmail ] || echo postfix)" ;;
         screen) echo xvfb xdotool imagemagick ;;
         package) echo dpkg-dev gzip binutils ;;
+        wayland) echo weston qt6-wayland ;;
+        trial) echo debootstrap lintian ;;
         *)
             echo "install-packages.sh: no such set: $1" >&2
             return 1
