@@ -23,12 +23,6 @@
 
 namespace {
 
-/// What there is no use for before news are there.
-void GhostWhatIsToCome() {
-    if (ABW_mnuSettings_NewsAccounts)
-        PtSetResource(ABW_mnuSettings_NewsAccounts, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED | Pt_GHOST);
-}
-
 int WebStartError() {
     int *error = nullptr;
     PtGetResource(ABW_webEmailMessage, Pt_ARG_WEB_STARTUP_ERRNO, &error, 0);
@@ -101,7 +95,6 @@ int SetUpBase(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 
 int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     SetTempDir();
-    GhostWhatIsToCome();
     EmailWidgetsDb = ApOpenDBase(&ABM_picEmailWidgets);
     SetRowPictures(ABW_treeProfiles);
     SetRowPictures(ABW_treeAttachments);

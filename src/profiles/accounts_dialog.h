@@ -1,6 +1,5 @@
 #pragma once
-// The dialog dlgAccounts: mail profiles are made, edited and deleted here. In list mode the list and its buttons can
-// be used and the pane with the fields is blocked; in edit mode (new or edit) it is the other way round.
+// The dialog dlgAccounts: mail profiles are made, edited and deleted here. dialog_parts.h has its two modes.
 
 #include "Ap.h"
 

@@ -2,10 +2,10 @@
 // The file of a news profile, ConfigRoot/news/<name>.dat: six lines of text and five empty ones. docs/formats.md has
 // it byte by byte.
 
-#include "base/account.h"
+#include "profiles/profile_file.h"
 
-#include <string>
-#include <string_view>
+/// True when the encoded password fits the 64 bytes that the record has for it: up to 48 bytes of password.
+bool NewsPasswordFits(NewsProfile const &profile);
 
 /// The text of the profile's file, password encoded; empty when the encoded password is longer than its 64 bytes. A
 /// field ends at its first line break.
@@ -19,6 +19,6 @@ void ParseNewsProfile(std::string_view text, NewsProfile &profile);
 /// the user has no password entry.
 int ReadNewsProfile(char const *name, NewsProfile &profile);
 
-/// Writes `directory`<name>.dat (mode 0600) beside and renames it over the old one. `directory` ends in a slash.
-/// Returns false and leaves the old file when any of it fails, or when the password does not fit.
+/// Writes the profile's record below `directory`, which ends in a slash, as WriteRecord does. Returns false and
+/// leaves the old file also when the password does not fit.
 bool WriteNewsProfile(std::string const &directory, NewsProfile const &profile);

@@ -5,6 +5,7 @@
 #include "net/server.h"
 #include "net/session_lock.h"
 #include "profiles/mail_profile_file.h"
+#include "profiles/news_profile_file.h"
 #include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
@@ -12,6 +13,7 @@
 
 #include <cstdlib>
 #include <dirent.h>
+#include <functional>
 #include <memory>
 #include <sys/stat.h>
 
@@ -79,8 +81,23 @@ void AddMailFolders(PtWidget_t *tree, PtTreeItem_t *profileItem, char const *pro
 void AddGroups(PtWidget_t *tree, PtTreeItem_t *profileItem, std::string const &directory) {
     PtTreeItem_t *previous = nullptr;
     for (std::string const &group : NamesIn(OpenDirectory(directory).get()))
-        AddChild(tree, profileItem, previous, group.c_str(), kNewsPicture);
+        if (IsGroupName(group))
+            AddChild(tree, profileItem, previous, group.c_str(), kNewsPicture);
     PtGenTreeExpand(tree, &profileItem->gen, nullptr);
+}
+
+/// Calls `add` with the name of each profile whose record lies in `directory`, which is made when it cannot be
+/// opened. Returns 1, or -1 when it was not there.
+int EachProfile(std::string const &directory, std::function<void(std::string const &)> const &add) {
+    Directory const opened = OpenDirectory(directory);
+    if (!opened) {
+        mkdir(directory.c_str(), 0700);
+        return -1;
+    }
+    for (std::string const &name : NamesIn(opened.get()))
+        if (IsProfile(directory, name))
+            add(name);
+    return 1;
 }
 
 } // namespace
@@ -90,15 +107,8 @@ int LoadMailProfiles(PtWidget_t *tree, int mode) {
     if (!home)
         return -1;
     std::string const root = *home + "/.Corvanta/";
-    Directory const directory = OpenDirectory(root);
-    if (!directory) {
-        mkdir(root.c_str(), 0700);
-        return -1;
-    }
     PtTreeItem_t *previous = nullptr;
-    for (std::string const &name : NamesIn(directory.get())) {
-        if (!IsProfile(root, name))
-            continue;
+    return EachProfile(root, [&](std::string const &name) {
         AccountRef<MailProfile> const profile(new MailProfile);
         ReadMailProfileFile(root + name + ".dat", name.c_str(), *profile);
         // A record that may not be read still shows its folders.
@@ -106,8 +116,7 @@ int LoadMailProfiles(PtWidget_t *tree, int mode) {
         PtTreeItem_t *const item = AddProfileItem(tree, *profile, previous);
         if (item && mode == kWithFolders)
             AddMailFolders(tree, item, profile->name);
-    }
-    return 1;
+    });
 }
 
 int LoadNewsProfiles(PtWidget_t *tree, int mode) {
@@ -115,22 +124,14 @@ int LoadNewsProfiles(PtWidget_t *tree, int mode) {
     if (!home)
         return -1;
     std::string const root = *home + "/.Corvanta/news/";
-    Directory const directory = OpenDirectory(root);
-    if (!directory) {
-        mkdir(root.c_str(), 0700);
-        return -1;
-    }
     PtTreeItem_t *previous = LastRoot(tree);
-    for (std::string const &name : NamesIn(directory.get())) {
-        if (!IsProfile(root, name))
-            continue;
-        AccountRef<ServerAccount> const profile(new ServerAccount(kNewsProfile));
-        CopyText(profile->name, name);
+    return EachProfile(root, [&](std::string const &name) {
+        AccountRef<NewsProfile> const profile(new NewsProfile);
+        ReadNewsProfile(name.c_str(), *profile);
         PtTreeItem_t *const item = AddProfileItem(tree, *profile, previous);
         if (item && mode == kWithFolders)
             AddGroups(tree, item, root + name + "/groups");
-    }
-    return 1;
+    });
 }
 
 void FreeProfileTree(PtWidget_t *tree) {

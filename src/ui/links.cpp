@@ -15,6 +15,7 @@
 #include "photon/PtWebClient.h"
 #include "profiles/accounts_dialog.h"
 #include "profiles/address_book.h"
+#include "profiles/news_accounts_dialog.h"
 #include "ui/widgets.h"
 
 #include <iterator>
@@ -66,6 +67,7 @@ constexpr ApLink_t kBase[] = {
     Code("mnuMessage_Delete", Pt_CB_ACTIVATE, OnDeleteMessage),
     Open("mnuMessage_ViewSource", &ABM_dlgViewSource),
     Open("mnuSettings_Accounts", &ABM_dlgAccounts),
+    Open("mnuSettings_NewsAccounts", &ABM_dlgNewsAccounts),
     Code("mnuSettings_AddressBook", Pt_CB_ACTIVATE, OnAddressBook),
     Code("mnuHelp_Home", Pt_CB_ACTIVATE, OnHome),
     Open("mnuHelp_About", &ABM_dlgAbout),
@@ -83,6 +85,19 @@ constexpr ApLink_t kAccounts[] = {
     Code("txtAccount_Password", Pt_CB_MODIFY_VERIFY, OnAccountPasswordVerify),
     Code("txtAccount_BrowseSignature", Pt_CB_ACTIVATE, OnBrowseSignature),
     Done("btnCloseAccounts_Activated"),
+};
+
+constexpr ApLink_t kNewsAccounts[] = {
+    Code("dlgNewsAccounts", Pt_CB_REALIZED, OnNewsAccountsRealized),
+    Code("treeNewsAccounts_Accounts", Pt_CB_DESTROYED, OnAccountsListGone),
+    Code("btnNewNewsAccount", Pt_CB_ACTIVATE, OnNewNewsAccount),
+    Code("btnEditNewsAccount", Pt_CB_ACTIVATE, OnEditNewsAccount),
+    Code("btnDeleteNewsAccount", Pt_CB_ACTIVATE, OnDeleteNewsAccount),
+    Code("btnSaveNewsAccount", Pt_CB_ACTIVATE, OnSaveNewsAccount),
+    Code("btnCancelNewsAccounts", Pt_CB_ACTIVATE, OnCancelNewsAccount),
+    Code("txtNewsAccount_Password", Pt_CB_MODIFY_VERIFY, OnNewsPasswordVerify),
+    Code("txtNewsAccount_BrowseSignature", Pt_CB_ACTIVATE, OnBrowseNewsSignature),
+    Done("btnCloseNewsAccounts"),
 };
 
 constexpr ApLink_t kAddressBook[] = {
@@ -122,6 +137,7 @@ template <size_t Count> constexpr ApLinkTable_t Table(char const *module, ApLink
 constexpr ApLinkTable_t kTables[] = {
     Table("base", kBase),
     Table("dlgAccounts", kAccounts),
+    Table("dlgNewsAccounts", kNewsAccounts),
     Table("winAddressBook", kAddressBook),
     Table("dlgViewSource", kViewSource),
     Table("dlgAbout", kAbout),

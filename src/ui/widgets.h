@@ -9,6 +9,7 @@
 #define CORVANTA_MODULES(X) \
     X(base, ApWindow) \
     X(dlgAccounts, ApDialog) \
+    X(dlgNewsAccounts, ApDialog) \
     X(dlgViewSource, ApDialog) \
     X(dlgAbout, ApDialog) \
     X(winAddressBook, ApDialog) \
@@ -34,6 +35,12 @@
     X(txtAccount_POPServer) X(txtAccount_SMTPServer) X(txtAccount_Username) X(txtAccount_Password) \
     X(txtAccount_Fullname) X(txtAccount_Email) X(txtAccount_Signature) X(txtAccount_BrowseSignature) \
     X(numCheckEmailInterval) X(tlgAccount_LeaveonServer) X(btnAccount_Save) X(btnCancelAccounts) X(HiddenPassword) \
+    /* dlgNewsAccounts */ \
+    X(dlgNewsAccounts) X(treeNewsAccounts_Accounts) X(btnNewNewsAccount) X(btnEditNewsAccount) \
+    X(btnDeleteNewsAccount) X(btnCloseNewsAccounts) X(paneNewsAccountData) X(lblNewsAccountsTitle) \
+    X(txtNewsAccount_AccountName) X(txtNewsAccount_NEWSServer) X(txtNewsAccount_Username) \
+    X(txtNewsAccount_Password) X(txtNewsAccount_Fullname) X(txtNewsAccount_Email) X(txtNewsAccount_Signature) \
+    X(txtNewsAccount_BrowseSignature) X(btnSaveNewsAccount) X(btnCancelNewsAccounts) X(HiddenNewsPassword) \
     /* dlgViewSource */ \
     X(dlgViewSource) X(txtViewSource) X(btnCloseViewSource) \
     /* dlgAbout */ \

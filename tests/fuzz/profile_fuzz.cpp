@@ -1,34 +1,41 @@
-// sources: src/profiles/mail_profile_file.cpp src/mime/base64.cpp src/base/account.cpp src/base/text.cpp
-// sources: src/base/fd.cpp src/base/paths.cpp
+// sources: src/profiles/mail_profile_file.cpp src/profiles/news_profile_file.cpp src/profiles/profile_file.cpp
+// sources: src/mime/base64.cpp src/base/account.cpp src/base/text.cpp src/base/fd.cpp src/base/paths.cpp
+// sources: src/base/log.cpp platform/qnx/slog.cpp
 // Any bytes as a profile: every field ends inside its width, and what is written from them is one line a field.
 
 #include "fuzz_input.h"
 
 #include "profiles/mail_profile_file.h"
+#include "profiles/news_profile_file.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
 
-template <size_t Width> void RequireEnded(char const (&field)[Width]) { Require(memchr(field, 0, Width)); }
+template <size_t... Widths> void RequireEnded(char const (&...fields)[Widths]) {
+    (Require(memchr(fields, 0, Widths)), ...);
+}
+
+long Lines(std::string const &text) { return std::count(text.begin(), text.end(), '\n'); }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     std::string const text(reinterpret_cast<char const *>(data), size);
-    AccountRef<MailProfile> const profile(new MailProfile);
-    ParseMailProfile(text, *profile);
-    RequireEnded(profile->popServer);
-    RequireEnded(profile->smtpServer);
-    RequireEnded(profile->userName);
-    RequireEnded(profile->password);
-    RequireEnded(profile->fullName);
-    RequireEnded(profile->emailAddress);
-    RequireEnded(profile->checkInterval);
-    RequireEnded(profile->leaveOnServer);
-    RequireEnded(profile->signatureFile);
-    std::string const written = MailProfileText(*profile);
-    Require(std::count(written.begin(), written.end(), '\n') == 11 && written.ends_with("\n\n"));
+    AccountRef<MailProfile> const mail(new MailProfile);
+    ParseMailProfile(text, *mail);
+    RequireEnded(mail->popServer, mail->smtpServer, mail->userName, mail->password, mail->fullName,
+                 mail->emailAddress, mail->checkInterval, mail->leaveOnServer, mail->signatureFile);
+    std::string const written = MailProfileText(*mail);
+    Require(Lines(written) == 11 && written.ends_with("\n\n"));
+
+    AccountRef<NewsProfile> const news(new NewsProfile);
+    ParseNewsProfile(text, *news);
+    RequireEnded(news->server, news->userName, news->password, news->fullName, news->emailAddress,
+                 news->signatureFile);
+    std::string const newsText = NewsProfileText(*news);
+    Require(newsText.empty() == (strlen(news->password) > 48));
+    Require(newsText.empty() || (Lines(newsText) == 11 && newsText.ends_with("\n\n\n\n\n")));
     return 0;
 }

@@ -90,7 +90,8 @@ class Modules(unittest.TestCase):
             self.assertEqual(len(keys), len(set(keys)), module)
 
     def test_tab_order_names_everything_once(self):
-        for module in ("base", "dlgAccounts", "winAddressBook", "dlgViewSource", "dlgAbout"):
+        for module in ("base", "dlgAccounts", "dlgNewsAccounts", "winAddressBook", "dlgViewSource",
+                       "dlgAbout"):
             root = MODULES[module]
             stops = [stop.text for stop in root.iter("tabstop")]
             wanted = [widget.get("name") for widget in root.iter("widget")

@@ -1,14 +1,13 @@
-// The file of a mail profile, byte by byte, and how it is read back.
+// The files of mail and news profiles, byte by byte, and how they are read back.
 
+#include "fake_passwd.h"
 #include "profiles/mail_profile_file.h"
+#include "profiles/news_profile_file.h"
+#include "scratch.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,26 +15,15 @@ namespace fs = std::filesystem;
 
 namespace {
 
+using Strings = std::vector<std::string>;
+
 class ProfileFile : public testing::Test {
   protected:
-    void SetUp() override {
-        char name[] = "/tmp/corvanta-profiles-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        directory_ = std::string(name) + "/";
-    }
-    void TearDown() override { fs::remove_all(directory_); }
+    std::string Bytes(char const *name) const { return ReadFile(scratch / name); }
+    void Put(char const *name, std::string const &bytes) const { WriteFile(scratch / name, bytes); }
+    bool Read(MailProfile &profile) const { return ReadMailProfileFile(scratch / "home.dat", "home", profile); }
 
-    std::string Bytes(std::string const &name) const {
-        std::ifstream file(directory_ + name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    void Put(std::string const &name, std::string const &bytes) const {
-        std::ofstream(directory_ + name, std::ios::binary) << bytes;
-    }
-    bool Read(MailProfile &profile) const { return ReadMailProfileFile(directory_ + "home.dat", "home", profile); }
-    long Entries() const { return std::distance(fs::directory_iterator(directory_), fs::directory_iterator()); }
-
-    std::string directory_;
+    Scratch scratch;
 };
 
 void Fill(MailProfile &profile) {
@@ -79,29 +67,29 @@ TEST_F(ProfileFile, IsWrittenByteForByte) {
     MailProfile profile;
     Fill(profile);
     Put("home.dat", "the old file");
-    ASSERT_TRUE(WriteMailProfile(directory_, profile));
+    ASSERT_TRUE(WriteMailProfile(scratch.Path(), profile));
     EXPECT_EQ(Bytes("home.dat"), kFile);
     struct stat status {};
-    ASSERT_EQ(stat((directory_ + "home.dat").c_str(), &status), 0);
+    ASSERT_EQ(stat((scratch / "home.dat").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
-    EXPECT_EQ(Entries(), 1) << "nothing is left beside it";
+    EXPECT_EQ(scratch.Names(), Strings{"home.dat"}) << "nothing is left beside it";
 }
 
 TEST_F(ProfileFile, KeepsTheOldFileWhenWritingFails) {
     MailProfile profile;
     Fill(profile);
-    fs::create_directory(directory_ + "home.dat");
-    EXPECT_FALSE(WriteMailProfile(directory_, profile));
-    EXPECT_EQ(Entries(), 1);
-    EXPECT_FALSE(WriteMailProfile(directory_ + "missing/", profile));
+    fs::create_directory(scratch / "home.dat");
+    EXPECT_FALSE(WriteMailProfile(scratch.Path(), profile));
+    EXPECT_EQ(scratch.Names(), Strings{"home.dat"});
+    EXPECT_FALSE(WriteMailProfile(scratch / "missing/", profile));
 }
 
 TEST_F(ProfileFile, WritesThroughNoLinkThatLiesInTheWay) {
     Put("victim", "untouched");
-    fs::create_symlink(directory_ + "victim", directory_ + ".home.dat.new");
+    fs::create_symlink(scratch / "victim", scratch / ".home.dat.new");
     MailProfile profile;
     Fill(profile);
-    ASSERT_TRUE(WriteMailProfile(directory_, profile));
+    ASSERT_TRUE(WriteMailProfile(scratch.Path(), profile));
     EXPECT_EQ(Bytes("victim"), "untouched");
     EXPECT_EQ(Bytes("home.dat"), kFile);
 }
@@ -134,9 +122,8 @@ TEST_F(ProfileFile, PasswordsOfEveryLengthAndByteComeBack) {
         snprintf(profile.popServer, sizeof profile.popServer, "p");
         snprintf(profile.smtpServer, sizeof profile.smtpServer, "s");
         snprintf(profile.userName, sizeof profile.userName, "u");
-        ASSERT_TRUE(WriteMailProfile(directory_, profile));
         MailProfile back;
-        ASSERT_TRUE(ReadMailProfileFile(directory_ + ".dat", "", back));
+        ParseMailProfile(MailProfileText(profile), back);
         ASSERT_STREQ(back.password, profile.password) << "length " << length;
     }
 }
@@ -177,7 +164,7 @@ TEST_F(ProfileFile, EndsAtAZeroByteAndMayBeMissing) {
     EXPECT_STREQ(profile.smtpServer, "sm");
     EXPECT_STREQ(profile.userName, "");
 
-    fs::remove(directory_ + "home.dat");
+    fs::remove(scratch / "home.dat");
     snprintf(profile.name, sizeof profile.name, "before");
     EXPECT_FALSE(Read(profile));
     EXPECT_STREQ(profile.name, "before");
@@ -188,4 +175,105 @@ TEST(ProfileNames, LeadNowhereElse) {
         EXPECT_TRUE(IsMailProfileName(good)) << good;
     for (char const *bad : {"", ".", "..", "news", ".tmp", "a/b", "../x", "a\nb", "a\x7f"})
         EXPECT_FALSE(IsMailProfileName(bad)) << bad;
+}
+
+namespace {
+
+constexpr char kNewsFile[] =
+    "news.example.org:1119\nanna\ncGFzcw==\nAnna Muster\nanna@example.org\n/home/anna/.signature\n\n\n\n\n\n";
+
+/// The news profile "work" below the home directory of the password entry.
+class NewsProfileFile : public ProfileFile {
+  protected:
+    NewsProfileFile() {
+        gPasswd = {scratch.Path(), true};
+        fs::create_directories(directory);
+    }
+    ~NewsProfileFile() override { gPasswd = {}; }
+
+    std::string const directory = scratch / ".Corvanta/news/";
+    std::string const path = directory + "work.dat";
+};
+
+} // namespace
+
+TEST_F(NewsProfileFile, IsReadAndWrittenByteForByte) {
+    WriteFile(path, std::string(kNewsFile) + "one line more\n");
+    NewsProfile profile;
+    profile.articleCount = 7;
+    profile.serverSocket = 0;
+    ASSERT_EQ(ReadNewsProfile("work", profile), 1);
+    for (auto const &[field, value] : std::initializer_list<std::pair<char const *, char const *>>{
+             {profile.name, "work"},
+             {profile.server, "news.example.org:1119"},
+             {profile.userName, "anna"},
+             {profile.password, "pass"},
+             {profile.fullName, "Anna Muster"},
+             {profile.emailAddress, "anna@example.org"},
+             {profile.signatureFile, "/home/anna/.signature"}})
+        EXPECT_STREQ(field, value);
+    EXPECT_EQ(profile.serverSocket, -1);
+    EXPECT_EQ(profile.articleCount, 0);
+    EXPECT_EQ(profile.profileKind, 3);
+
+    ASSERT_TRUE(WriteNewsProfile(directory, profile));
+    EXPECT_EQ(ReadFile(path), kNewsFile);
+    CopyText(profile.fullName, "Anna\nAUTHINFO USER eve");
+    ASSERT_TRUE(WriteNewsProfile(directory, profile));
+    EXPECT_NE(ReadFile(path).find("\nAnna\nanna@example.org\n"), std::string::npos);
+}
+
+TEST_F(NewsProfileFile, EmptyLinesMoveLaterFieldsUp) {
+    WriteFile(path, "news.example.org\n\ncGFzcw==\nAnna Muster\nanna@example.org\n/sig\n\n\n\n\n\n");
+    NewsProfile profile;
+    ASSERT_EQ(ReadNewsProfile("work", profile), 1);
+    EXPECT_STREQ(profile.userName, "cGFzcw==") << "the encoded password";
+    EXPECT_STREQ(profile.fullName, "anna@example.org");
+    EXPECT_STREQ(profile.emailAddress, "/sig");
+    EXPECT_STREQ(profile.signatureFile, "");
+}
+
+TEST_F(NewsProfileFile, IsCutAtAThousandBytes) {
+    WriteFile(path, std::string(990, 's') + "\nanna muster\npass");
+    NewsProfile profile;
+    ASSERT_EQ(ReadNewsProfile("work", profile), 1);
+    EXPECT_EQ(strlen(profile.server), 990u);
+    EXPECT_STREQ(profile.userName, "anna must");
+    EXPECT_STREQ(profile.password, "");
+}
+
+TEST_F(NewsProfileFile, PasswordsThatDoNotFitAreNotWritten) {
+    NewsProfile profile;
+    CopyText(profile.name, "work");
+    for (size_t length : {45u, 46u, 48u}) {
+        std::string const password(length, 'p');
+        for (auto *field : {profile.server, profile.userName})
+            CopyText(field, sizeof profile.server, "x");
+        CopyText(profile.password, password);
+        ASSERT_TRUE(WriteNewsProfile(directory, profile)) << length;
+        NewsProfile back;
+        ASSERT_EQ(ReadNewsProfile("work", back), 1);
+        EXPECT_EQ(back.password, password);
+    }
+    std::string const before = ReadFile(path);
+    CopyText(profile.password, std::string(49, 'p'));
+    EXPECT_FALSE(WriteNewsProfile(directory, profile));
+    EXPECT_EQ(ReadFile(path), before);
+}
+
+TEST_F(NewsProfileFile, MayBeMissing) {
+    NewsProfile profile;
+    EXPECT_EQ(ReadNewsProfile("nobody", profile), 1);
+    EXPECT_STREQ(profile.name, "nobody");
+    EXPECT_STREQ(profile.server, "");
+    EXPECT_EQ(profile.profileKind, 3);
+    gPasswd.present = false;
+    EXPECT_EQ(ReadNewsProfile("nobody", profile), -1);
+}
+
+TEST(GroupNames, LeadNowhereElse) {
+    for (std::string const &good : Strings{"comp.lang.c", "local.test ", ".hidden", "%s", std::string(199, 'g')})
+        EXPECT_TRUE(IsGroupName(good)) << good;
+    for (std::string const &bad : Strings{"", " ", ".", ".. ", "a/b", "../x", "a\nb", "a\x7f", std::string(200, 'g')})
+        EXPECT_FALSE(IsGroupName(bad)) << bad;
 }

@@ -1,0 +1,134 @@
+#include "profiles/dialog_parts.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "profiles/profile_tree.h"
+#include "widgets/toolkit.h"
+
+#include <algorithm>
+#include <process.h>
+
+namespace {
+
+/// The bytes of the first character of `text`, which is not empty: a UTF-8 sequence, or one byte that is none.
+size_t CharacterBytes(std::string_view text) {
+    auto const lead = static_cast<unsigned char>(text[0]);
+    size_t const size = lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (size > text.size())
+        return 1;
+    for (char const byte : text.substr(1, size - 1))
+        if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80)
+            return 1;
+    return size;
+}
+
+/// One asterisk for each character, as text fields count them.
+std::string Asterisks(std::string_view password) {
+    std::string asterisks;
+    for (; !password.empty(); password.remove_prefix(CharacterBytes(password)))
+        asterisks += '*';
+    return asterisks;
+}
+
+/// The text of a change without control characters: a password that is pasted may bring its line's end along.
+std::string WithoutControls(PtTextCallback_t const &change) {
+    std::string text(change.text && change.length > 0 ? change.text : "");
+    std::erase_if(text, [](unsigned char byte) { return byte < ' ' || byte == 0x7F; });
+    return text;
+}
+
+void RemoveProfile(std::string const &directory) {
+    spawnl(P_WAIT, "/bin/rm", "/bin/rm", "-R", directory.c_str(), nullptr);
+    spawnl(P_WAIT, "/bin/rm", "/bin/rm", (directory + ".dat").c_str(), nullptr);
+}
+
+} // namespace
+
+void BlockList(AccountDialog const &dialog, bool blocked) {
+    for (PtWidget_t *widget :
+         {dialog.list, dialog.newButton, dialog.editButton, dialog.deleteButton, dialog.closeButton})
+        SetBlocked(widget, blocked);
+}
+
+void EnterEditMode(AccountDialog const &dialog, char const *title, bool nameBlocked) {
+    BlockList(dialog, true);
+    SetBlocked(dialog.name, nameBlocked);
+    SetWidgetText(dialog.hiddenPassword, "");
+    SetBlocked(dialog.pane, false);
+    SetWidgetText(dialog.title, title);
+}
+
+void LeaveEditMode(AccountDialog const &dialog) {
+    SetBlocked(dialog.pane, true);
+    for (PtWidget_t *widget : {dialog.name, dialog.userName, dialog.password, dialog.hiddenPassword, dialog.fullName,
+                               dialog.emailAddress, dialog.signatureFile, dialog.title})
+        SetWidgetText(widget, "");
+    BlockList(dialog, false);
+}
+
+void RefillList(AccountDialog const &dialog) {
+    FreeProfileTree(dialog.list);
+    if (dialog.list)
+        dialog.load(dialog.list, kProfilesOnly);
+}
+
+void ShowAccount(AccountDialog const &dialog, ServerAccount const &account) {
+    SetWidgetText(dialog.name, account.name);
+    SetWidgetText(dialog.userName, account.userName);
+    SetWidgetText(dialog.hiddenPassword, account.password);
+    SetWidgetText(dialog.password, Asterisks(account.password).c_str());
+    SetWidgetText(dialog.fullName, account.fullName);
+    SetWidgetText(dialog.emailAddress, account.emailAddress);
+    SetWidgetText(dialog.signatureFile, account.signatureFile);
+}
+
+void TakeAccount(AccountDialog const &dialog, ServerAccount &account) {
+    CopyText(account.name, WidgetText(dialog.name));
+    CopyText(account.userName, WidgetText(dialog.userName));
+    CopyText(account.password, WidgetText(dialog.hiddenPassword));
+    CopyText(account.fullName, WidgetText(dialog.fullName));
+    CopyText(account.emailAddress, WidgetText(dialog.emailAddress));
+    CopyText(account.signatureFile, WidgetText(dialog.signatureFile));
+}
+
+void RefreshMainWindow() {
+    ForgetOpenProfile();
+    ReloadProfileTree();
+}
+
+int DeleteSelected(AccountDialog const &dialog) {
+    std::optional<std::string> const home = HomeDirectory();
+    if (!home)
+        return -1;
+    PtTreeItem_t const *const item = SelectedItem(dialog.list);
+    std::string const name = item ? item->string : "";
+    if (item && AskTwo(dialog.window, "Warning!", "Are you sure you want to \npermanently delete this profile?",
+                       "&Cancel", "&Delete it")) {
+        RemoveProfile(*home + "/.Corvanta/" + dialog.folder + name);
+        RefillList(dialog);
+    }
+    RefreshMainWindow();
+    return Pt_CONTINUE;
+}
+
+int MirrorPassword(AccountDialog const &dialog, PtCallbackInfo_t &cbinfo) {
+    // The toolkit takes as many asterisks as characters came in: twenty, or more for a long paste.
+    static std::string asterisks;
+    auto *const change = static_cast<PtTextCallback_t *>(cbinfo.cbdata);
+    std::string const typed = WithoutControls(*change);
+    change->length = static_cast<int>(Asterisks(typed).size());
+    PtTextModifyText(dialog.hiddenPassword, change->start_pos, change->end_pos, change->start_pos, typed.c_str(),
+                     change->length);
+    asterisks.assign(static_cast<size_t>(std::max(change->length, 20)), '*');
+    change->text = asterisks.data();
+    return Pt_CONTINUE;
+}
+
+int ChooseSignature(AccountDialog const &dialog) {
+    std::string const home = HomeDirectory().value_or("/");
+    PtFileSelectionInfo_t info{};
+    PtFileSelection(dialog.window, nullptr, "Signature File", home.c_str(), "*", "Select", "Cancel", nullptr, &info,
+                    0);
+    SetWidgetText(dialog.signatureFile, info.path);
+    return Pt_CONTINUE;
+}

@@ -1,0 +1,185 @@
+// Making, changing and deleting a news profile, as a person does it.
+
+#include "fixtures/temp_home.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+#include "widgets/open_profile.h"
+
+#include <QLineEdit>
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kRecord[] =
+    "127.0.0.1:1119\nalice\nc2VjcmV0\nAlice Archer\nalice@example.org\n/home/alice/.signature\n\n\n\n\n\n";
+
+std::string News(std::string const &name) { return Root() + "news/" + name; }
+
+void OpenNewsAccounts() {
+    ChooseFromMenuBar("mnuSettings_NewsAccounts");
+    Find("dlgNewsAccounts");
+}
+
+void FillNewProfile(char const *name = "work") {
+    Click("btnNewNewsAccount");
+    EXPECT_EQ(Text("lblNewsAccountsTitle"), "New Profile");
+    TypeMore("txtNewsAccount_AccountName", name);
+    Type("txtNewsAccount_NEWSServer", "127.0.0.1:1119");
+    Type("txtNewsAccount_Username", "alice");
+    Type("txtNewsAccount_Password", "secres");
+    Press("txtNewsAccount_Password", Qt::Key_Backspace);
+    TypeMore("txtNewsAccount_Password", "t");
+    EXPECT_EQ(Text("txtNewsAccount_Password"), "******");
+    Type("txtNewsAccount_Fullname", "Alice Archer");
+    Type("txtNewsAccount_Email", "alice@example.org");
+    Type("txtNewsAccount_Signature", "/home/alice/.signature");
+}
+
+/// A profile with two groups, and names among them that lead elsewhere or that no field can hold.
+void MakeNewsProfile(char const *name) {
+    fs::create_directories(News(name) + "/groups");
+    std::ofstream(News(name) + ".dat") << kRecord;
+    for (std::string const &group : {std::string("local.test"), std::string("local.music "), std::string("a\nb"),
+                                     std::string(" "), std::string(200, 'g')})
+        std::ofstream(News(name) + "/groups/" + group);
+}
+
+mode_t Mode(std::string const &path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+class NewsAccounts : public testing::Test {
+  protected:
+    void SetUp() override { ClearTempHome(); }
+};
+
+TEST_F(NewsAccounts, ProfileIsMadeEditedAndFoundAgain) {
+    Sitting([] {
+        OpenNewsAccounts();
+        TakePicture("dlgNewsAccounts", "news-accounts-empty.png");
+        Click("btnEditNewsAccount");
+        EXPECT_EQ(Text("lblNewsAccountsTitle"), "") << "nothing is selected, nothing is edited";
+        FillNewProfile();
+        TakePicture("dlgNewsAccounts", "news-accounts-new.png");
+        Click("btnSaveNewsAccount");
+        EXPECT_EQ(FileText(News("work.dat")), kRecord);
+        EXPECT_EQ(Mode(News("work.dat")), 0600u);
+        for (char const *directory : {"", "work", "work/groups"})
+            EXPECT_EQ(Mode(News(directory)), 0700u) << directory;
+        for (char const *field : {"txtNewsAccount_AccountName", "txtNewsAccount_NEWSServer",
+                                  "txtNewsAccount_Username", "txtNewsAccount_Password", "txtNewsAccount_Fullname",
+                                  "txtNewsAccount_Email", "txtNewsAccount_Signature", "lblNewsAccountsTitle"})
+            EXPECT_EQ(Text(field), "") << field;
+        EXPECT_EQ(Rows("treeNewsAccounts_Accounts"), QStringList("work"));
+        EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
+        Click("btnCloseNewsAccounts");
+        EXPECT_FALSE(IsShown("dlgNewsAccounts"));
+    });
+    Sitting([] {
+        EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
+        OpenNewsAccounts();
+        ClickRow("treeNewsAccounts_Accounts", "work");
+        Click("btnEditNewsAccount");
+        TakePicture("dlgNewsAccounts", "news-accounts-edit.png");
+        EXPECT_EQ(Text("lblNewsAccountsTitle"), "Edit News Profile");
+        EXPECT_EQ(Text("txtNewsAccount_NEWSServer"), "127.0.0.1:1119");
+        EXPECT_EQ(Text("txtNewsAccount_Password"), "******");
+        EXPECT_EQ(Text("txtNewsAccount_Signature"), "/home/alice/.signature");
+        TypeMore("txtNewsAccount_AccountName", "x");
+        EXPECT_EQ(Text("txtNewsAccount_AccountName"), "work") << "a profile keeps its name";
+        Type("txtNewsAccount_Username", "bob");
+        Click("btnSaveNewsAccount");
+        std::string wanted = kRecord;
+        EXPECT_EQ(FileText(News("work.dat")), wanted.replace(wanted.find("alice"), 5, "bob"));
+    });
+}
+
+TEST_F(NewsAccounts, WhatCannotBeSavedStaysInTheFields) {
+    Sitting([] {
+        OpenNewsAccounts();
+        FillNewProfile(".hidden");
+        WhenAsked("Close");
+        Click("btnSaveNewsAccount");
+        EXPECT_EQ(Boxes().last(), "Error Saving Profile|A profile cannot have this name.");
+        Type("txtNewsAccount_AccountName", "work");
+        Type("txtNewsAccount_Password", QString(49, 'p'));
+        WhenAsked("Close");
+        Click("btnSaveNewsAccount");
+        EXPECT_EQ(Boxes().last(), "Error Saving Profile|The password is too long: at most 48 bytes fit.");
+        EXPECT_TRUE(fs::is_empty(News("")));
+
+        Press("txtNewsAccount_Password", Qt::Key_Backspace);
+        fs::remove(News(""));
+        std::ofstream(Root() + "news") << "no directory";
+        WhenAsked("Close");
+        Click("btnSaveNewsAccount");
+        EXPECT_EQ(Boxes().last(), "Error Saving Profile|Error saving profile");
+        EXPECT_EQ(Text("txtNewsAccount_Username"), "alice");
+        fs::remove(Root() + "news");
+        Click("btnSaveNewsAccount");
+        EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
+        EXPECT_EQ(Mode(News("")), 0700u);
+    });
+}
+
+TEST_F(NewsAccounts, DeletingAsksAndRemovesAll) {
+    MakeProfile("127.0.0.1:1", false);
+    MakeNewsProfile("work");
+    Sitting([] {
+        QStringList rows = Rows("treeProfiles");
+        EXPECT_EQ(rows.mid(0, 5), (QStringList{"home", "Inbox", "Outbox", "Saved", "work"}));
+        rows.sort();
+        EXPECT_EQ(rows.mid(4), (QStringList{"local.music", "local.test", "work"}));
+        OpenNewsAccounts();
+        ClickRow("treeNewsAccounts_Accounts", "work");
+        WhenAsked("Cancel");
+        Click("btnDeleteNewsAccount");
+        EXPECT_EQ(Boxes().last(), "Warning!|Are you sure you want to \npermanently delete this profile?");
+        EXPECT_TRUE(fs::exists(News("work.dat")));
+        ClickRow("treeNewsAccounts_Accounts", "work");
+        WhenAsked("Delete it");
+        Click("btnDeleteNewsAccount");
+        EXPECT_TRUE(fs::is_empty(News("")));
+        EXPECT_EQ(Rows("treeNewsAccounts_Accounts"), QStringList());
+        EXPECT_EQ(Rows("treeProfiles"), (QStringList{"home", "Inbox", "Outbox", "Saved"}));
+    });
+}
+
+TEST_F(NewsAccounts, TheOpenProfilesConnectionIsClosed) {
+    for (char const *name : {"edited", "gone"})
+        MakeNewsProfile(name);
+    Sitting([] {
+        for (auto const &[name, button] :
+             {std::pair("edited", "btnSaveNewsAccount"), {"gone", "btnDeleteNewsAccount"}}) {
+            ClickRow("treeProfiles", name);
+            NewsProfile *const profile = CurrentNewsProfile();
+            ASSERT_TRUE(profile);
+            int ends[2];
+            ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+            profile->serverSocket = ends[0];
+            OpenNewsAccounts();
+            ClickRow("treeNewsAccounts_Accounts", name);
+            if (button == std::string_view("btnSaveNewsAccount"))
+                Click("btnEditNewsAccount");
+            else
+                WhenAsked("Delete it");
+            Click(button);
+            EXPECT_FALSE(currentProfile);
+            char byte = 0;
+            EXPECT_EQ(recv(ends[1], &byte, 1, MSG_DONTWAIT), 0) << name << ": closed without a word";
+            close(ends[1]);
+            Click("btnCloseNewsAccounts");
+        }
+    });
+}
+
+} // namespace
