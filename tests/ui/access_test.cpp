@@ -107,6 +107,12 @@ TEST_F(Access, EveryControlOfEveryWindowHasANameAndARole) {
         ExpectNamed("dlgAccounts", 15);
         Click("btnCancelAccounts");
         Click("btnCloseAccounts_Activated");
+        ChooseFromMenuBar("mnuSettings_NewsAccounts");
+        ExpectNamed("dlgNewsAccounts", 5);
+        Click("btnNewNewsAccount");
+        ExpectNamed("dlgNewsAccounts", 14);
+        Click("btnCancelNewsAccounts");
+        Click("btnCloseNewsAccounts");
         Click("btnAddressBook");
         ExpectNamed("winAddressBook", 6);
         Click("btnCloseAddressBook");
