@@ -204,6 +204,15 @@ void Attach(ComposeState &state) {
     PtAddCallback(state.window, Pt_CB_UNREALIZED, OnWindowGone, &state);
 }
 
+/// The group that the main window shows, without the blank that stored names end in; empty when it shows none.
+std::string OpenGroup() {
+    std::string_view const folder = currentFolder;
+    // A news profile itself counts as its "Inbox".
+    if (!CurrentNewsProfile() || folder == "Inbox")
+        return {};
+    return std::string(folder.substr(0, folder.find_last_not_of(' ') + 1));
+}
+
 void Refuse(char const *message) { ShowError(ABW_base, "Error", message); }
 
 std::unique_ptr<ComposeState> NewState() {
@@ -226,14 +235,19 @@ PtWidget_t *MakeWindow() {
 } // namespace
 
 ComposeKind CurrentComposeKind() {
-    ServerAccount const *const account = currentProfile.Get();
-    return account && account->profileKind == kNewsProfile ? kComposeNews : kComposeMail;
+    if (!currentProfile)
+        return !HasProfileFor(kComposeMail) && HasProfileFor(kComposeNews) ? kComposeNews : kComposeMail;
+    return currentProfile->profileKind == kNewsProfile ? kComposeNews : kComposeMail;
+}
+
+bool HasProfileFor(ComposeKind kind) {
+    bool any = false;
+    EachAccount(kind, [&](ServerAccount const &) { any = true; });
+    return any;
 }
 
 ComposeState *CreateComposeWindow(ComposeKind kind) {
-    bool any = false;
-    EachAccount(kind, [&](ServerAccount const &) { any = true; });
-    if (!any) {
+    if (!HasProfileFor(kind)) {
         Refuse("You must first create an email profile");
         return nullptr;
     }
@@ -289,7 +303,10 @@ void CloseComposeWindow(ComposeState &state) {
 
 int OnCompose(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     ComposeState *const state = CreateComposeWindow(CurrentComposeKind());
-    if (state)
-        ShowComposeWindow(*state, state->kind == kComposeNews ? "New Newsgroup Message" : "New Email Message");
+    if (!state)
+        return Pt_CONTINUE;
+    if (state->kind == kComposeNews)
+        SetWidgetText(state->toField, OpenGroup().c_str());
+    ShowComposeWindow(*state, state->kind == kComposeNews ? "New Newsgroup Message" : "New Email Message");
     return Pt_CONTINUE;
 }

@@ -17,8 +17,12 @@ class ComposeHold {
     ComposeState *state_;
 };
 
-/// The kind of compose window that suits the open profile; mail without one.
+/// The kind of compose window that suits the open profile; without one, mail, or news when there are news profiles
+/// only.
 ComposeKind CurrentComposeKind();
+
+/// True when the profile tree has a profile that messages of this kind can be sent from.
+bool HasProfileFor(ComposeKind kind);
 
 /// Builds a window, not shown yet: the caller sets its title and fields, then calls ShowComposeWindow. The state
 /// belongs to the window. Null after an alert when there is no profile or no memory. GUI thread, library lock held.
@@ -33,5 +37,5 @@ ServerAccount *ChosenAccount(ComposeState const &state);
 /// Closes the window; with a text that was not sent it asks first. A sending thread is cancelled.
 void CloseComposeWindow(ComposeState &state);
 
-/// btnCompose: an empty window.
+/// btnCompose: an empty window; one for news begins with the open group.
 int OnCompose(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

@@ -6,10 +6,12 @@
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
 #include "compose/quote.h"
+#include "compose/references.h"
 #include "mime/headers.h"
 #include "mime/render.h"
 #include "profiles/profile_tree.h"
 #include "ui/widgets.h"
+#include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 
 #include <fcntl.h>
@@ -44,6 +46,29 @@ void FillRecipients(ComposeState &state, ParsedHeaders const &headers) {
         SetWidgetText(state.ccField, AddRecipients("", headers.cc, own, false).c_str());
 }
 
+/// An author who wants no answer in the group gets a mail, when there is a profile to send it with.
+ComposeKind ReplyKind(std::string_view article) {
+    ComposeKind const kind = CurrentComposeKind();
+    bool const mail = kind == kComposeNews && ReplyGroups(article) == "poster" && HasProfileFor(kComposeReply);
+    return mail ? kComposeReply : kind;
+}
+
+/// An article is answered in its groups. Nothing is filled in against its author's wish.
+void FillGroups(ComposeState &state, std::string const &article) {
+    std::string const groups = ReplyGroups(article);
+    if (groups == "poster")
+        SetStatus("The author asks for an answer by mail");
+    else
+        SetWidgetText(state.toField, groups.c_str());
+    state.references = ReplyReferences(article);
+}
+
+/// The answer to the author of an article goes to no one else.
+void FillAuthor(ComposeState &state, std::string const &article) {
+    std::string const replyTo = UnfoldedField(article, "Reply-To");
+    SetWidgetText(state.toField, (replyTo.empty() ? UnfoldedField(article, "From") : replyTo).c_str());
+}
+
 void QuoteInto(ComposeState &state) {
     if (std::optional<std::string> const page = ReadScratch("msg.html")) {
         SetWidgetText(state.messageText, QuotePage(*page).c_str());
@@ -68,13 +93,21 @@ void CarryAttachments(ComposeState &state) {
 } // namespace
 
 int OnReply(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    ComposeState *const state = MessageIsShown() ? CreateComposeWindow(CurrentComposeKind()) : nullptr;
+    if (!MessageIsShown())
+        return Pt_CONTINUE;
+    std::optional<std::string> const text = ReadScratch("originalmsg");
+    ComposeKind const kind = text ? ReplyKind(*text) : CurrentComposeKind();
+    ComposeState *const state = CreateComposeWindow(kind);
     if (!state)
         return Pt_CONTINUE;
-    if (std::optional<std::string> const text = ReadScratch("originalmsg")) {
+    if (text) {
         auto const headers = std::make_unique<ParsedHeaders>();
         ParseHeaders(text->c_str(), *headers);
-        if (state->kind != kComposeNews)
+        if (kind == kComposeNews)
+            FillGroups(*state, *text);
+        else if (CurrentNewsProfile())
+            FillAuthor(*state, *text);
+        else
             FillRecipients(*state, *headers);
         SetWidgetText(state->subjectField, ReplySubject(headers->subject).c_str());
         QuoteInto(*state);

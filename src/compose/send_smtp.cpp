@@ -1,23 +1,19 @@
 #include "compose/send_smtp.h"
 
-#include "base/log.h"
 #include "base/text.h"
+#include "compose/sending.h"
 #include "mime/headers.h"
 #include "net/server.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <poll.h>
 
 namespace {
 
 constexpr int kCommandOk = 250;
-constexpr int kArticlePosted = 240; ///< NNTP's word for it, which the final answer may be as well
 constexpr int kStartInput = 354;
 constexpr int kMostAnswerLines = 1000;
 constexpr size_t kMostAnswerText = kReplyWidth;
-constexpr int kFinalAnswerMilliseconds = 3000;
 
 /// Reads an answer of one or more lines: it ends at the line whose fourth character is no "-" (RFC 5321 4.2.1).
 bool ReadAnswer(SmtpDelivery &delivery) {
@@ -60,13 +56,6 @@ bool NameRecipients(SmtpDelivery &delivery) {
     return true;
 }
 
-/// A slow server is no failure: whatever this says, the answer is read on for.
-void WaitForFinalAnswer(int socket) {
-    pollfd wanted{socket, POLLIN, 0};
-    if (poll(&wanted, 1, kFinalAnswerMilliseconds) < 0)
-        LogError("in SendEmailThread, select returned -1: %s (%i)\n", strerror(errno), errno);
-}
-
 SmtpEnd Quit(SmtpDelivery const &delivery, SmtpEnd end) {
     WriteServerLine(delivery.socket, "QUIT");
     return end;
@@ -95,13 +84,11 @@ SmtpEnd DeliverOverSmtp(SmtpDelivery &delivery) {
         return SmtpEnd::kLost;
     if (Number(delivery) != kStartInput)
         return Quit(delivery, SmtpEnd::kRefused);
-    // The dot's line has an empty one behind it; servers answer that one after the message and are not asked for it.
-    if (!delivery.writeMessage() || delivery.cancelled || !WriteServerBytes(delivery.socket, "\r\n.\r\n\r\n"))
+    if (!delivery.writeMessage() || delivery.cancelled || !EndMessage(delivery.socket))
         return SmtpEnd::kLost;
     delivery.finalDotSent = true;
     WaitForFinalAnswer(delivery.socket);
     if (!ReadAnswer(delivery))
         return SmtpEnd::kLost;
-    bool const taken = Number(delivery) == kCommandOk || Number(delivery) == kArticlePosted;
-    return Quit(delivery, taken ? SmtpEnd::kSent : SmtpEnd::kRefused);
+    return Quit(delivery, IsTaken(Number(delivery)) ? SmtpEnd::kSent : SmtpEnd::kRefused);
 }

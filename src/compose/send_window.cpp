@@ -40,6 +40,7 @@ bool ReadSendInput(ComposeState &state, SendInput &input) {
     input.cc = WidgetText(state.ccField);
     input.subject = WidgetText(state.subjectField);
     input.text = WidgetText(state.messageText);
+    input.references = state.references;
     return true;
 }
 

@@ -14,6 +14,7 @@
 struct SendInput {
     std::string profile; ///< the chosen profile's name
     std::string to, cc, subject, text;
+    std::string references; ///< of the article that is replied to
 };
 
 /// Reads the fields. False when the window is gone.

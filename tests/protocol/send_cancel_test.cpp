@@ -1,5 +1,6 @@
 // Cancelling a send at each of its waits. Run under thread and address sanitizers as well.
 
+#include "base/paths.h"
 #include "compose/send_window.h"
 #include "fixtures/process.h"
 #include "protocol/send_fixture.h"
@@ -88,6 +89,43 @@ TEST_F(CancelTest, AtEachAnswer) {
             },
             0);
     }
+}
+
+TEST_F(CancelTest, AtEachAnswerOfANewsServer) {
+    WriteProfile("127.0.0.1:1"); // whose Outbox stays empty
+    std::vector<Script> const waits{
+        {},
+        {Send("200 ready\r\n"), Expect("POST")},
+        {Send("480 who\r\n"), Expect("AUTHINFO USER ann")},
+        {Send("381 password\r\n"), Expect("AUTHINFO PASS secret")},
+        {Send("281 welcome\r\n"), Expect("POST")},
+        {Send("340 go on\r\n"), Until("\r\n.\r\n"), Expect("")},
+    };
+    Script before;
+    for (Script const &wait : waits) {
+        SCOPED_TRACE(before.size());
+        before = before + wait;
+        std::string const last = before.empty() ? "" : before.back().text + "\r\n";
+        ServeNews({before + Script{Stall()}});
+        if (!state)
+            ComposeArticle("test.general", "text");
+        CancelWhen([&] { return state->sendSocket > 0 && server->Received().ends_with(last); }, 0);
+    }
+    EXPECT_EQ(FileText(ConfigRoot() + "news/home/unsent"), "");
+}
+
+TEST_F(CancelTest, WhileANewsServerTakesNoMoreOrSaysGoodbye) {
+    WriteProfile("127.0.0.1:1");
+    ServeNews({{Send("200 ready\r\n"), Expect("POST"), Send("340 go on\r\n"), Pause(1500)},
+               {Send("200 ready\r\n"), Expect("POST"), Send("440 no\r\n"), Expect("QUIT"), Stall()}});
+    ComposeArticle("test.general", "text");
+    AddPart("large", "unknown", std::string(30 << 20, 'A'));
+    CancelWhen([&] { return server->Received().ends_with("POST\r\n"); }, 0);
+    PressSend();
+    ASSERT_TRUE(screen.PaintUntil([&] { return server->Received().ends_with("QUIT\r\n"); }));
+    screen.RunCallback([&] { CancelSending(*state); });
+    ASSERT_TRUE(WaitForEnd());
+    EXPECT_TRUE(Editable()) << "who cancels keeps the window, or closes it himself";
 }
 
 TEST_F(CancelTest, WhileConnecting) {

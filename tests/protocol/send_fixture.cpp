@@ -105,6 +105,25 @@ void SendTest::Compose(std::string const &to, std::string const &text, std::stri
     });
 }
 
+void SendTest::WriteNewsProfile(std::string const &newsServer, std::string const &signature) {
+    for (char const *directory : {"news", "news/home"})
+        mkdir((ConfigRoot() + directory).c_str(), 0700);
+    std::ofstream(ConfigRoot() + "news/home.dat") << newsServer << "\nann\nc2VjcmV0\nAnn Other\nann@example.org\n"
+                                                  << signature << "\n\n\n\n\n\n";
+}
+
+void SendTest::ServeNews(std::vector<Script> const &scripts) {
+    server = std::make_unique<ScriptedServer>(scripts);
+    WriteNewsProfile(server->Address());
+}
+
+void SendTest::ComposeArticle(std::string const &groups, std::string const &text, std::string const &subject,
+                              std::string const &references) {
+    Compose(groups, text, subject);
+    state->kind = kComposeNews;
+    state->references = references;
+}
+
 void SendTest::AddPart(std::string const &name, std::string const &type, std::string const &body) {
     screen.RunCallback([&] {
         PartHeaders part{};

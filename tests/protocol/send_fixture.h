@@ -26,9 +26,16 @@ class SendTest : public testing::Test {
     void Serve(std::vector<Script> const &scripts);
     void WriteProfile(std::string const &smtpServer, std::string const &signature = "-");
 
+    /// The same for the news profile "home" of Ann Other <ann@example.org>, login ann:secret.
+    void ServeNews(std::vector<Script> const &scripts);
+    void WriteNewsProfile(std::string const &newsServer, std::string const &signature = "-");
+
     /// Fills a new window.
     void Compose(std::string const &to, std::string const &text, std::string const &subject = "Hello",
                  std::string const &cc = "");
+    /// The same for an article.
+    void ComposeArticle(std::string const &groups, std::string const &text, std::string const &subject = "Hello",
+                        std::string const &references = "");
     void AddPart(std::string const &name, std::string const &type, std::string const &body);
     /// Presses Send and paints until the thread is gone. False when that takes over 20 s.
     bool SendNow();

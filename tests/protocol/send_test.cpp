@@ -151,10 +151,6 @@ TEST_F(SendTest, NobodyToSendTo) {
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(shownAlerts, Strings{"Error|There is nobody in the To field that the message could be sent to"});
     EXPECT_EQ(Outbox(), Strings{});
-    state->kind = kComposeNews;
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(shownAlerts.back(), "Error|Posting to newsgroups is not possible yet");
-    state->kind = kComposeMail;
 }
 
 /// The copy of a message with the text "text", whatever became of it.

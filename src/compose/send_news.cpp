@@ -1,0 +1,121 @@
+#include "compose/send_news.h"
+
+#include "base/paths.h"
+#include "base/text.h"
+#include "compose/send_nntp.h"
+#include "compose/sending.h"
+#include "net/server.h"
+#include "profiles/news_profile_file.h"
+#include "widgets/toolkit.h"
+
+#include <fcntl.h>
+
+namespace {
+
+/// Where the texts of articles go whose window closed without them being posted.
+constexpr char kUnsentFile[] = "unsent";
+
+class Posting {
+  public:
+    Posting(ComposeState &state, OutgoingMessage const &message, ArticleHeader const &header,
+            NewsProfile const &profile)
+        : state_(state), message_(message), header_(header), profile_(profile) {}
+
+    void Run() {
+        NntpEnd end = NntpEnd::kLost;
+        bool connected = false;
+        int const socket = OpenServerConnection(profile_.server, kNntp, 1, &state_.cancelled);
+        if (socket > 0) {
+            connected = true;
+            SendSocket const published(state_, socket);
+            SetSendProgress(state_, kConnectedProgress);
+            end = Post(socket);
+        }
+        // Without a connection, or where nobody may post, the window cannot be used any more. Then the text is saved.
+        bool const saved = (!connected || end == NntpEnd::kNotAllowed) && KeepUnsent();
+        if (end == NntpEnd::kPosted || (end == NntpEnd::kNotAllowed && saved))
+            CloseSentWindow(state_);
+        else
+            Fail(end, !saved);
+    }
+
+  private:
+    NntpEnd Post(int socket) {
+        if (state_.cancelled)
+            return NntpEnd::kLost;
+        NntpPosting posting{.socket = socket,
+                            .userName = profile_.userName,
+                            .password = profile_.password,
+                            .writeArticle = [&] { return Write(socket, -1); },
+                            .alert = [&](std::string const &text) { AlertSender(state_, text); },
+                            .cancelled = state_.cancelled};
+        NntpEnd const end = PostOverNntp(posting);
+        answer_ = std::move(posting.answer);
+        return end;
+    }
+
+    bool Write(int socket, int file) {
+        MessageSink sink(socket, file, state_.cancelled);
+        WriteArticleHeader(header_, sink);
+        WriteBody(state_, message_, sink, socket > 0);
+        if (file >= 0)
+            sink.Put("\r\n\r\n");
+        sink.Flush();
+        return !sink.WireFailed() && !sink.CopyFailed();
+    }
+
+    /// Saves the person's text, since the window goes. False when it cannot be saved; the window stays then.
+    bool KeepUnsent() {
+        if (state_.cancelled)
+            return false;
+        std::string const path = FolderDirectory("news", profile_.name) + kUnsentFile;
+        Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
+        bool const kept = file.Valid() && Write(-1, file.Get()) && file.Reset();
+        SetStatus(kept ? "The article was not posted, its text is in " + path
+                       : "The article was not posted, and its text could not be saved");
+        return kept;
+    }
+
+    void Fail(NntpEnd end, bool giveBack) {
+        if (end == NntpEnd::kNoLogin)
+            AlertSender(state_, "Could not authenticate to server");
+        else if (end != NntpEnd::kNotAllowed) // which was told already
+            AlertSender(state_, end == NntpEnd::kRefused ? answer_ : kNoConnection);
+        if (giveBack)
+            ShowEditing(state_);
+    }
+
+    ComposeState &state_;
+    OutgoingMessage const &message_;
+    ArticleHeader const &header_;
+    NewsProfile const &profile_;
+    std::string answer_;
+};
+
+} // namespace
+
+void PostArticle(ComposeState &state, SendInput &input) {
+    ArticleHeader header{.groups = FieldValue(input.to),
+                         .from = {},
+                         .subject = FieldValue(input.subject),
+                         .references = FieldValue(input.references)};
+    std::erase(header.groups, ' ');
+    if (header.groups.empty()) {
+        AlertSender(state, "There is no group in the Group field that the message could be posted to");
+        return;
+    }
+    if (!IsPlainName(input.profile)) {
+        AlertSender(state, "Please select a newsgroup profile");
+        return;
+    }
+    ShowSending(state);
+    AccountRef<NewsProfile> const profile(new NewsProfile);
+    ReadNewsProfile(input.profile.c_str(), *profile);
+    CopyText(profile->name, input.profile);
+    header.from = FieldValue(profile->emailAddress);
+    OutgoingMessage message;
+    FillMessage(state, message, input, *profile);
+    AttachmentLoan const attachments(state);
+    message.parts = attachments.Parts();
+    Posting(state, message, header, *profile).Run();
+}

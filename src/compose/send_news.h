@@ -1,0 +1,9 @@
+#pragma once
+// Posting one article: the groups, the delivery, and what the person is told.
+
+#include "compose/send_window.h"
+
+/// Posts the input of a news window through the news profile it names. Runs on the sending thread, without locks. No
+/// copy is kept, but what the window cannot be used for any more (no connection; a server that lets nobody post,
+/// which closes the window) is appended to the file "unsent" of the profile's directory.
+void PostArticle(ComposeState &state, SendInput &input);
