@@ -73,8 +73,9 @@ int OnAttachmentListMenu(PtWidget_t *tree, ApInfo_t *, PtCallbackInfo_t *cbinfo)
 
 int SetUpProfileMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     ServerAccount const *const profile = ProfileOf(PtTreeGetCurrent(ABW_treeProfiles));
-    Ghost(ABW_mnuProfile_AddFolder, !profile || profile->profileKind == kNewsProfile);
-    Ghost(ABW_mnuProfile_Subscribe, true);
+    bool const news = profile && profile->profileKind == kNewsProfile;
+    Ghost(ABW_mnuProfile_AddFolder, !profile || news);
+    Ghost(ABW_mnuProfile_Subscribe, !news);
     return Pt_CONTINUE;
 }
 
@@ -86,6 +87,7 @@ int SetUpFolderMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 
 int SetUpHeadersMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     MailProfile const *const profile = CurrentMailProfile();
+    Ghost(ABW_mnuHeaders_Delete, !profile);
     AddFolderMenu(ABW_mnuHeaders_CopyTo, profile, false);
     AddFolderMenu(ABW_mnuHeaders_MoveTo, profile, true);
     return Pt_CONTINUE;

@@ -89,6 +89,17 @@ int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     return Pt_CONTINUE;
 }
 
+int OnSubscribe(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
+    AccountRef<ServerAccount> const profile(ProfileOf(PtTreeGetCurrent(ABW_treeProfiles)));
+    if (!profile || profile->profileKind != kNewsProfile)
+        return Pt_CONTINUE;
+    LeaveFolder();
+    CopyText(currentFolder, "Inbox");
+    currentProfile = profile;
+    ApCreateModule(&ABM_dlgNews, nullptr, cbinfo);
+    return Pt_CONTINUE;
+}
+
 int OnProfilesGone(PtWidget_t *widget, ApInfo_t *, PtCallbackInfo_t *) {
     FreeProfileTree(widget);
     return Pt_CONTINUE;

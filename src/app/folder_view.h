@@ -7,6 +7,10 @@
 /// Inbox, and checks for mail when the Inbox was newly opened.
 int OnProfileSelected(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
+/// The menu's "Un/Subscribe" on a news profile: leaves what is open, makes the profile the open one, without a group,
+/// and opens dlgNews for it.
+int OnSubscribe(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+
 /// Destroyed callback of treeProfiles.
 int OnProfilesGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 

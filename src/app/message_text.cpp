@@ -2,11 +2,14 @@
 
 #include "base/paths.h"
 #include "net/server.h"
+#include "news/article.h"
 #include "pop/message.h"
+#include "pop/transfer.h"
 #include "store/folder.h"
 #include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -59,5 +62,22 @@ MessageText ServerText(MailProfile &profile, int32_t number) {
     text.block.reset(getMessage(number, profile, 1, &text.length));
     if (!text)
         SetStatusUnlessTold("The message could not be fetched");
+    return text;
+}
+
+MessageText NewsText(NewsProfile &profile, int32_t number) {
+    SetStatus("");
+    std::string answer;
+    size_t length = 0;
+    ArticleText article =
+        GetNewsArticle(profile.serverSocket, profile, number, profile.userName, profile.password, answer, length);
+    if (!article) {
+        SetStatusUnlessTold(answer.empty() ? "The article could not be fetched" : answer.c_str());
+        return {};
+    }
+    MessageText text;
+    text.block.reset(article.release());
+    text.length = UndoDots(text.get(), std::min(length, FindTextEnd({text.get(), length}, 0)));
+    text.get()[text.length] = 0;
     return text;
 }

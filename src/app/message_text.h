@@ -32,3 +32,8 @@ bool EnsureConnected(MailProfile &profile);
 /// The text of message `number` on the connected server; a failure is told in lblStatus. The caller holds
 /// sessionLock.
 MessageText ServerText(MailProfile &profile, int32_t number);
+
+/// The text of article `number` of the profile's open group, as its author wrote it: without the end mark and the
+/// doubled dots that it is sent with. A failure is told in lblStatus, in the server's words when it has some. The
+/// caller holds sessionLock.
+MessageText NewsText(NewsProfile &profile, int32_t number);

@@ -100,6 +100,16 @@ int ShowServerMessage(MailProfile &profile, int32_t number) {
     return Pt_CONTINUE;
 }
 
+void ShowArticle(NewsProfile &profile, int32_t number) {
+    MessageText text;
+    {
+        SessionLock const lock(profile, SessionLock::kCallback);
+        ClearAttachments();
+        text = NewsText(profile, number);
+    }
+    ShowText(std::move(text));
+}
+
 } // namespace
 
 int OnHeaderSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
@@ -111,6 +121,10 @@ int OnHeaderSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     AccountRef<MailProfile> const profile(CurrentMailProfile());
     if (profile && row->origin == kOnServer)
         return ShowServerMessage(*profile, row->number);
+    if (AccountRef<NewsProfile> const news(CurrentNewsProfile()); news && row->origin == kArticle) {
+        ShowArticle(*news, row->number);
+        return Pt_CONTINUE;
+    }
     ClearAttachments();
     ShowText(profile && row->origin == kStored ? StoredText(*profile, currentFolder, row->number) : MessageText());
     return Pt_CONTINUE;

@@ -1,6 +1,6 @@
 #pragma once
 // Receiving a reply of several lines (RFC 1939 3): lines that begin with a dot have it doubled, a line with a dot
-// alone ends it. Private to this folder.
+// alone ends it. News articles come the same way (RFC 3977 3.1.1).
 
 #include <cstddef>
 #include <cstdlib>

@@ -12,6 +12,7 @@
 #include "app/view_source.h"
 #include "compose/compose_window.h"
 #include "compose/reply.h"
+#include "news/group_dialog.h"
 #include "photon/PtWebClient.h"
 #include "profiles/accounts_dialog.h"
 #include "profiles/address_book.h"
@@ -100,6 +101,17 @@ constexpr ApLink_t kNewsAccounts[] = {
     Done("btnCloseNewsAccounts"),
 };
 
+constexpr ApLink_t kNews[] = {
+    Code("dlgNews", Pt_CB_REALIZED, OnNewsRealized),
+    Code("dlgNews", Pt_CB_UNREALIZED, OnNewsUnrealized),
+    Code("btnGetNewsListing", Pt_CB_ACTIVATE, OnGetNewsListing),
+    Code("btnNewsFind", Pt_CB_ACTIVATE, OnNewsFind),
+    Code("btnShowNewsList", Pt_CB_ACTIVATE, OnShowNewsList),
+    Code("btnShowSubscribedNewsList", Pt_CB_ACTIVATE, OnShowSubscribedNewsList),
+    Code("treeNews", Pt_CB_TREE_SELECTION, OnNewsGroupSelected),
+    Done("btnCloseNews"),
+};
+
 constexpr ApLink_t kAddressBook[] = {
     Code("winAddressBook", Pt_CB_REALIZED, OnAddressBookRealized),
     Code("winAddressBook", Pt_CB_WINDOW, OnAddressBookWindow),
@@ -125,7 +137,10 @@ constexpr ApLink_t kAbout[] = {
     Done("btnCloseAbout"),
 };
 
-constexpr ApLink_t kProfileMenu[] = {Code("mnuProfile_AddFolder", Pt_CB_ACTIVATE, OnAddFolder)};
+constexpr ApLink_t kProfileMenu[] = {
+    Code("mnuProfile_AddFolder", Pt_CB_ACTIVATE, OnAddFolder),
+    Code("mnuProfile_Subscribe", Pt_CB_ACTIVATE, OnSubscribe),
+};
 constexpr ApLink_t kFolderMenu[] = {Code("mnuFolder_Delete", Pt_CB_ACTIVATE, OnDeleteFolder)};
 constexpr ApLink_t kHeadersMenu[] = {Code("mnuHeaders_Delete", Pt_CB_ACTIVATE, OnDeleteMessage)};
 constexpr ApLink_t kAttachmentsMenu[] = {Code("mnuAttachments_Save", Pt_CB_ACTIVATE, OnSaveAttachment)};
@@ -138,6 +153,7 @@ constexpr ApLinkTable_t kTables[] = {
     Table("base", kBase),
     Table("dlgAccounts", kAccounts),
     Table("dlgNewsAccounts", kNewsAccounts),
+    Table("dlgNews", kNews),
     Table("winAddressBook", kAddressBook),
     Table("dlgViewSource", kViewSource),
     Table("dlgAbout", kAbout),

@@ -10,6 +10,8 @@
     X(base, ApWindow) \
     X(dlgAccounts, ApDialog) \
     X(dlgNewsAccounts, ApDialog) \
+    X(dlgNews, ApDialog) \
+    X(dlgDownloadNewsPrompt, ApDialog) \
     X(dlgViewSource, ApDialog) \
     X(dlgAbout, ApDialog) \
     X(winAddressBook, ApDialog) \
@@ -41,6 +43,11 @@
     X(txtNewsAccount_AccountName) X(txtNewsAccount_NEWSServer) X(txtNewsAccount_Username) \
     X(txtNewsAccount_Password) X(txtNewsAccount_Fullname) X(txtNewsAccount_Email) X(txtNewsAccount_Signature) \
     X(txtNewsAccount_BrowseSignature) X(btnSaveNewsAccount) X(btnCancelNewsAccounts) X(HiddenNewsPassword) \
+    /* dlgNews */ \
+    X(dlgNews) X(lblDlgNews) X(txtNewsFind) X(btnNewsFind) X(treeNews) X(lblNewsHint) X(btnGetNewsListing) \
+    X(btnShowNewsList) X(btnShowSubscribedNewsList) X(btnCloseNews) \
+    /* dlgDownloadNewsPrompt */ \
+    X(dlgDownloadNewsPrompt) X(lblTotalNewsMessages) X(numNewsCount) X(tlgDownloadAll) X(btnDownloadNewsPrompt_OK) \
     /* dlgViewSource */ \
     X(dlgViewSource) X(txtViewSource) X(btnCloseViewSource) \
     /* dlgAbout */ \

@@ -90,8 +90,8 @@ class Modules(unittest.TestCase):
             self.assertEqual(len(keys), len(set(keys)), module)
 
     def test_tab_order_names_everything_once(self):
-        for module in ("base", "dlgAccounts", "dlgNewsAccounts", "winAddressBook", "dlgViewSource",
-                       "dlgAbout"):
+        for module in ("base", "dlgAccounts", "dlgNewsAccounts", "dlgNews", "dlgDownloadNewsPrompt", "winAddressBook",
+                       "dlgViewSource", "dlgAbout"):
             root = MODULES[module]
             stops = [stop.text for stop in root.iter("tabstop")]
             wanted = [widget.get("name") for widget in root.iter("widget")
