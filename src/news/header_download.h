@@ -24,7 +24,8 @@ void StartNewsThread();
 /// library lock. Called by StartNewsThread and by the prompt when it closes.
 void StartNewsHeaderThread(NewsProfile &profile, int32_t total);
 
-/// Undoes what StartNewsThread did to the window: buttons, star, label. Under the library lock.
+/// Undoes what StartNewsThread did to the window: buttons, star, label (null: the label stays). For whoever does not
+/// start the download after all. Under the library lock.
 void EndNewsThread(char const *status);
 
 /// Downloads `count` headers from articleCursor on (below 1: all the rest) into the header list. Returns 1 after a

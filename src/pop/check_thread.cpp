@@ -17,7 +17,7 @@ std::atomic<int> runningChecks{0};
 
 void SetCheckWidgetsBlocked(bool blocked) {
     for (PtWidget_t *widget : {ABW_treeProfiles, ABW_treeMessageHeaders, ABW_btnCheckEmail, ABW_mnuFile_Check})
-        SetBlocked(widget, blocked);
+        SetBlockedBy(kCheckBlocks, widget, blocked);
 }
 
 /// A check on its way to its thread.

@@ -2,6 +2,8 @@
 
 #include "ui/widgets.h"
 
+#include <cstdint>
+
 char AlertFont[80] = "";
 
 void SetStatus(std::string const &text) {
@@ -18,6 +20,18 @@ void SetProgress(int percent) {
 void SetBlocked(PtWidget_t *widget, bool blocked) {
     if (widget)
         PtSetResource(widget, Pt_ARG_FLAGS, blocked ? Pt_TRUE : Pt_FALSE, Pt_BLOCKED);
+}
+
+void SetBlockedBy(Blocker blocker, PtWidget_t *widget, bool blocked) {
+    if (!widget)
+        return;
+    // The widget's user pointer remembers who: it ends with the widget.
+    char *blockers = nullptr;
+    PtGetResource(widget, Pt_ARG_POINTER, &blockers, 0);
+    auto bits = reinterpret_cast<uintptr_t>(blockers);
+    bits = blocked ? bits | blocker : bits & ~uintptr_t{blocker};
+    PtSetResource(widget, Pt_ARG_POINTER, bits, 0);
+    SetBlocked(widget, bits != 0);
 }
 
 char const *WidgetText(PtWidget_t *widget) {

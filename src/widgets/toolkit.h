@@ -33,6 +33,13 @@ void SetProgress(int percent);
 /// Sets or clears Pt_BLOCKED of a widget (null is left alone). The caller holds the library lock.
 void SetBlocked(PtWidget_t *widget, bool blocked);
 
+/// Who blocks widgets of the main window, each for a time of its own.
+enum Blocker : unsigned long { kCheckBlocks = 1, kDownloadBlocks = 2, kGroupDialogBlocks = 4 };
+
+/// Blocks or unblocks a widget (null is left alone) for one of them: it stays blocked as long as any of them wants
+/// it so. Not to be mixed with SetBlocked on one widget. The caller holds the library lock.
+void SetBlockedBy(Blocker blocker, PtWidget_t *widget, bool blocked);
+
 /// The text of a label, text, combo or numeric widget (empty for null). Valid until the text changes.
 char const *WidgetText(PtWidget_t *widget);
 void SetWidgetText(PtWidget_t *widget, char const *text);
