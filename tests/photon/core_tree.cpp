@@ -147,9 +147,23 @@ TEST_F(Tree, TellsTheViewAppendedRowsApart) {
     PtGenTreeAddAfter(tree_, List("x"), Find('a'));
     EXPECT_EQ(state.appended, 0u);
     EXPECT_EQ(state.generation, 1u);
-    PtGenTreeAddFirst(tree_, List("y"), Find('a'));
+
+    PtGenTreeItem_t *a = Find('a'), *c = Find('c');
+    PtGenTreeAddFirst(tree_, List("mn"), a); // what nobody has looked at may change at will
+    PtGenTreeAddFirst(tree_, List("l"), a);
+    EXPECT_EQ(state.generation, 1u);
+    EXPECT_TRUE(state.grown.empty());
+    EXPECT_TRUE(state.branches_changed); // a row that is shown can be opened now
+    a->list.flags |= kPtItemSeen;
+    PtGenTreeAddAfter(tree_, List("o"), Find('n'));
+    PtGenTreeAddAfter(tree_, List("p"), Find('o'));
+    EXPECT_EQ(state.generation, 1u);
+    EXPECT_EQ(state.grown, std::vector<PtGenTreeItem_t *>{a});
+    PtGenTreeItem_t *l = Find('l');
+    PtGenTreeRemoveItem(tree_, l);
+    PtGenTreeFreeItems(l);
     EXPECT_EQ(state.generation, 2u);
-    PtGenTreeItem_t *c = Find('c');
+    EXPECT_TRUE(state.grown.empty()); // their items may be freed now
     PtGenTreeRemoveItem(tree_, c);
     EXPECT_EQ(state.generation, 3u);
     PtGenTreeFreeItems(c);

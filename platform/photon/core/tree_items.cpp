@@ -26,6 +26,15 @@ PtTreeState *StateOf(PtWidget_t *tree) { return tree ? tree->tree.get() : nullpt
 
 bool InATree(PtGenTreeItem_t const *item) { return (item->list.flags & Pt_TREE_ITEM_INATREE) != 0; }
 
+/// True when the view may have read the level below an item (null: the roots).
+bool Seen(PtGenTreeItem_t const *father) { return !father || (father->list.flags & kPtItemSeen); }
+
+/// A level that the view may have read is no longer what it was, with rows more at its end.
+void Restructure(PtTreeState &state) {
+    state.generation++;
+    state.grown.clear();
+}
+
 char *InlineString(PtTreeItem_t *item) { return reinterpret_cast<char *>(item + 1); }
 
 void FreeString(PtTreeItem_t *item) {
@@ -38,7 +47,8 @@ void Enter(PtTreeState &state, PtGenTreeItem_t *item) {
     for (PtGenTreeItem_t *each = item; each; each = NextInSubtree(item, each)) {
         if (!(each->list.flags & Pt_TREE_ITEM_EXPANDABLE))
             each->list.flags &= ~Pt_TREE_ITEM_EXPANDED;
-        each->list.flags = (each->list.flags | Pt_TREE_ITEM_INATREE) & ~Pt_LIST_ITEM_CURRENT;
+        each->list.flags &= ~(Pt_LIST_ITEM_CURRENT | kPtItemSeen | kPtItemGrew);
+        each->list.flags |= Pt_TREE_ITEM_INATREE;
         state.item_count++;
         if (each->list.flags & Pt_TREE_ITEM_EXPANDED)
             state.expansion_changed = true;
@@ -61,7 +71,8 @@ void Forget(PtTreeState &state, PtGenTreeItem_t *item) {
             state.selected.erase(each);
         if (!state.watched.empty())
             std::replace(state.watched.begin(), state.watched.end(), each, static_cast<PtGenTreeItem_t *>(nullptr));
-        each->list.flags &= ~(Pt_TREE_ITEM_INATREE | Pt_LIST_ITEM_SELECTED | Pt_LIST_ITEM_CURRENT);
+        each->list.flags &=
+            ~(Pt_TREE_ITEM_INATREE | Pt_LIST_ITEM_SELECTED | Pt_LIST_ITEM_CURRENT | kPtItemSeen | kPtItemGrew);
         state.item_count--;
     }
     state.selected_count = state.selected.size();
@@ -99,6 +110,21 @@ bool Measure(PtGenTreeItem_t *item, PtGenTreeItem_t const *place, Chain &chain) 
     return true;
 }
 
+/// Leaves word for the view of a chain that was linked in.
+void TellView(PtTreeState &state, Chain const &chain, PtGenTreeItem_t *father, PtGenTreeItem_t const *after) {
+    if (!Seen(father)) {
+        if ((father->list.flags & Pt_TREE_ITEM_EXPANDED) && Seen(father->father))
+            state.branches_changed = state.expansion_changed = true; // it was open with nothing below
+    } else if (after) {
+        Restructure(state);
+    } else if (!father) {
+        state.appended += chain.count;
+    } else if (!(father->list.flags & kPtItemGrew)) {
+        father->list.flags |= kPtItemGrew;
+        state.grown.push_back(father);
+    }
+}
+
 /// Links a measured chain between two brothers (either may be null) below `father`; `tree` is null outside
 /// of one.
 void Link(PtWidget_t *tree, Chain const &chain, PtGenTreeItem_t *father, PtGenTreeItem_t *before,
@@ -128,10 +154,7 @@ void Link(PtWidget_t *tree, Chain const &chain, PtGenTreeItem_t *father, PtGenTr
             state->last = chain.last;
         state->root_count += chain.count;
     }
-    if (!father && !after)
-        state->appended += chain.count;
-    else
-        state->generation++;
+    TellView(*state, chain, father, after);
     PtTreeModeChanged(*tree);
     PtMarkDirty(*tree, kDirtyTree);
 }
@@ -163,7 +186,8 @@ void Unlink(PtWidget_t *tree, PtGenTreeItem_t *first, PtGenTreeItem_t *last) {
             state->last = before;
         state->root_count -= count;
     }
-    state->generation++;
+    if (Seen(father))
+        Restructure(*state);
     PtMarkDirty(*tree, kDirtyTree);
 }
 
@@ -233,7 +257,7 @@ int PtGenTreeAddFirst(PtWidget_t *tree, PtGenTreeItem_t *item, PtGenTreeItem_t *
     if (parent && !(parent->list.flags & Pt_TREE_ITEM_EXPANDABLE)) {
         parent->list.flags |= Pt_TREE_ITEM_EXPANDABLE;
         if (in_tree) {
-            StateOf(tree)->texts_changed = true;
+            StateOf(tree)->branches_changed |= Seen(parent->father);
             PtMarkDirty(*tree, kDirtyTree);
         }
     }

@@ -118,15 +118,23 @@ struct PtWidget {
     std::unique_ptr<PtView> view;      ///< null before it is shown and after it is destroyed
 };
 
+/// Bits in the flags of items, beside the public ones. They may outlive what they tell of, and cost a look then.
+constexpr unsigned kPtItemSeen = 1u << 30; ///< the view has read the level below: changes there are told to it
+constexpr unsigned kPtItemGrew = 1u << 31; ///< among `grown`
+
 /// The state of a tree beside its items. list.prev of an item is its previous brother (null for the first).
 struct PtTreeState {
     PtGenTreeItem_t *first = nullptr, *last = nullptr; ///< root level
     size_t root_count = 0, item_count = 0, selected_count = 0;
-    uint64_t generation = 0; ///< moves with every change other than rows appended at the end of the root level
+    uint64_t generation = 0; ///< moves with every change in a level that the view may have read, other than rows
+                             ///< appended at its end
     size_t appended = 0;     ///< root rows appended at the end since the last sync
+    std::vector<PtGenTreeItem_t *> grown; ///< items with rows appended to the level below that the view has read;
+                                          ///< good until `generation` moves, emptied by the view
+    bool branches_changed = false;        ///< a row that the view has read can be opened now; cleared by the view
     bool texts_changed = false;
     bool selection_changed = false; ///< by the program
-    bool expansion_changed = false; ///< by the program, of rows that were there before
+    bool expansion_changed = false; ///< by the program, or rows came that are open
     PtGenTreeItem_t *current = nullptr;
     std::unordered_set<PtGenTreeItem_t *> selected;
     std::vector<PtGenTreeItem_t *> watched; ///< items that callbacks run for; null when taken out meanwhile

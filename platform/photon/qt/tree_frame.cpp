@@ -5,6 +5,7 @@
 #include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QMouseEvent>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 
 namespace {
@@ -134,6 +135,12 @@ void TreeFrame::RightPress(QPoint on_screen) {
         view_->StoreChoice();
         view_->Input(place, press);
     }
+}
+
+void TreeFrame::KeepAtTop(QModelIndex const &row) {
+    QRect const place = visualRect(row); // laid out now; the bar counts rows
+    if (place.isValid() && place.height() > 0)
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + place.top() / place.height());
 }
 
 QPoint TreeFrame::CurrentPlace() const {

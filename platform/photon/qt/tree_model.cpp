@@ -2,12 +2,20 @@
 
 #include "qt/text_codec.h"
 
-#include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace {
 
 PtTreeItem_t *Row(PtGenTreeItem_t *item) { return reinterpret_cast<PtTreeItem_t *>(item); }
+
+/// The row of an item in its level, kept in the item's size, which nothing else uses here.
+void NoteRow(PtGenTreeItem_t *item, size_t row) {
+    item->list.size.w = static_cast<unsigned short>(row);
+    item->list.size.h = static_cast<unsigned short>(row >> 16);
+}
+
+size_t NotedRow(PtGenTreeItem_t const *item) { return item->list.size.w | size_t{item->list.size.h} << 16; }
 
 /// The part of a row's text that belongs to a column: tabs separate.
 std::string_view Field(std::string_view text, int column) {
@@ -33,38 +41,60 @@ void TreeModel::SetPictures(std::vector<QIcon> pictures) {
     Refresh();
 }
 
-size_t TreeModel::Missing(PtTreeState const &state) const {
-    return Current() && state.root_count > root_->items.size() ? state.root_count - root_->items.size() : 0;
+bool TreeModel::Behind(PtTreeState const &state) const {
+    return Current() && (state.root_count > root_.items.size() || !state.grown.empty() || state.branches_changed);
 }
 
-int TreeModel::Update(PtWidget &tree) {
-    PtTreeState &state = *tree.tree;
-    std::vector<PtGenTreeItem_t *> &rows = root_->items;
-    if (Current() && rows.size() <= state.root_count) {
-        int const first = static_cast<int>(rows.size());
-        size_t const added = state.root_count - rows.size();
-        if (added == 0)
-            return first;
-        beginInsertRows({}, first, first + static_cast<int>(added) - 1);
-        PtGenTreeItem_t *item = rows.empty() ? state.first : rows.back()->brother;
-        for (; item; item = item->brother)
-            rows.push_back(item);
-        endInsertRows();
-        return first;
+void TreeModel::Append(Level &level, PtGenTreeItem_t *item) {
+    for (; item; item = item->brother) {
+        NoteRow(item, level.items.size());
+        level.items.push_back(item);
     }
-    beginResetModel();
-    generation_ = state.generation;
-    root_->below.clear();
-    rows.clear();
-    rows.reserve(state.root_count);
-    for (PtGenTreeItem_t *item = state.first; item; item = item->brother)
-        rows.push_back(item);
-    endResetModel();
-    return -1;
+}
+
+TreeModel::Change TreeModel::Update(PtWidget &tree) {
+    PtTreeState &state = *tree.tree;
+    std::vector<PtGenTreeItem_t *> const grown = std::exchange(state.grown, {});
+    bool const branches = std::exchange(state.branches_changed, false);
+    if (!Current() || root_.items.size() > state.root_count) {
+        beginResetModel();
+        generation_ = state.generation;
+        levels_.clear();
+        root_.items.clear();
+        root_.items.reserve(state.root_count);
+        Append(root_, state.first);
+        endResetModel();
+        return Change::Reset;
+    }
+    std::vector<Level *> levels;
+    for (PtGenTreeItem_t *item : grown) {
+        item->list.flags &= ~kPtItemGrew;
+        auto const level = levels_.find(item);
+        if (level != levels_.end() && level->second.items.back()->brother)
+            levels.push_back(&level->second);
+    }
+    size_t const added = state.root_count - root_.items.size();
+    if (added > 0 && levels.empty() && !branches) {
+        int const first = static_cast<int>(root_.items.size());
+        beginInsertRows({}, first, first + static_cast<int>(added) - 1);
+        Append(root_, root_.items.empty() ? state.first : root_.items.back()->brother);
+        endInsertRows();
+        return Change::Grown;
+    }
+    if (added == 0 && levels.empty() && !branches)
+        return Change::None;
+    // One change of layout for all levels: each insertion would go through all open rows. No row moves.
+    layoutAboutToBeChanged();
+    if (added > 0)
+        Append(root_, root_.items.empty() ? state.first : root_.items.back()->brother);
+    for (Level *level : levels)
+        Append(*level, level->items.back()->brother);
+    layoutChanged();
+    return Change::Grown;
 }
 
 void TreeModel::Refresh() {
-    int const rows = static_cast<int>(root_->items.size());
+    int const rows = static_cast<int>(root_.items.size());
     if (rows > 0)
         dataChanged(index(0, 0, {}), index(rows - 1, columnCount({}) - 1, {}));
 }
@@ -79,20 +109,24 @@ PtGenTreeItem_t *TreeModel::Item(QModelIndex const &index) const {
 
 TreeModel::Level *TreeModel::Below(QModelIndex const &index) const {
     if (!index.isValid())
-        return root_.get();
-    auto *level = static_cast<Level *>(index.internalPointer());
-    auto const known = level->below.find(index.row());
-    if (known != level->below.end())
-        return known->second.get();
-    PtGenTreeItem_t const *item = Item(index);
-    if (!item || !item->son)
+        return &root_;
+    auto *above = static_cast<Level *>(const_cast<void *>(index.internalPointer()));
+    auto const row = static_cast<size_t>(index.row());
+    if (row >= above->items.size())
         return nullptr;
-    auto made = std::make_unique<Level>();
-    made->above = level;
-    made->row = index.row();
-    for (PtGenTreeItem_t *son = item->son; son; son = son->brother)
-        made->items.push_back(son);
-    return (level->below[index.row()] = std::move(made)).get();
+    PtGenTreeItem_t *item = above->items[row]; // not followed unless it is current
+    auto const known = levels_.find(item);
+    if (known != levels_.end())
+        return &known->second;
+    if (!Current() || !item->son || above->depth + 1 >= kDeepestLevel)
+        return nullptr;
+    Level &made = levels_[item];
+    made.depth = above->depth + 1;
+    made.above = above;
+    made.row = index.row();
+    Append(made, item->son);
+    item->list.flags = (item->list.flags | kPtItemSeen) & ~kPtItemGrew;
+    return &made;
 }
 
 QModelIndex TreeModel::IndexOf(PtGenTreeItem_t *item) const {
@@ -104,12 +138,10 @@ QModelIndex TreeModel::IndexOf(PtGenTreeItem_t *item) const {
     QModelIndex index;
     for (; !path.empty(); path.pop_back()) {
         Level *level = Below(index);
-        if (!level)
+        size_t const row = NotedRow(path.back());
+        if (!level || row >= level->items.size() || level->items[row] != path.back())
             return {};
-        auto const found = std::find(level->items.begin(), level->items.end(), path.back());
-        if (found == level->items.end())
-            return {};
-        index = createIndex(static_cast<int>(found - level->items.begin()), 0, level);
+        index = createIndex(static_cast<int>(row), 0, level);
     }
     return index;
 }
@@ -136,8 +168,10 @@ int TreeModel::rowCount(QModelIndex const &parent) const {
 
 bool TreeModel::hasChildren(QModelIndex const &parent) const {
     if (!parent.isValid())
-        return !root_->items.empty();
+        return !root_.items.empty();
     if (parent.column() > 0)
+        return false;
+    if (static_cast<Level const *>(parent.internalPointer())->depth + 1 >= kDeepestLevel)
         return false;
     if (PtGenTreeItem_t const *item = Item(parent))
         return item->son || (item->list.flags & Pt_TREE_ITEM_EXPANDABLE);

@@ -6,12 +6,15 @@
 #include <QAbstractItemModel>
 #include <QIcon>
 
-#include <memory>
 #include <unordered_map>
+#include <vector>
 
 /// Mirrors the structure of a tree, one vector of handles per level that was looked into. A handle is followed only
-/// while the tree has not changed since it was taken down: afterwards the model keeps its shape and answers nothing
-/// until the next Update.
+/// while no such level has changed but by rows appended to it: afterwards the model keeps its shape and answers
+/// nothing until the next Update. Levels are kept side by side, so that nothing here recurses; kDeepestLevel keeps
+/// Qt's own recursion within its stack.
+constexpr int kDeepestLevel = 12'000; ///< rows below this many others are not shown: each takes 350 bytes of stack
+
 class TreeModel final : public QAbstractItemModel {
   public:
     /// `owner` is the view of the tree's widget.
@@ -21,11 +24,12 @@ class TreeModel final : public QAbstractItemModel {
     /// The pictures that items name by their number.
     void SetPictures(std::vector<QIcon> pictures);
 
-    /// Takes the tree over as it is now: rows appended at the root become an insertion, all else a reset. Returns
-    /// the first row that is new, -1 after a reset, the number of rows when there is nothing new.
-    int Update(PtWidget &tree);
-    /// Rows at the root that the model does not show yet.
-    size_t Missing(PtTreeState const &state) const;
+    enum class Change { None, Grown, Reset };
+    /// Takes the tree over as it is now: rows appended to levels that were looked into are added at a cost of their
+    /// number, all else is a reset.
+    Change Update(PtWidget &tree);
+    /// Rows have been appended that the model does not show yet, or rows can be opened now.
+    bool Behind(PtTreeState const &state) const;
     /// Texts changed.
     void Refresh();
 
@@ -48,8 +52,8 @@ class TreeModel final : public QAbstractItemModel {
     struct Level {
         Level *above = nullptr; ///< the level of the row that these are below; null for the root
         int row = 0;            ///< that row
+        int depth = 0;
         std::vector<PtGenTreeItem_t *> items;
-        std::unordered_map<int, std::unique_ptr<Level>> below; ///< by row
     };
 
     bool Current() const {
@@ -58,10 +62,13 @@ class TreeModel final : public QAbstractItemModel {
     }
     /// The level below a row, read in when it is asked for the first time; null when there is none.
     Level *Below(QModelIndex const &index) const;
+    /// Appends `item` and its following brothers to a level.
+    static void Append(Level &level, PtGenTreeItem_t *item);
 
     View const &owner_;
     uint64_t generation_ = ~uint64_t{0};
-    std::unique_ptr<Level> root_ = std::make_unique<Level>();
+    mutable Level root_;
+    mutable std::unordered_map<PtGenTreeItem_t const *, Level> levels_; ///< by the item above
     QStringList headings_;
     std::vector<QIcon> pictures_;
 };

@@ -73,9 +73,11 @@ void TreeView::Sync(PtWidget &widget) {
     PtTreeState &state = *widget.tree;
     budget_ = std::min(kBudget, budget_ + clock_.nsecsElapsed() / 1000 / kShare);
     clock_.restart();
-    bool const only_rows =
-        !state.texts_changed && !state.selection_changed && !state.expansion_changed && !state.show;
-    if (only_rows && model_.Missing(state) > 0 && budget_ < 0) {
+    if (state.texts_changed)
+        frame_->viewport()->update();
+    open_ |= state.expansion_changed;
+    bool const only_rows = !state.selection_changed && !state.show;
+    if (only_rows && budget_ < 0 && (open_ || model_.Behind(state))) {
         if (!later_.isActive())
             later_.start(kLater);
         return;
@@ -90,51 +92,61 @@ void TreeView::Update(PtWidget &widget) {
     later_.stop();
     showing_ = true;
     int const scrolled = frame_->verticalScrollBar()->value();
-    int const first = model_.Update(widget);
-    bool const reset = first < 0;
-    if (state.item_count != state.root_count)
-        ExpandFrom({}, reset ? 0 : first);
-    if (state.texts_changed || reset)
-        frame_->viewport()->update();
-    if (reset || state.expansion_changed || state.selection_changed)
-        ShowState(widget, state.expansion_changed);
+    // Rows may come above the first one shown, which is to stay where it is.
+    QPersistentModelIndex top;
+    if (scrolled > 0 && !state.grown.empty())
+        top = frame_->indexAt({0, 0}).siblingAtColumn(0);
+    TreeModel::Change const change = model_.Update(widget);
+    bool const reset = change == TreeModel::Change::Reset;
+    bool const opened = std::exchange(open_, false);
+    if ((reset || opened) && state.item_count != state.root_count)
+        ExpandFrom({});
+    if (reset || opened || state.selection_changed)
+        ShowSelection(widget);
     if (reset) {
         frame_->doItemsLayout();
         frame_->verticalScrollBar()->setValue(scrolled);
+    } else if (top.isValid()) {
+        frame_->KeepAtTop(top);
     }
     if (state.show)
-        if (QModelIndex const row = model_.IndexOf(state.show); row.isValid())
-            frame_->scrollTo(row);
+        Show(state.show);
     frame_->viewport()->update();
     showing_ = false;
     budget_ -= clock.nsecsElapsed() / 1000 + frame_->paint_cost_;
 }
 
-/// Opens the rows that the items have open, from row `first` of a level down.
-void TreeView::ExpandFrom(QModelIndex const &parent, int first) {
+/// Scrolls to an item, or to the row that hides it.
+void TreeView::Show(PtGenTreeItem_t *item) {
+    PtGenTreeItem_t *shown = item;
+    for (PtGenTreeItem_t *above = item->father; above; above = above->father)
+        if (!(above->list.flags & Pt_TREE_ITEM_EXPANDED))
+            shown = above;
+    if (QModelIndex const row = model_.IndexOf(shown); row.isValid())
+        frame_->scrollTo(row);
+}
+
+/// Opens the rows below `parent` that the items have open, shuts the others.
+void TreeView::ExpandFrom(QModelIndex const &parent) {
     std::vector<QModelIndex> levels{parent};
     while (!levels.empty()) {
         QModelIndex const level = levels.back();
         levels.pop_back();
         int const rows = model_.rowCount(level);
-        for (int row = level == parent ? first : 0; row < rows; row++) {
+        for (int row = 0; row < rows; row++) {
             QModelIndex const index = model_.index(row, 0, level);
             PtGenTreeItem_t const *item = model_.Item(index);
             if (!item || !item->son)
                 continue;
             bool const open = item->list.flags & Pt_TREE_ITEM_EXPANDED;
-            if (open != frame_->isExpanded(index))
+            if (open != frame_->isExpanded(index)) {
+                frame_->LayOutLater(); // once for all rows
                 frame_->setExpanded(index, open);
+            }
             if (open)
                 levels.push_back(index);
         }
     }
-}
-
-void TreeView::ShowState(PtWidget &widget, bool all) {
-    if (all && widget.tree->item_count != widget.tree->root_count)
-        ExpandFrom({}, 0);
-    ShowSelection(widget);
 }
 
 void TreeView::ShowSelection(PtWidget &widget) {
@@ -142,16 +154,9 @@ void TreeView::ShowSelection(PtWidget &widget) {
     QItemSelectionModel *selection = frame_->selectionModel();
     QItemSelection rows;
     int const last_column = model_.columnCount({}) - 1;
-    bool const many = state.selected.size() > 16; // then one pass over the rows is less than a search for each
     for (PtGenTreeItem_t *item : state.selected)
-        if (!many || item->father)
-            if (QModelIndex const row = model_.IndexOf(item); row.isValid())
-                rows.select(row, row.siblingAtColumn(last_column));
-    for (int i = 0; many && i < model_.rowCount({}); i++) {
-        QModelIndex const row = model_.index(i, 0, {});
-        if (PtGenTreeItem_t const *item = model_.Item(row); item && (item->list.flags & Pt_LIST_ITEM_SELECTED))
+        if (QModelIndex const row = model_.IndexOf(item); row.isValid())
             rows.select(row, row.siblingAtColumn(last_column));
-    }
     // A row that becomes current is not to be scrolled to: where the list stands is the user's.
     bool const scrolls = frame_->hasAutoScroll();
     frame_->setAutoScroll(false);
@@ -251,7 +256,7 @@ void TreeView::Expanded(QModelIndex const &index, bool expanded) {
     } else {
         PtStoreExpanded(*widget(), item, expanded);
         if (expanded)
-            ExpandFrom(index, 0);
+            ExpandFrom(index);
     }
     showing_ = false;
 }

@@ -22,6 +22,10 @@ class TreeFrame final : public QTreeView {
     void TakeColumns();
     /// The right button went down: the row under it becomes current and selected, without a selection callback.
     void RightPress(QPoint on_screen);
+    /// What was expanded or collapsed is laid out at once, before the next painting.
+    void LayOutLater() { scheduleDelayedItemsLayout(); }
+    /// Scrolls so that a row is the first one shown.
+    void KeepAtTop(QModelIndex const &row);
     /// Where a menu opened by key belongs: below the current row, on the screen.
     QPoint CurrentPlace() const;
 
@@ -66,13 +70,14 @@ class TreeView final : public View {
 
   private:
     void Update(PtWidget &widget);
-    void ShowState(PtWidget &widget, bool all);
+    void Show(PtGenTreeItem_t *item);
     void ShowSelection(PtWidget &widget);
-    void ExpandFrom(QModelIndex const &parent, int first);
+    void ExpandFrom(QModelIndex const &parent);
     void Expanded(QModelIndex const &index, bool expanded);
 
     QPointer<TreeFrame> frame_;
     TreeModel model_;
+    bool open_ = false;    ///< rows wait to be opened or shut
     bool showing_ = false; ///< changes of the frame come from the state
     QTimer later_;         ///< rows that wait to be shown
     QElapsedTimer clock_;  ///< since the budget was last counted
