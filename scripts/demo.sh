@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Shows a program on a throw-away home directory: a mail profile, a POP3 server of its own and sample mail.
+# Shows a program on a throw-away home directory: a mail and a news profile, servers of its own for both, sample mail
+# and two newsgroups.
 #   scripts/demo.sh PROGRAM [screenshot]
 # With a display the window is the user's. Without one, a virtual display is started, the mail is fetched and a
 # message with pictures is opened by pressing the real buttons, and the window is saved as an image (demo.png).
@@ -10,6 +11,7 @@ picture=${2:-demo.png}
 
 account=alex
 password=seagull
+groups=(example.gardening example.photography)
 work=$(mktemp -d /tmp/corvanta-demo.XXXXXX)
 pids=()
 app=
@@ -46,21 +48,37 @@ until_true() {
     done
 }
 
+# start_server NAME ARGUMENT...: starts NAME-server; `port` is then its port, empty when it does not start.
 start_server() {
+    local name=$1 word=
+    shift
+    port=
     # Its first line tells the port; the pipe to it stays open as long as this script runs.
-    exec {ready}< <(exec python3 -B "$here/tests/fixtures/servers/pop3-server" "$work/server" 0 --with-parent \
-        --user "$account:$password" --preload "$account=$here/share/demo/mail" 2>"$work/server.err")
+    exec {ready}< <(exec python3 -B "$here/tests/fixtures/servers/$name-server" "$work/$name" 0 --with-parent "$@" \
+        2>"$work/$name.err")
     pids+=($!)
-    local word=
     read -r -t 30 -u "$ready" word port || true
-    [ "$word" = READY ] || die "the mail server did not start: $(cat "$work/server.err")"
+    [ "$word" = READY ] || port=
 }
 
-# The account's files as the program itself would write them, ready for the first check.
+start_servers() {
+    start_server pop3 --user "$account:$password" --preload "$account=$here/share/demo/mail"
+    mail_port=$port
+    [ -n "$mail_port" ] || die "the mail server did not start: $(cat "$work/pop3.err")"
+    local article articles=()
+    for article in "$here"/share/demo/news/*; do
+        articles+=(--preload "$article")
+    done
+    start_server news --user "$account:$password" "${groups[@]/#/--group=}" "${articles[@]}"
+    news_port=$port
+    [ -n "$news_port" ] || echo "demo: without news, its server did not start: $(cat "$work/news.err")" >&2
+}
+
+# The accounts' files as the program itself would write them, ready for the first check.
 make_home() {
     local root=$home/.Corvanta folder
     mkdir -m 700 "$home" "$root" "$root/Demo"
-    printf '%s\n' "127.0.0.1:$port" "127.0.0.1:2525" "$account" "$(printf %s "$password" | base64)" "Alex Morgan" \
+    printf '%s\n' "127.0.0.1:$mail_port" "127.0.0.1:2525" "$account" "$(printf %s "$password" | base64)" "Alex Morgan" \
         "alex@example.org" 300 LEAVEONSERVER "$home/signature.txt" "" "" >"$root/Demo.dat"
     chmod 600 "$root/Demo.dat"
     printf 'Alex\n' >"$home/signature.txt"
@@ -69,9 +87,22 @@ make_home() {
         { printf '\2\0\1\0' && head -c 20 /dev/zero; } >"$root/Demo/$folder/index2"
         chmod 600 "$root/Demo/$folder/index2"
     done
+    [ -z "$news_port" ] || make_news "$root/news"
     # The program asks the password database for its home directory.
     printf '%s:x:%d:%d:Alex Morgan:%s:/bin/sh\n' "$(id -un)" "$(id -u)" "$(id -g)" "$home" >"$work/passwd"
     printf '%s:x:%d:\n' "$(id -gn)" "$(id -g)" >"$work/group"
+}
+
+make_news() {
+    local group
+    mkdir -m 700 "$1" "$1/Usenet" "$1/Usenet/groups"
+    printf '%s\n' "127.0.0.1:$news_port" "$account" "$(printf %s "$password" | base64)" "Alex Morgan" \
+        "alex@example.org" "$home/signature.txt" "" "" "" "" "" >"$1/Usenet.dat"
+    for group in "${groups[@]}"; do
+        # A name taken from the server's list keeps the blank that ended it there.
+        : >"$1/Usenet/groups/$group "
+    done
+    chmod 600 "$1/Usenet.dat" "$1/Usenet/groups/"*
 }
 
 start_program() {
@@ -100,7 +131,7 @@ find_window() {
     [ -n "$window" ]
 }
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
-commands() { cat "$work"/server/*.log 2>/dev/null; }
+commands() { cat "$work"/pop3/*.log 2>/dev/null; }
 logged_in() { commands | grep -q "Login: user=<$account>"; }
 page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
 
@@ -134,7 +165,7 @@ act() {
 
 home=$work/home
 chmod 755 "$work"
-start_server
+start_servers
 make_home
 if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     start_screen
@@ -142,6 +173,7 @@ if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
     act
 else
     echo "Click the Inbox of the profile Demo: its mail is fetched from a local server."
+    [ -z "$news_port" ] || echo "Click a group of the profile Usenet: its articles come from a local server, too."
     start_program
     wait "$app"
 fi
