@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "net/server.h"
 #include "net/session_lock.h"
+#include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "store/folder.h"
@@ -69,7 +70,8 @@ int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     if (!clicked || selection->click_count != 1 || !ProfileOf(selection->item))
         return Pt_CONTINUE;
     AccountRef<ServerAccount> const profile(ProfileOf(selection->item));
-    char const *const folder = FatherOf(selection->item) ? selection->item->string : "Inbox";
+    bool const below = FatherOf(selection->item) != nullptr;
+    char const *const folder = below ? selection->item->string : "Inbox";
     bool changed = strcmp(currentFolder, folder) != 0;
     CopyText(currentFolder, folder);
     bool const otherProfile = profile.Get() != currentProfile.Get();
@@ -86,6 +88,8 @@ int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     currentProfile = profile;
     if (mail)
         OpenMailFolder(*mail, changed);
+    else if (below)
+        StartNewsThread();
     return Pt_CONTINUE;
 }
 

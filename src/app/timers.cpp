@@ -2,11 +2,13 @@
 
 #include "net/server.h"
 #include "net/session_lock.h"
+#include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
+#include "widgets/toolkit.h"
 
 #include <cstring>
 #include <vector>
@@ -43,9 +45,16 @@ void KeepAlive(ServerAccount &account) {
 } // namespace
 
 int OnCheckEmail(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    // Without an open profile the start finds one or asks for it. A news group has no mail to check.
-    if (!currentProfile || currentProfile->profileKind != kNewsProfile)
+    // While dlgNews is open its profile is the open one, and its groups are not settled.
+    if (ABW_dlgNews)
+        return Pt_CONTINUE;
+    // Without an open profile the start finds one or asks for it.
+    if (!CurrentNewsProfile())
         StartCheckMailThread();
+    else if (strcmp(currentFolder, "Inbox") != 0)
+        StartNewsThread();
+    else
+        SetStatus("Choose a newsgroup to read first");
     return Pt_CONTINUE;
 }
 

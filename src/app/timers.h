@@ -3,7 +3,8 @@
 
 #include "Ap.h"
 
-/// btnCheckEmail: checks the open mail profile at once, with none open the first one.
+/// btnCheckEmail: checks the open mail profile at once, with none open the first one. In an open newsgroup the next
+/// headers are downloaded.
 int OnCheckEmail(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// timerCheckEmail, every 5 s: checks when the open profile's interval has passed and its Inbox is shown.

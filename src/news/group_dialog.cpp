@@ -149,7 +149,7 @@ PtTreeItem_t *FindRow(char const *text) {
 
 void BlockMainWindow(bool blocked) {
     for (PtWidget_t *widget : {ABW_treeProfiles, ABW_btnCheckEmail, ABW_mnuFile_Check})
-        SetBlocked(widget, blocked);
+        SetBlockedBy(kGroupDialogBlocks, widget, blocked);
 }
 
 } // namespace

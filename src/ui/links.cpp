@@ -12,6 +12,7 @@
 #include "app/view_source.h"
 #include "compose/compose_window.h"
 #include "compose/reply.h"
+#include "news/download_prompt.h"
 #include "news/group_dialog.h"
 #include "photon/PtWebClient.h"
 #include "profiles/accounts_dialog.h"
@@ -112,6 +113,12 @@ constexpr ApLink_t kNews[] = {
     Done("btnCloseNews"),
 };
 
+constexpr ApLink_t kDownloadPrompt[] = {
+    Code("dlgDownloadNewsPrompt", Pt_CB_REALIZED, OnDownloadPromptRealized),
+    Code("dlgDownloadNewsPrompt", Pt_CB_UNREALIZED, OnDownloadPromptUnrealized),
+    Done("btnDownloadNewsPrompt_OK"),
+};
+
 constexpr ApLink_t kAddressBook[] = {
     Code("winAddressBook", Pt_CB_REALIZED, OnAddressBookRealized),
     Code("winAddressBook", Pt_CB_WINDOW, OnAddressBookWindow),
@@ -154,6 +161,7 @@ constexpr ApLinkTable_t kTables[] = {
     Table("dlgAccounts", kAccounts),
     Table("dlgNewsAccounts", kNewsAccounts),
     Table("dlgNews", kNews),
+    Table("dlgDownloadNewsPrompt", kDownloadPrompt),
     Table("winAddressBook", kAddressBook),
     Table("dlgViewSource", kViewSource),
     Table("dlgAbout", kAbout),
