@@ -1,5 +1,7 @@
 #include "clean.h"
 
+#include "clean_budget.h"
+#include "clean_reader.h"
 #include "markup.h"
 #include "protocol.h"
 
@@ -11,111 +13,6 @@ namespace {
 
 bool IsLetter(char c) { return LowerCase(c) >= 'a' && LowerCase(c) <= 'z'; }
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; } // of UTF-8
-bool EndsName(char c) { return IsBlank(c) || c == '>' || c == '/'; }
-
-/// Reads tags out of a page, each byte once.
-class Reader {
-  public:
-    explicit Reader(std::string_view page) : page_(page) {}
-
-    bool AtEnd() const { return at_ >= page_.size(); }
-    /// The text before the next "<".
-    std::string_view Text() { return Take(std::min(page_.find('<', at_), page_.size())); }
-    char Peek(size_t ahead) const { return at_ + ahead < page_.size() ? page_[at_ + ahead] : '\0'; }
-    void Skip(size_t count) { at_ = std::min(at_ + count, page_.size()); }
-
-    std::string_view Name() {
-        size_t end = at_;
-        while (end < page_.size() && !EndsName(page_[end]))
-            ++end;
-        return Take(end);
-    }
-
-    /// Skips to behind `end`. False, and nothing is skipped, when it does not come; `missing` remembers that.
-    bool SkipBehind(std::string_view end, bool &missing) {
-        size_t const found = missing ? std::string_view::npos : page_.find(end, at_);
-        missing = found == std::string_view::npos;
-        if (!missing)
-            at_ = found + end.size();
-        return !missing;
-    }
-
-    /// Skips to the "</name" that ends an element. False, and nothing is skipped, when it does not come.
-    bool SkipContent(std::string_view name, bool &missing) {
-        for (size_t from = at_; !missing;) {
-            size_t const found = page_.find("</", from);
-            if (found == std::string_view::npos) {
-                missing = true;
-            } else if (EqualNoCase(page_.substr(found + 2, name.size()), name)) {
-                at_ = found;
-                return true;
-            } else {
-                from = found + 2;
-            }
-        }
-        return false;
-    }
-
-    /// Reads the attributes of a tag up to and with its ">".
-    Attributes ReadAttributes() {
-        Attributes found{};
-        while (!AtEnd()) {
-            while (!AtEnd() && (IsBlank(page_[at_]) || page_[at_] == '/'))
-                ++at_;
-            if (AtEnd() || page_[at_] == '>') {
-                Skip(1);
-                break;
-            }
-            size_t const start = at_++;
-            while (!AtEnd() && !EndsName(page_[at_]) && page_[at_] != '=')
-                ++at_;
-            Attribute const attribute = FindAttribute(page_.substr(start, at_ - start));
-            std::string_view const value = Value();
-            if (attribute != kAttributeCount && found[attribute].data() == nullptr)
-                found[attribute] = value;
-        }
-        return found;
-    }
-
-  private:
-    std::string_view Take(size_t end) {
-        std::string_view const taken = page_.substr(at_, end - at_);
-        at_ = end;
-        return taken;
-    }
-
-    /// The value behind an attribute's name, empty when there is none.
-    std::string_view Value() {
-        size_t next = at_;
-        while (next < page_.size() && IsBlank(page_[next]))
-            ++next;
-        if (next == page_.size() || page_[next] != '=')
-            return page_.substr(at_, 0);
-        at_ = next + 1;
-        while (!AtEnd() && IsBlank(page_[at_]))
-            ++at_;
-        char const quote = Peek(0);
-        if (quote == '"' || quote == '\'') {
-            bool &missing = quote == '"' ? no_double_ : no_single_;
-            size_t const end = missing ? std::string_view::npos : page_.find(quote, at_ + 1);
-            missing = end == std::string_view::npos;
-            ++at_;
-            if (!missing) {
-                std::string_view const value = Take(end);
-                Skip(1);
-                return value;
-            }
-        }
-        size_t end = at_;
-        while (end < page_.size() && !IsBlank(page_[end]) && page_[end] != '>')
-            ++end;
-        return Take(end);
-    }
-
-    std::string_view page_;
-    size_t at_ = 0;
-    bool no_double_ = false, no_single_ = false; ///< no such quote comes any more
-};
 
 /// Writes the clean page: keeps the open elements, so that the result is always well nested and each table is a
 /// proper grid, whatever comes in.
@@ -125,13 +22,9 @@ class Writer {
     void Open(Tag const &tag, Attributes const &attributes);
     void Close(Tag const &tag);
     CleanPage Finish();
-    bool Full() const { return cut_; } ///< nothing more is shown
+    bool Full() const { return budget_.Cut(); } ///< nothing more is shown
 
   private:
-    struct Table {
-        size_t rows = 0, columns = 0, cells = 0; ///< cells: of the open row
-    };
-
     Role Top() const { return open_.empty() ? Role::Unknown : open_.back()->role; }
     void Emit(Tag const &tag, Attributes const &attributes);
     void Push(Tag const &tag, Attributes const &attributes);
@@ -150,19 +43,16 @@ class Writer {
     void CloseTablePart(Tag const &tag);
     void CloseParagraph();
     void EnsureCell();
-    bool Afford(size_t cost);
     void GiveUpTables();
-    bool Spend(size_t bytes);
     void AppendBroken(std::string_view text);
 
     CleanPage page_;
     std::vector<Tag const *> open_;
-    std::vector<Table> tables_;                    ///< of the open tables, outermost first
+    TableBudget tables_;
+    PageBudget budget_;
     std::array<uint32_t, kMaxTagCount> dropped_{}; ///< start tags that were dropped: their end tags go too
     std::unordered_map<std::string, size_t> image_numbers_;
-    size_t elements_ = 0, list_items_ = 0, image_tags_ = 0, inline_run_ = 0, unbroken_ = 0, shown_ = 0,
-           table_cost_ = 0;
-    bool body_ = false, tables_off_ = false, cut_ = false;
+    bool body_ = false;
 };
 
 bool IsCellBoundary(Tag const *tag) {
@@ -187,9 +77,9 @@ void Writer::Emit(Tag const &tag, Attributes const &attributes) {
     page_.html.append("<").append(tag.shown);
     AppendAttributes(page_.html, tag, attributes);
     page_.html.push_back('>');
-    ++elements_;
+    budget_.AddElement();
     if (tag.role != Role::Inline)
-        inline_run_ = unbroken_ = 0;
+        budget_.EndParagraph();
 }
 
 void Writer::Push(Tag const &tag, Attributes const &attributes) {
@@ -200,15 +90,10 @@ void Writer::Push(Tag const &tag, Attributes const &attributes) {
 void Writer::PopTop() {
     Tag const *const tag = open_.back();
     // Qt does not expect a table without rows or a row without cells.
-    if (tag->role == Role::Row && tables_.back().cells == 0) {
-        tables_.back().cells = 1;
-        tables_.back().columns = std::max<size_t>(tables_.back().columns, 1);
+    if (tag->role == Role::Row && tables_.FillRow())
         page_.html += "<td></td>";
-    } else if (tag->role == Role::Table) {
-        if (tables_.back().rows == 0)
-            page_.html += "<tr><td></td></tr>";
-        tables_.pop_back();
-    }
+    else if (tag->role == Role::Table && !tables_.Close())
+        page_.html += "<tr><td></td></tr>";
     page_.html.append("</").append(tag->shown).append(">");
     open_.pop_back();
 }
@@ -218,47 +103,28 @@ void Writer::PopTo(size_t size) {
         PopTop();
 }
 
-/// Counts bytes that will be shown; false when the page has had enough.
-bool Writer::Spend(size_t bytes) {
-    if (cut_ || bytes > kMaxShownText - shown_) {
-        cut_ = true;
-        return false;
-    }
-    shown_ += bytes;
-    return true;
-}
-
-/// Counts what a part of the innermost table costs; false when tables have cost enough.
-bool Writer::Afford(size_t cost) {
-    size_t const level = tables_.empty() ? 0 : tables_.size() - 1;
-    if (cost > (kMaxTableCost - table_cost_) >> level)
-        return false;
-    table_cost_ += cost << level;
-    return true;
-}
-
 /// Closes all tables; what follows is shown without.
 void Writer::GiveUpTables() {
     auto const outermost =
         std::find_if(open_.begin(), open_.end(), [](Tag const *tag) { return tag->role == Role::Table; });
     PopTo(static_cast<size_t>(outermost - open_.begin()));
-    tables_off_ = true;
+    tables_.GiveUp();
 }
 
 void Writer::Text(std::string_view text) {
     bool const between_cells = Top() == Role::Table || Top() == Role::Row;
     if (text.empty() || ((between_cells || page_.html.empty()) && Trimmed(text).empty()))
         return;
-    if (!tables_.empty() && !Afford(text.size()))
+    if (!tables_.AddText(text.size()))
         GiveUpTables();
     EnsureCell();
-    if (cut_)
+    if (Full())
         return;
-    size_t end = std::min(text.size(), kMaxShownText - shown_);
-    cut_ = end < text.size();
-    while (cut_ && end > 0 && IsContinuation(text[end])) // not in the middle of a character
+    size_t const room = budget_.SpendSome(text.size());
+    size_t end = room;
+    while (Full() && end > 0 && IsContinuation(text[end])) // not in the middle of a character
         --end;
-    shown_ += end;
+    budget_.Return(room - end);
     AppendBroken(text.substr(0, end));
 }
 
@@ -267,8 +133,8 @@ void Writer::AppendBroken(std::string_view text) {
     size_t start = 0;
     for (size_t i = 0; i < text.size(); ++i) {
         if (IsBlank(text[i])) {
-            unbroken_ = 0;
-        } else if (!IsContinuation(text[i]) && unbroken_++ == kMaxUnbroken) {
+            budget_.EndWord();
+        } else if (!IsContinuation(text[i]) && !budget_.AddUnbroken()) {
             // Not within an entity.
             size_t const near = i - std::min<size_t>(i - start, 40);
             size_t const ampersand = text.substr(near, i - near).rfind('&');
@@ -276,7 +142,7 @@ void Writer::AppendBroken(std::string_view text) {
             AppendText(page_.html, text.substr(start, end - start));
             page_.html += "<br>";
             start = end;
-            unbroken_ = 1;
+            budget_.EndWord(1);
         }
     }
     AppendText(page_.html, text.substr(start));
@@ -298,7 +164,7 @@ void Writer::CloseParagraph() {
 }
 
 void Writer::Open(Tag const &tag, Attributes const &attributes) {
-    if (elements_ >= kMaxElements || cut_) {
+    if (!budget_.MayAddElement() || Full()) {
         ++dropped_[TagIndex(&tag)];
         return;
     }
@@ -315,7 +181,7 @@ void Writer::Open(Tag const &tag, Attributes const &attributes) {
     case Role::Section:
     case Role::Row:
     case Role::Cell:
-        if (tables_.empty() || dropped_[TagIndex(FindTag("table"))] > 0)
+        if (tables_.NoneOpen() || dropped_[TagIndex(FindTag("table"))] > 0)
             page_.html.push_back(' '); // keeps the texts of cells apart
         else if (tag.role == Role::Section)
             PopTo(FindRole(Role::Table) + 1);
@@ -342,7 +208,7 @@ void Writer::Open(Tag const &tag, Attributes const &attributes) {
         CloseParagraph();
     }
     bool const in_line = tag.role == Role::Inline || tag.role == Role::Anchor;
-    if (open_.size() >= kMaxNesting || (in_line && inline_run_++ >= kMaxInlineRun)) {
+    if (open_.size() >= kMaxNesting || (in_line && !budget_.AddInline())) {
         ++dropped_[TagIndex(&tag)];
         return;
     }
@@ -350,23 +216,23 @@ void Writer::Open(Tag const &tag, Attributes const &attributes) {
         return Push(tag, attributes);
 
     std::string const address = LinkAddress(attributes[kHref]);
-    if (address.empty() || !Spend(address.size()))
+    if (address.empty() || !budget_.Spend(address.size()))
         return;
     page_.html += "<a href=\"";
     AppendAttribute(page_.html, address);
     page_.html += "\">";
     open_.push_back(&tag);
-    ++elements_;
+    budget_.AddElement();
 }
 
 void Writer::Image(Attributes const &attributes) {
-    if (image_tags_++ >= kMaxImageTags)
+    if (!budget_.AddImageTag())
         return;
     std::string const decoded = DecodeAttribute(attributes[kSrc].substr(0, 600));
     std::string const name(Trimmed(decoded));
     unsigned const width = Pixels(Trimmed(attributes[kWidth]), 4000, 0);
     unsigned const height = Pixels(Trimmed(attributes[kHeight]), 4000, 0);
-    ++elements_;
+    budget_.AddElement();
     auto known = image_numbers_.find(name);
     if (known == image_numbers_.end() && IsPlainImageName(name) && page_.images.size() < kMaxImages) {
         known = image_numbers_.emplace(name, page_.images.size()).first;
@@ -392,39 +258,35 @@ void Writer::OpenItem(Tag const &tag) {
     size_t const list =
         Find([&](Tag const *open) { return open->role == Role::List && (open->name == "dl") == definition; },
              IsCellBoundary);
-    if (list == std::string_view::npos || list_items_ >= kMaxListItems || open_.size() >= kMaxNesting) {
+    if (list == std::string_view::npos || open_.size() >= kMaxNesting || !budget_.AddListItem()) {
         ++dropped_[TagIndex(&tag)];
         page_.html += "<br>";
-        ++elements_;
+        budget_.AddElement();
         return;
     }
     PopTo(list + 1);
-    ++list_items_;
     Push(tag, {});
 }
 
 void Writer::OpenTable(Tag const &tag, Attributes const &attributes) {
     constexpr size_t kInside =
         6; // room for the row and cell around it, itself, its own row and cell, and a tag in that
-    if (tables_off_ || tables_.size() >= kMaxTableNesting || open_.size() + kInside > kMaxNesting) {
+    if (!tables_.MayOpen() || open_.size() + kInside > kMaxNesting) {
         ++dropped_[TagIndex(&tag)];
         return;
     }
     EnsureCell();
     CloseParagraph();
-    if (tables_off_) // opening a cell around it was too much
+    if (tables_.Spent()) // opening a cell around it was too much
         return;
     Push(tag, attributes);
-    tables_.push_back({});
+    tables_.Open();
 }
 
 void Writer::OpenRow(Tag const &tag, Attributes const &attributes) {
     PopTo(FindRole(Role::Table) + 1);
-    Table &table = tables_.back();
-    if (!Afford(std::max<size_t>(table.columns, 1) * kGridCellCost))
+    if (!tables_.AddRow())
         return GiveUpTables();
-    ++table.rows;
-    table.cells = 0;
     Push(tag, attributes);
 }
 
@@ -435,22 +297,18 @@ void Writer::OpenCell(Tag const &tag, Attributes const &attributes) {
         PopTo(FindRole(Role::Table) + 1);
     else
         PopTo(row + 1);
-    if (row == std::string_view::npos || tables_.back().cells >= kMaxColumns)
+    if (row == std::string_view::npos || tables_.RowIsFull())
         OpenRow(*FindTag("tr"), {});
-    if (tables_off_)
+    if (tables_.Spent())
         return;
-    Table &table = tables_.back();
-    if (++table.cells > table.columns) {
-        if (!Afford(table.rows * kGridCellCost))
-            return GiveUpTables();
-        table.columns = table.cells;
-    }
+    if (!tables_.AddCell())
+        return GiveUpTables();
     Push(tag, attributes);
 }
 
 void Writer::CloseTablePart(Tag const &tag) {
     uint32_t &dropped_tables = dropped_[TagIndex(FindTag("table"))];
-    if (tables_.empty() || dropped_tables > 0) {
+    if (tables_.NoneOpen() || dropped_tables > 0) {
         if (tag.role == Role::Table && dropped_tables > 0)
             --dropped_tables;
         return;
@@ -488,7 +346,7 @@ void Writer::Close(Tag const &tag) {
 
 CleanPage Writer::Finish() {
     PopTo(0);
-    if (cut_)
+    if (Full())
         page_.html += "<hr><p>This page is too long to be shown whole.</p>";
     return std::move(page_);
 }
