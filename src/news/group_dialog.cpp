@@ -25,7 +25,7 @@
 namespace {
 
 constexpr char kTitle[] = "Subscribe/Unsubscribe Newsgroups";
-constexpr char kHint[] = "Click a group, or press Space on it, to subscribe or unsubscribe. S marks a subscription.";
+constexpr char kHint[] = "Click a group, or press Space, to subscribe (S) or unsubscribe.";
 constexpr int kRowsBetweenFlushes = 102;
 constexpr unsigned kSpace = ' ';
 

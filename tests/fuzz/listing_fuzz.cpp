@@ -1,0 +1,27 @@
+// sources: src/news/listing.cpp src/base/account.cpp src/base/text.cpp
+// Any bytes as a server's group list: every row is a mark and a group that may be subscribed to, its group stands in
+// the list, and there are no more rows than lines.
+
+#include "fuzz_input.h"
+
+#include "base/account.h"
+#include "news/listing.h"
+
+#include <algorithm>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+    std::vector<char> const bytes(data, data + size); // in a block of exactly its size
+    std::string_view const listing(bytes.data(), bytes.size());
+    auto const lines = static_cast<size_t>(std::count(bytes.begin(), bytes.end(), '\n')) + 1;
+    ListingReader reader(listing);
+    size_t rows = 0, from = 0;
+    while (char const *const text = reader.Next()) {
+        std::string_view const row(text), group = GroupOfRow(row);
+        Require(row.starts_with(" \t") && row.size() > 3 && IsGroupName(group));
+        from = listing.find(group, from);
+        Require(from != listing.npos && group.find('\n') == group.npos && ++rows <= lines);
+        from += group.size();
+    }
+    return 0;
+}
