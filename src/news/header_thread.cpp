@@ -74,9 +74,9 @@ bool Connect(NewsProfile &profile, std::string &problem) {
     profile.serverSocket = httpget(profile.server);
     if (profile.serverSocket > 0)
         return true;
-    // An unknown host was named already.
+    // An unknown host, or a silent server, was spoken of already; of a refused connection the words are for mail.
     problem = WidgetText(ABW_lblStatus);
-    if (problem == kConnecting)
+    if (problem == kConnecting || problem == "Could not connect to mail server")
         problem = "Could not connect to the news server";
     return false;
 }

@@ -86,6 +86,7 @@ Screen::Screen() {
     Make(ABN_lblStar, PtLabel);
     Make(ABN_timerAnimation, PtTimer);
     Make(ABN_btnCheckEmail, PtButton);
+    Make(ABN_btnDelete, PtButton);
     Make(ABN_mnuFile_Check, PtMenuButton);
     ActivityCount = 0;
     PtLockReleaseGui();
