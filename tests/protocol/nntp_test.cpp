@@ -6,6 +6,7 @@
 #include "fixtures/process.h"
 #include "fixtures/scripted_server.h"
 #include "net/server.h"
+#include "news/answer_copy.h"
 #include "news/article.h"
 #include "news/news_files.h"
 #include "protocol/news_account.h"
@@ -325,6 +326,24 @@ TEST_F(News, ArticlesThatCannotBeHad) {
         server.reset();
         EXPECT_LE(CountDescriptors(), before);
     }
+}
+
+TEST_F(News, AnswersThatDoNotFit) {
+    Open({{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\n"), Flood("From here to eternity\r\n", kLargestAnswer * 2)},
+          {Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\n.\r\n")},
+          {Expect("LIST"), Send("215 Groups\r\n"), Expect("LIST"), Send("a.one 3 1 y\r\n.\r\n")}});
+    EXPECT_EQ(Article(4), "(none)");
+    EXPECT_EQ(answer, "The news server's answer is too large");
+    EXPECT_EQ(profile->serverSocket, -1);
+    // A full disk.
+    std::filesystem::create_symlink("/dev/full", SpoolPath("usenet"));
+    profile->serverSocket = httpget(profile->server);
+    EXPECT_EQ(Article(4), "(none)");
+    EXPECT_EQ(answer, "The news server's answer could not be stored");
+    std::filesystem::create_symlink("/dev/full", ListingPath("usenet"));
+    profile->serverSocket = httpget(profile->server);
+    EXPECT_EQ(GetListing(), -1);
+    EXPECT_EQ(screen.Status(), "The news server's answer could not be stored");
 }
 
 TEST_F(News, SilenceIsPaintedAndCanBeEnded) {
