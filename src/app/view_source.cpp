@@ -6,9 +6,9 @@
 #include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
+#include <cstdint>
 #include <fcntl.h>
 #include <string>
-#include <sys/stat.h>
 
 #ifndef CORVANTA_VERSION
 #define CORVANTA_VERSION "0"
@@ -17,14 +17,9 @@
 int OnViewSourceRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     if (!TempDir[0] || !SelectedItem(ABW_treeMessageHeaders))
         return Pt_CONTINUE;
-    Fd const file(open((std::string(TempDir) + "originalmsg").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    struct stat status {};
-    if (!file.Valid() || fstat(file.Get(), &status) != 0)
-        return Pt_CONTINUE;
-    std::string text(static_cast<size_t>(status.st_size), '\0');
-    long const length = ReadAll(file.Get(), text.data(), text.size());
-    text.resize(length > 0 ? static_cast<size_t>(length) : 0);
-    SetWidgetText(ABW_txtViewSource, text.c_str());
+    std::string const path = std::string(TempDir) + "originalmsg";
+    if (std::optional<std::string> const text = ReadRegularFile(path, SIZE_MAX, O_NOFOLLOW))
+        SetWidgetText(ABW_txtViewSource, text->c_str());
     return Pt_CONTINUE;
 }
 

@@ -14,26 +14,17 @@
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 
+#include <cstdint>
 #include <fcntl.h>
 #include <memory>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 
 namespace {
 
 /// A whole file of TempDir; nothing when it cannot be read.
 std::optional<std::string> ReadScratch(char const *name) {
-    Fd const file(open((std::string(TempDir) + name).c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    struct stat status {};
-    if (!file.Valid() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return std::nullopt;
-    std::string text(static_cast<size_t>(status.st_size), '\0');
-    long const length = ReadAll(file.Get(), text.data(), text.size());
-    if (length < 0)
-        return std::nullopt;
-    text.resize(static_cast<size_t>(length));
-    return text;
+    return ReadRegularFile(std::string(TempDir) + name, SIZE_MAX, O_NOFOLLOW);
 }
 
 bool MessageIsShown() { return TempDir[0] && ABW_treeMessageHeaders && SelectedItem(ABW_treeMessageHeaders); }

@@ -6,32 +6,24 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fcntl.h>
+#include <optional>
 #include <poll.h>
-#include <sys/stat.h>
 
 namespace {
 
-constexpr long kLargestSignature = 1 << 20;
+constexpr size_t kLargestSignature = 1 << 20;
 constexpr int kFinalAnswerMilliseconds = 3000;
 constexpr int kMailAccepted = 250, kArticlePosted = 240;
 
 void ReadSignature(ComposeState &state, char const *path, OutgoingMessage &message) {
     if (!path[0])
         return;
-    Fd const file(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status;
-    if (!file.Valid() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return;
-    if (status.st_size > kLargestSignature) {
+    std::optional<std::string> text = ReadRegularFile(path, kLargestSignature);
+    if (!text && errno == EFBIG)
         AlertSender(state,
                     std::string("The signature file ") + path + " is larger than 1 MB, the message goes without it");
-        return;
-    }
-    message.signature.resize(static_cast<size_t>(status.st_size));
-    long const got = ReadAll(file.Get(), message.signature.data(), message.signature.size());
-    message.signature.resize(got > 0 ? static_cast<size_t>(got) : 0);
-    message.hasSignature = got >= 0;
+    message.hasSignature = text.has_value();
+    message.signature = std::move(text).value_or("");
 }
 
 } // namespace

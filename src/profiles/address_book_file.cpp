@@ -21,7 +21,7 @@ namespace {
 
 constexpr size_t kRowWidth = 1000;
 constexpr size_t kAddressBytes = 1000;
-constexpr off_t kLargestBook = off_t{256} << 20;
+constexpr size_t kLargestBook = 256 << 20;
 constexpr std::string_view kBesideEnd = ".new";
 
 /// `path`'s file name with a dot before and ".new" behind it: two leading dots are never a book's.
@@ -30,24 +30,10 @@ std::string BesidePath(std::string const &path) {
     return path.substr(0, name) + "." + path.substr(name) + std::string(kBesideEnd);
 }
 
-/// The whole of a regular file; nothing when it cannot be opened or read, with errno telling why. Others are empty.
-std::optional<std::string> ReadRegular(std::string const &path) {
-    Fd const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)); // a FIFO would wait for a writer
-    struct stat status {};
-    if (!file.Valid() || fstat(file.Get(), &status) != 0)
-        return std::nullopt;
-    if (!S_ISREG(status.st_mode))
-        return std::string();
-    if (status.st_size > kLargestBook) {
-        errno = EFBIG;
-        return std::nullopt;
-    }
-    std::string text(static_cast<size_t>(status.st_size), '\0');
-    long const length = ReadAll(file.Get(), text.data(), text.size());
-    if (length < 0)
-        return std::nullopt;
-    text.resize(static_cast<size_t>(length));
-    return text;
+/// The whole of a book; nothing when it cannot be opened or read, with errno telling why. What is no file is empty.
+std::optional<std::string> ReadBook(std::string const &path) {
+    std::optional<std::string> text = ReadRegularFile(path, kLargestBook);
+    return text || errno != EINVAL ? std::move(text) : std::string();
 }
 
 bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
@@ -78,7 +64,7 @@ std::vector<std::string> BookNames(std::string const &root) {
 }
 
 std::string LoadBook(std::string const &path) {
-    std::optional<std::string> text = ReadRegular(path);
+    std::optional<std::string> text = ReadBook(path);
     if (!text)
         Fd const made(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
     return std::move(text).value_or("");
@@ -125,7 +111,7 @@ std::string_view ContactAddress(std::string_view row) {
 }
 
 bool AppendToBook(std::string const &path, std::string_view row) {
-    std::optional<std::string> text = ReadRegular(path);
+    std::optional<std::string> text = ReadBook(path);
     if (!text && errno != ENOENT)
         return false; // what cannot be read is not to be replaced
     std::string whole = std::move(text).value_or("");
@@ -134,18 +120,7 @@ bool AppendToBook(std::string const &path, std::string_view row) {
     return WriteBook(path, whole.append(row).append("\n"));
 }
 
-bool WriteBook(std::string const &path, std::string_view text) {
-    std::string const beside = BesidePath(path);
-    unlink(beside.c_str());
-    Fd file(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!file.Valid())
-        return false;
-    bool stored = WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
-    stored = file.Reset() && stored && rename(beside.c_str(), path.c_str()) == 0;
-    if (!stored)
-        unlink(beside.c_str());
-    return stored;
-}
+bool WriteBook(std::string const &path, std::string_view text) { return ReplaceFile(path, BesidePath(path), text); }
 
 void SortBook(std::string const &path) {
     spawnl(P_WAIT, "/usr/bin/sort", "/usr/bin/sort", "-o", path.c_str(), path.c_str(), nullptr);

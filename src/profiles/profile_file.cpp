@@ -29,13 +29,6 @@ void AppendEncoded(std::string &text, ServerAccount const &account) {
     explicit_bzero(encoded, sizeof encoded);
 }
 
-bool WriteWhole(std::string const &path, std::string_view text) {
-    unlink(path.c_str());
-    Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-    bool const written = file.Get() >= 1 && WriteAll(file.Get(), text) && fsync(file.Get()) == 0;
-    return file.Reset() && written;
-}
-
 } // namespace
 
 int EncodeFieldBase64(char *destination, size_t width, char const *source, int length) {
@@ -101,11 +94,9 @@ bool ReadRecord(std::string const &path, std::function<void(std::string_view)> c
 bool WriteRecord(std::string const &directory, char const *name, std::string text) {
     std::string const path = directory + name + ".dat";
     std::string const beside = directory + "." + name + ".dat.new";
-    bool const stored = WriteWhole(beside, text) && rename(beside.c_str(), path.c_str()) == 0;
-    if (!stored) {
+    bool const stored = ReplaceFile(path, beside, text);
+    if (!stored)
         LogError("Profile %s cannot be written: %s", path.c_str(), strerror(errno));
-        unlink(beside.c_str());
-    }
     explicit_bzero(text.data(), text.size());
     return stored;
 }
