@@ -3,6 +3,7 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "compose/background_parts.h"
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
 #include "compose/open_file.h"
@@ -10,6 +11,7 @@
 #include "mime/render.h"
 #include "profiles/profile_tree.h"
 #include "widgets/header_list.h"
+#include "widgets/pictures.h"
 #include "widgets/toolkit.h"
 
 #include <cstdlib>
@@ -18,32 +20,12 @@
 #include <memory>
 #include <string>
 #include <sys/stat.h>
-#include <system_error>
-#include <thread>
 
 namespace {
 
 using Part = std::unique_ptr<PartHeaders, decltype(&FreePart)>;
 
 std::string_view BaseName(std::string_view path) { return path.substr(path.rfind('/') + 1); }
-
-/// A file on its way into the list.
-struct Reading {
-    Reading(ComposeState &window, Fd opened, size_t bytes, Part record)
-        : hold(&window), state(window), file(std::move(opened)), size(bytes), part(std::move(record)) {}
-
-    ComposeHold hold;
-    ComposeState &state;
-    Fd file;
-    size_t size;
-    Part part;
-};
-
-/// Sending would go without what is still being read.
-void SetReading(ComposeState &state, bool reading) {
-    for (PtWidget_t *widget : {state.sendButton, state.attachButton})
-        SetBlocked(widget, reading);
-}
 
 void TellUnreadable(ComposeState const &state, std::string_view name) {
     ShowError(state.window, "Error", ("The file " + std::string(name) + " could not be attached").c_str());
@@ -62,29 +44,24 @@ Part NewPart(char const *path) {
     return part;
 }
 
-/// Fills the part's body. False when the file cannot be read whole, or has grown meanwhile.
-bool Encode(Reading &reading) {
-    auto const read = [&](char *to, size_t count) {
-        return ReadAll(reading.file.Get(), to, count) == static_cast<long>(count);
-    };
-    reading.part->body = EncodeInSlices(reading.size, read, reading.part->bodyLength);
-    char more;
-    return reading.part->body && ReadAll(reading.file.Get(), &more, 1) == 0;
-}
+/// A file that is open, to be attached.
+struct OpenedFile {
+    Fd file;
+    size_t size;
+    std::string path;
+};
 
-void ReadInBackground(std::unique_ptr<Reading> reading) {
-    bool const whole = Encode(*reading);
-    ToolkitGuard const guard;
-    std::string const name = reading->part->name;
-    ComposeState &state = reading->state;
-    if (state.window) {
-        bool const added = whole && AddAttachedPart(state, name.c_str(), reading->part.release());
-        SetReading(state, false);
-        if (!added)
-            TellUnreadable(state, name);
-        PtFlush();
-    }
-    reading.reset(); // under the lock, like every last look at a state
+/// The file as a part. Null when it cannot be read whole, or has grown meanwhile.
+PartHeaders *ReadPart(OpenedFile const &opened) {
+    Part part = NewPart(opened.path.c_str());
+    if (!part)
+        return nullptr;
+    auto const read = [&](char *to, size_t count) {
+        return ReadAll(opened.file.Get(), to, count) == static_cast<long>(count);
+    };
+    part->body = EncodeInSlices(opened.size, read, part->bodyLength);
+    char more;
+    return part->body && ReadAll(opened.file.Get(), &more, 1) == 0 ? part.release() : nullptr;
 }
 
 void AttachPath(ComposeState &state, char const *path) {
@@ -92,18 +69,10 @@ void AttachPath(ComposeState &state, char const *path) {
     struct stat status {};
     bool const readable = file.Valid() && fstat(file.Get(), &status) == 0 && S_ISREG(status.st_mode) &&
                           status.st_size <= static_cast<off_t>(kLargestAttachment);
-    Part part = NewPart(path);
-    if (!readable || !part)
+    if (!readable)
         return TellUnreadable(state, BaseName(path));
-    auto reading =
-        std::make_unique<Reading>(state, std::move(file), static_cast<size_t>(status.st_size), std::move(part));
-    SetReading(state, true);
-    try {
-        std::thread(ReadInBackground, std::move(reading)).detach();
-    } catch (std::system_error const &) {
-        SetReading(state, false);
-        TellUnreadable(state, BaseName(path));
-    }
+    auto const opened = std::make_shared<OpenedFile>(std::move(file), static_cast<size_t>(status.st_size), path);
+    AddPartsInBackground(state, {{std::string(BaseName(path)), [opened] { return ReadPart(*opened); }}});
 }
 
 /// The item that a command is about, null for none.
@@ -146,6 +115,7 @@ bool AddAttachedPart(ComposeState &state, char const *label, PartHeaders *part) 
         return false;
     }
     item->data = part;
+    SetRowPicture(item, kAttachmentPicture);
     PtSetResource(state.attachmentList, Pt_ARG_FLAGS, Pt_TRUE, Pt_GETS_FOCUS);
     return true;
 }

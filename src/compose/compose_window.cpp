@@ -6,6 +6,7 @@
 #include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
+#include "widgets/pictures.h"
 #include "widgets/toolkit.h"
 
 #include <cstring>
@@ -94,6 +95,7 @@ void MakeWidgets(ComposeState &state) {
     state.messageText =
         Make("pic_multiMessage", {8, textTop, 434, static_cast<unsigned short>(kListTop - 6 - textTop), kFill});
     state.attachmentList = Make("pic_treeAttachments", {8, kListTop, 434, 58, kBottom});
+    SetRowPictures(state.attachmentList);
 }
 
 bool Complete(ComposeState const &state) {

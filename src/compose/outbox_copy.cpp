@@ -2,10 +2,49 @@
 
 #include "base/paths.h"
 #include "store/folder.h"
+#include "ui/widgets.h"
+#include "widgets/header_list.h"
+#include "widgets/open_profile.h"
+#include "widgets/toolkit.h"
+
+#include <cstring>
 
 namespace {
 
 constexpr char kOutbox[] = "Outbox";
+
+/// True when the header list shows this profile's Outbox. Under the library lock.
+bool IsOpen(std::string const &profile) {
+    ServerAccount const *const open = CurrentMailProfile();
+    return ABW_treeMessageHeaders && open && profile == open->name && strcmp(currentFolder, kOutbox) == 0;
+}
+
+/// The row of a message in the header list; null when it was not there yet at the opening. The newest are last.
+PtTreeItem_t *FindRow(int32_t number) {
+    PtTreeItem_t *item = lastHeaderItem;
+    while (item && !(RowOf(item) && RowOf(item)->number == number))
+        item = reinterpret_cast<PtTreeItem_t *>(item->gen.list.prev);
+    return item;
+}
+
+/// Who looks at the Outbox sees the message come: it is listed without words once its number is handed out.
+void ShowRow(std::string const &profile, int32_t number, char const *row) {
+    ToolkitGuard const guard;
+    if (!IsOpen(profile))
+        return;
+    std::string const text(row, strnlen(row, kRowWidth));
+    if (PtTreeItem_t *const item = FindRow(number))
+        PtTreeModifyItemString(ABW_treeMessageHeaders, item, text.c_str());
+    else
+        AddHeaderRow(text.c_str(), kRowWidth, kStored, number, ABW_treeMessageHeaders, lastHeaderItem);
+    PtFlush();
+}
+
+void HideRow(std::string const &profile, int32_t number) {
+    ToolkitGuard const guard;
+    if (IsOpen(profile))
+        RemoveHeaderRow(FindRow(number));
+}
 
 } // namespace
 
@@ -26,7 +65,8 @@ bool OutboxCopy::Keep() {
     }
     char row[kRowWidth];
     char const *const text = ReadMessageRow(profile_.c_str(), kOutbox, number_, row);
-    UpdateIndexRow(profile_.c_str(), kOutbox, number_, 0, text);
+    if (UpdateIndexRow(profile_.c_str(), kOutbox, number_, 0, text) == 0)
+        ShowRow(profile_, number_, text);
     number_ = 0;
     return true;
 }
@@ -36,5 +76,6 @@ void OutboxCopy::Remove() {
         return;
     file_.Reset();
     DeleteMessage(folder_.c_str(), number_);
+    HideRow(profile_, number_);
     number_ = 0;
 }

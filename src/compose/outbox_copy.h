@@ -6,7 +6,8 @@
 #include <cstdint>
 #include <string>
 
-/// One reserved message of the Outbox. What is neither kept nor removed is removed at the end of its life.
+/// One reserved message of the Outbox, and its row in the header list when that shows the Outbox. What is neither
+/// kept nor removed is removed at the end of its life. To be used without the library lock, on any thread.
 class OutboxCopy {
   public:
     /// Reserves the next message of the profile's Outbox. The name must have passed IsPlainName.

@@ -2,7 +2,7 @@
 
 #include "base/fd.h"
 #include "base/paths.h"
-#include "compose/compose_attachments.h"
+#include "compose/background_parts.h"
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
 #include "compose/quote.h"
@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -67,18 +68,19 @@ void QuoteInto(ComposeState &state) {
     }
 }
 
+/// The shown message may be another one before the last part is encoded, so each is copied first.
 void CarryAttachments(ComposeState &state) {
-    if (!ABW_treeAttachments)
-        return;
-    std::string missing;
-    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeAttachments); item; item = BrotherOf(item)) {
-        auto const *const part = static_cast<PartHeaders const *>(item->data);
-        PartHeaders *const copy = part ? ForwardedPart(*part) : nullptr;
-        if (part && (!copy || !AddAttachedPart(state, item->string, copy)))
-            missing += std::string(missing.empty() ? "" : ", ") + item->string;
+    std::vector<PartToMake> parts;
+    for (PtTreeItem_t *item = ABW_treeAttachments ? PtTreeRootItem(ABW_treeAttachments) : nullptr; item;
+         item = BrotherOf(item)) {
+        if (!item->data)
+            continue;
+        std::shared_ptr<PartHeaders const> const part(
+            CopyPart(*static_cast<PartHeaders const *>(item->data)),
+            [](PartHeaders const *copy) { FreePart(const_cast<PartHeaders *>(copy)); });
+        parts.push_back({item->string, [part] { return part ? ForwardedPart(*part) : nullptr; }});
     }
-    if (!missing.empty()) // last: the list may be another one when this returns
-        ShowError(state.window, "Error", ("Could not attach " + missing).c_str());
+    AddPartsInBackground(state, std::move(parts));
 }
 
 } // namespace

@@ -1,0 +1,85 @@
+#include "compose/background_parts.h"
+
+#include "compose/compose_attachments.h"
+#include "compose/compose_window.h"
+#include "mime/render.h"
+#include "widgets/toolkit.h"
+
+#include <memory>
+#include <system_error>
+#include <thread>
+
+namespace {
+
+struct Making {
+    Making(ComposeState &window, std::vector<PartToMake> wanted)
+        : hold(&window), state(window), parts(std::move(wanted)) {}
+
+    ComposeHold hold;
+    ComposeState &state;
+    std::vector<PartToMake> parts;
+    std::vector<std::string> missing;
+};
+
+void SetMaking(ComposeState &state, bool making) {
+    for (PtWidget_t *widget : {state.sendButton, state.attachButton})
+        SetBlocked(widget, making);
+}
+
+/// Last of all: the list may be another one when this returns.
+void TellMissing(Making const &making) {
+    if (making.missing.empty() || !making.state.window)
+        return;
+    std::string names;
+    for (std::string const &name : making.missing)
+        names += (names.empty() ? "" : ", ") + name;
+    std::string const text = making.missing.size() == 1 ? "The file " + names + " could not be attached"
+                                                        : "The files " + names + " could not be attached";
+    ShowError(making.state.window, "Error", text.c_str());
+}
+
+/// False when the window is gone.
+bool MakeOne(Making &making, PartToMake const &wanted) {
+    PartHeaders *const part = wanted.make();
+    ToolkitGuard const guard;
+    bool const added = part && AddAttachedPart(making.state, wanted.name.c_str(), part);
+    if (!added)
+        making.missing.push_back(wanted.name);
+    return making.state.window;
+}
+
+void Make(std::unique_ptr<Making> making) {
+    for (PartToMake &wanted : making->parts) {
+        if (!MakeOne(*making, wanted))
+            break;
+        wanted.make = nullptr; // with what it holds
+    }
+    ToolkitGuard const guard;
+    if (making->state.window) {
+        SetMaking(making->state, false);
+        PtFlush();
+    }
+    TellMissing(*making);
+    making.reset(); // under the lock, like every last look at a state
+}
+
+} // namespace
+
+void AddPartsInBackground(ComposeState &state, std::vector<PartToMake> parts) {
+    if (parts.empty())
+        return;
+    ComposeHold const hold(&state);
+    auto making = std::make_unique<Making>(state, std::move(parts));
+    SetMaking(state, true);
+    std::vector<std::string> names;
+    for (PartToMake const &part : making->parts)
+        names.push_back(part.name);
+    try {
+        std::thread(Make, std::move(making)).detach();
+    } catch (std::system_error const &) {
+        SetMaking(state, false);
+        Making none(state, {});
+        none.missing = std::move(names);
+        TellMissing(none);
+    }
+}
