@@ -79,12 +79,13 @@ Shut ShutServerIn(std::vector<std::string> const &roots) {
 }
 
 bool ShutWorkerIn() {
+    Filter const &filter = FilterOfWorkers();
     // Nobody may look into it, and it leaves no core file, wherever the system sends those.
     prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
     EnterLandlock({}); // a second lock behind the filter, which lets nothing be opened by itself
     if (!SetLimits({{RLIMIT_CPU, kWorkerSeconds}, {RLIMIT_NOFILE, 0}, {RLIMIT_NPROC, 0}}))
         return false;
-    return !filters_work || EnterFilter(FilterOfWorkers());
+    return !filters_work || EnterFilter(filter);
 }
 
 #endif

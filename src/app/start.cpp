@@ -23,11 +23,13 @@
 
 namespace {
 
-int WebStartError() {
-    int *error = nullptr;
-    PtGetResource(ABW_webEmailMessage, Pt_ARG_WEB_STARTUP_ERRNO, &error, 0);
-    return error ? *error : 0;
+int WebNumber(long resource) {
+    int *number = nullptr;
+    PtGetResource(ABW_webEmailMessage, resource, &number, 0);
+    return number ? *number : 0;
 }
+
+int WebStartError() { return WebNumber(Pt_ARG_WEB_STARTUP_ERRNO); }
 
 /// Starts the page server behind the message view, from the path or else from its usual place. Without one the
 /// program runs on and shows no pages.
@@ -48,6 +50,12 @@ void StartPageServer() {
         errno = error;
         perror("Error setting up vserver\n");
     }
+}
+
+/// Once, at the start: each image of a message says its name from then on.
+void TellIfImagesAreNotShown() {
+    if (WebNumber(Pt_ARG_WEB_NAMES_IMAGES))
+        SetStatus("Images are shown by name only: this system has no seccomp to decode them safely");
 }
 
 void SetModuleFunctions() {
@@ -101,6 +109,7 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     LoadMailProfiles(ABW_treeProfiles, kWithFolders);
     LoadNewsProfiles(ABW_treeProfiles, kWithFolders);
     StartPageServer();
+    TellIfImagesAreNotShown();
     ShowHomePage();
     PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);
     return Pt_CONTINUE;

@@ -13,9 +13,11 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <linux/seccomp.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,6 +43,12 @@ class Place {
   private:
     fs::path path_;
 };
+
+/// Whether this kernel lets a process put a list of system calls on itself.
+inline bool HasSeccomp() {
+    uint32_t const action = SECCOMP_RET_KILL_PROCESS;
+    return syscall(SYS_seccomp, SECCOMP_GET_ACTION_AVAIL, 0, &action) == 0;
+}
 
 /// The running program and our end of the connection.
 class Running {
@@ -129,7 +137,7 @@ class PageServer : public testing::Test {
     bool Refused(std::string const &url) { return Page(url).starts_with("error: "); }
 
     /// Takes the images of the page last asked for; null ones could not be shown.
-    std::vector<QImage> Images() {
+    std::vector<QImage> TakeImages() {
         std::vector<QImage> images(images_);
         frames_.clear();
         for (size_t i = 0; i < images.size(); ++i) {

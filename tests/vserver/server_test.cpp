@@ -62,7 +62,7 @@ TEST_F(PageServer, DecodesImages) {
                                    "<img src=\"img:4\">");
     // The page has been answered: its files may go.
     fs::remove_all(place_.Path());
-    std::vector<QImage> const images = Images();
+    std::vector<QImage> const images = TakeImages();
     ASSERT_EQ(images.size(), 5u);
     EXPECT_EQ(images[0], pattern.convertToFormat(QImage::Format_RGBA8888));
     ASSERT_EQ(images[1].size(), QSize(64, 64));
@@ -101,7 +101,7 @@ TEST_F(PageServer, OpensNothingButPlainFilesBelowItsRoots) {
     EXPECT_EQ(Page("file://" + place + "//p.html"), "secret");
 
     EXPECT_FALSE(Refused(Url("sub/q.html")));
-    std::vector<QImage> const images = Images();
+    std::vector<QImage> const images = TakeImages();
     EXPECT_EQ(images.size(), 4u);
     for (QImage const &image : images)
         EXPECT_TRUE(image.isNull());
@@ -150,7 +150,7 @@ TEST_F(PageServer, RefusesImageBombsAndBrokenImages) {
                            "<img src=8>ok");
     auto const start = std::chrono::steady_clock::now();
     EXPECT_TRUE(Page(Url("p.html")).ends_with("ok"));
-    std::vector<QImage> const images = Images();
+    std::vector<QImage> const images = TakeImages();
     ASSERT_EQ(images.size(), 9u);
     for (size_t const bad : {0, 3, 4, 5, 6, 8})
         EXPECT_TRUE(images[bad].isNull()) << bad;
@@ -188,7 +188,7 @@ TEST_F(PageServer, KeepsNoDescriptorsMemoryOrProcesses) {
     auto const before = descriptors();
     for (int i = 0; i < 100; ++i) {
         ASSERT_FALSE(Refused(Url("p.html")));
-        ASSERT_EQ(Images().size(), 2u);
+        ASSERT_EQ(TakeImages().size(), 2u);
     }
     for (int i = 0; i < 200 && descriptors() != before; ++i)
         usleep(10'000); // it may just be closing the last

@@ -112,6 +112,10 @@ class WebViewTest : public testing::Test {
         image.fill(color);
         ASSERT_TRUE(image.save(QString::fromStdString(place_ / name), format, 100));
     }
+    void SavePicture(char const *name) const {
+        if (char const *const directory = getenv("CORVANTA_SCREENSHOTS"))
+            Browser()->grab().save(QString::fromUtf8(directory) + QLatin1Char('/') + QString::fromUtf8(name));
+    }
     QPoint PointOf(char const *text) const {
         QTextCursor const found = Browser()->document()->find(QString::fromUtf8(text));
         QTextCursor middle = found;
@@ -258,6 +262,49 @@ TEST_F(WebViewTest, AServerThatDiedIsStartedAgain) {
     kill(Children().at(0), SIGCONT);
     EXPECT_TRUE(ProcessEventsUntil([this] { return Shown() == "late"; }));
     kill(Children().at(0), SIGSTOP); // it cannot even quit
+}
+
+TEST_F(WebViewTest, ADirectoryThatIsMadeLaterIsFound) {
+    fs::path const later = place_ / "later";
+    std::string const roots[] = {place_ / "page", later};
+    char const *names[] = {roots[0].c_str(), roots[1].c_str()};
+    PtSetResource(web_, Pt_ARG_WEB_ROOTS, names, 2);
+    ASSERT_EQ(Startup(kHelper), 0);
+    for (char const *text : {"first", "made anew"}) {
+        fs::remove_all(later);
+        fs::create_directory(later);
+        Write("later/msg.html", text);
+        EXPECT_EQ(Get("file://" + (later / "msg.html").string()), 0);
+        EXPECT_EQ(Shown(), text);
+    }
+    EXPECT_EQ(Children().size(), 1u);
+}
+
+TEST_F(WebViewTest, ImagesThatCannotBeShownAreFramesWithTheirNames) {
+    auto const names_images = [this] {
+        int *number = nullptr;
+        PtGetResource(web_, Pt_ARG_WEB_NAMES_IMAGES, &number, 0);
+        return *number;
+    };
+    ASSERT_EQ(Startup(kHelper), 0);
+    EXPECT_EQ(names_images(), 0);
+    Write("broken.png", "\x89PNG\r\n\x1a\nnothing more");
+    Write("p.html", "<img src=broken.png width=300 height=100><br><img src=broken.png><br>"
+                    "<img src=\"a-name-that-is-much-longer-than-any-frame-should-ever-become-on-a-page-<b>.png\">");
+    Get("file://" + (place_ / "p.html").string());
+    ASSERT_TRUE(ProcessEventsUntil([&] { return Seen(qRgb(0xB0, 0xB0, 0xB0)) > 2 * 300 + 2 * 90; }));
+    EXPECT_GT(Seen(qRgb(0, 0, 0)), 20) << "the names";
+    WithoutLock([&] { SavePicture("broken-images.png"); });
+#ifndef CORVANTA_SANITIZED
+    SaveImage("red.png", "png", qRgb(255, 0, 0), 100, 50);
+    Show("<img src=red.png>");
+    EXPECT_TRUE(ProcessEventsUntil([&] { return Seen(qRgb(255, 0, 0)) == 5000; }));
+    ASSERT_EQ(Startup(NO_SECCOMP_PROGRAM " " VSERVER_PROGRAM " -n Test"), 0);
+    EXPECT_EQ(names_images(), 1);
+    Show("<img src=red.png>");
+    EXPECT_TRUE(ProcessEventsUntil([&] { return Seen(qRgb(0xB0, 0xB0, 0xB0)) > 100; }));
+    EXPECT_EQ(Seen(qRgb(255, 0, 0)), 0);
+#endif
 }
 
 TEST_F(WebViewTest, AHundredPagesLeaveNothing) {

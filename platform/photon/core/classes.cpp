@@ -128,6 +128,7 @@ constexpr Def kWebClient[] = {
     {Pt_ARG_WEB_COMMAND, PtType::Action, 0, 0},
     {Pt_ARG_WEB_ROOTS, PtType::StringArray, 0, 0},
     Link(Pt_CB_WEB_CONTEXT),
+    ReadOnly(Pt_ARG_WEB_NAMES_IMAGES),
 };
 
 constexpr unsigned long kPressable = Pt_SELECTABLE | Pt_GETS_FOCUS | Pt_HIGHLIGHTED;

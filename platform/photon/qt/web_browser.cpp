@@ -12,6 +12,9 @@
 
 namespace {
 
+constexpr int kFramePixels = 4'000'000; // of all frames with names in a page
+constexpr QColor kFrameColor(0xB0, 0xB0, 0xB0);
+
 /// Pages are made for black on white; on a dark desktop the text would vanish otherwise.
 QPalette PagePalette(QPalette palette) {
     palette.setColor(QPalette::Base, Qt::white);
@@ -78,6 +81,8 @@ WebBrowser::WebBrowser(QWidget *parent) : QTextBrowser(parent) {
 void WebBrowser::ShowPage(QString const &html, unsigned images) {
     layout_timer_.stop();
     frames_.clear();
+    sizes_known_ = false;
+    frame_pixels_left_ = kFramePixels;
     awaited_ = images;
     // setHtml alone would keep the images of the page before, whose names are the same.
     document()->clear();
@@ -88,12 +93,53 @@ void WebBrowser::ShowPage(QString const &html, unsigned images) {
 void WebBrowser::ShowImage(unsigned number, QPixmap const &image) {
     if (awaited_ > 0)
         --awaited_;
-    if (!image.isNull())
-        document()->addResource(QTextDocument::ImageResource, QUrl(QStringLiteral("img:%1").arg(number)), image);
+    document()->addResource(QTextDocument::ImageResource, QUrl(QStringLiteral("img:%1").arg(number)), image);
     if (awaited_ == 0)
         LayOutAgain();
     else if (!layout_timer_.isActive())
         layout_timer_.start();
+}
+
+void WebBrowser::ShowImageName(unsigned number, QString const &name) {
+    constexpr int kMargin = 4, kWidest = 240, kLargest = 1000;
+    QFontMetrics const metrics(font());
+    QString const shown = metrics.elidedText(name, Qt::ElideMiddle, kWidest);
+    QSize const natural(metrics.horizontalAdvance(shown) + 2 * kMargin, metrics.height() + 2 * kMargin);
+    // As large as the page wants it, or the text would be stretched; but a page of large frames costs memory.
+    QSize size = SizeInPage(QStringLiteral("img:%1").arg(number));
+    size =
+        QSize(size.width() > 0 ? size.width() : natural.width(), size.height() > 0 ? size.height() : natural.height())
+            .boundedTo({kLargest, kLargest});
+    if (size.width() * size.height() > frame_pixels_left_)
+        size = natural;
+    frame_pixels_left_ -= size.width() * size.height();
+    QPixmap pixmap(size);
+    pixmap.fill(Qt::white);
+    QPainter painter(&pixmap);
+    painter.setPen(kFrameColor);
+    painter.drawRect(0, 0, pixmap.width() - 1, pixmap.height() - 1);
+    painter.setPen(Qt::black);
+    painter.setFont(font());
+    if (int const room = size.width() - 2 * kMargin; room > 0)
+        painter.drawText(pixmap.rect(), Qt::AlignCenter | Qt::TextSingleLine,
+                         size.width() == natural.width() ? shown : metrics.elidedText(name, Qt::ElideMiddle, room));
+    painter.end();
+    ShowImage(number, pixmap);
+}
+
+/// The size that the page wants an image to have, the largest where it shows it more than once; sides it does not
+/// name are 0 or less.
+QSize WebBrowser::SizeInPage(QString const &image) {
+    if (!sizes_known_) {
+        sizes_known_ = true;
+        sizes_.clear();
+        for (QTextBlock block = document()->begin(); block.isValid(); block = block.next())
+            for (auto part = block.begin(); !part.atEnd(); ++part)
+                if (QTextImageFormat const format = part.fragment().charFormat().toImageFormat(); format.isValid())
+                    sizes_[format.name()] =
+                        sizes_[format.name()].expandedTo({qRound(format.width()), qRound(format.height())});
+    }
+    return sizes_.value(image);
 }
 
 void WebBrowser::LayOutAgain() {
@@ -131,7 +177,7 @@ QVariant WebBrowser::Frame(QUrl const &name) {
     QPixmap pixmap(width, height);
     pixmap.fill(Qt::white);
     QPainter painter(&pixmap);
-    painter.setPen(QColor(0xB0, 0xB0, 0xB0));
+    painter.setPen(kFrameColor);
     painter.drawRect(0, 0, width - 1, height - 1);
     painter.end();
     return pixmap;

@@ -1,6 +1,7 @@
 #pragma once
 // The text browser of a web view.
 
+#include <QHash>
 #include <QTextBrowser>
 #include <QTimer>
 
@@ -15,8 +16,10 @@ class WebBrowser : public QTextBrowser {
 
     /// Shows a clean page, whose `images` images ("img:<n>") come later or never.
     void ShowPage(QString const &html, unsigned images);
-    /// Gives an image of the page; null when it cannot be shown.
+    /// Gives an image of the page.
     void ShowImage(unsigned number, QPixmap const &image);
+    /// Gives a frame with its name for an image of the page that cannot be shown.
+    void ShowImageName(unsigned number, QString const &name);
     /// Prints the page, with images no wider than the paper. False when the printer does not work.
     bool Print(QPrinter &printer);
 
@@ -34,9 +37,14 @@ class WebBrowser : public QTextBrowser {
     void AskAboutLink(QUrl const &link);
     void LayOutAgain();
 
-    unsigned awaited_ = 0;     ///< images that have not come yet
-    std::set<QString> frames_; ///< sizes of frames made for this page
-    QTimer layout_timer_;      ///< gathers images that arrive together
+    QSize SizeInPage(QString const &image);
+
+    unsigned awaited_ = 0;        ///< images that have not come yet
+    int frame_pixels_left_ = 0;   ///< for frames with names
+    bool sizes_known_ = false;    ///< whether `sizes_` is of this page
+    QHash<QString, QSize> sizes_; ///< what the page wants its images' sizes to be, 0 for their own; filled when asked
+    std::set<QString> frames_;    ///< sizes of frames made for this page
+    QTimer layout_timer_;         ///< gathers images that arrive together
 };
 
 /// The text of the question before a link is opened: where it really goes, in lines of bounded length.

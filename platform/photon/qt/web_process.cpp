@@ -153,8 +153,10 @@ int WebProcess::AwaitHello() {
     }
     vserver::Packet packet;
     vserver::Received const received = Receive(packet);
-    if (received == vserver::Received::Message && packet.header.kind == vserver::Kind::Hello)
+    if (received == vserver::Received::Message && packet.header.kind == vserver::Kind::Hello) {
+        names_images_ = packet.header.value[1] == 1;
         return 0;
+    }
     Stop();
     return received == vserver::Received::Closed ? ECONNRESET : EPROTO;
 }

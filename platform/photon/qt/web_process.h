@@ -28,6 +28,8 @@ class WebProcess {
     void Stop();
 
     bool Running() const { return socket_.Valid(); }
+    /// Whether the server, by its hello, shows no image: it has no sandbox to decode one in.
+    bool NamesImages() const { return names_images_; }
     /// Readable when a message has come. -1 when not running.
     int Socket() const { return socket_.Get(); }
     pid_t Pid() const { return pid_; }
@@ -44,6 +46,7 @@ class WebProcess {
 
     vserver::Fd socket_;
     pid_t pid_ = -1;
+    bool names_images_ = false;
 };
 
 /// The directories of helper programs: of the installation that the running program belongs to, then of the build

@@ -89,6 +89,7 @@ int WebView::StartServer(PtWidget &widget) {
     PtStoreScalar(widget, Pt_ARG_WEB_STARTUP_ERRNO, error);
     if (error != 0)
         return error;
+    PtStoreScalar(widget, Pt_ARG_WEB_NAMES_IMAGES, server_.NamesImages());
     notifier_ = std::make_unique<QSocketNotifier>(server_.Socket(), QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, this, [this] { TakeMessages(); });
     return 0;
@@ -158,7 +159,11 @@ void WebView::Take(vserver::Packet const &packet) {
     if (kind == Kind::Page)
         return ShowPage(packet);
     answered_ = true;
-    ShowNothing();
+    bool const tell = packet.header.value[0] == 1;
+    if (tell && browser())
+        browser()->ShowPage(QString::fromStdString(packet.text).toHtmlEscaped(), 0);
+    else
+        ShowNothing();
 }
 
 /// The server broke the rules: whatever it is now, it is not ours any more.
@@ -189,16 +194,18 @@ void WebView::ShowImage(vserver::Packet const &packet) {
         return BreakOff();
     images_[number] = true;
     pixels_left_ -= pixels;
-    QPixmap pixmap;
-    if (pixels > 0) {
-        vserver::SealedBytes const bytes(packet.descriptor.Get(), pixels * 4);
-        if (!bytes.Valid())
-            return BreakOff();
-        auto const *rows = reinterpret_cast<uchar const *>(bytes.Bytes().data());
-        // Converting copies, so nothing refers to the mapping afterwards.
-        pixmap = QPixmap::fromImage(QImage(rows, static_cast<int>(width), static_cast<int>(height),
-                                           static_cast<qsizetype>(width) * 4, QImage::Format_RGBA8888));
+    if (pixels == 0) {
+        if (browser())
+            browser()->ShowImageName(number, QString::fromUtf8(packet.text.data(), packet.text.size()));
+        return;
     }
+    vserver::SealedBytes const bytes(packet.descriptor.Get(), pixels * 4);
+    if (!bytes.Valid())
+        return BreakOff();
+    auto const *rows = reinterpret_cast<uchar const *>(bytes.Bytes().data());
+    // Converting copies, so nothing refers to the mapping afterwards.
+    QPixmap const pixmap = QPixmap::fromImage(QImage(rows, static_cast<int>(width), static_cast<int>(height),
+                                                     static_cast<qsizetype>(width) * 4, QImage::Format_RGBA8888));
     if (browser())
         browser()->ShowImage(number, pixmap);
 }

@@ -14,7 +14,8 @@ enum {
     Pt_ARG_WEB_STARTUP_ERRNO = 100018, ///< int, read only: 0 or why the server did not start
     Pt_ARG_WEB_COMMAND = 100019,       ///< action: command code in len, block in value
     Pt_ARG_WEB_ROOTS = 100900,         ///< ours: directories (char **, count) that pages may come from
-    Pt_CB_WEB_CONTEXT = 100901         ///< ours: a link was pointed at; cbdata is its address, or "" (char const *)
+    Pt_CB_WEB_CONTEXT = 100901,        ///< ours: a link was pointed at; cbdata is its address, or "" (char const *)
+    Pt_ARG_WEB_NAMES_IMAGES = 100902   ///< ours: int, read only: 1 when images are frames with their names
 };
 
 enum { Pt_WEB_COMMAND_EXIT = 2, Pt_WEB_COMMAND_13 = 13 };
