@@ -3,7 +3,8 @@
 # and two newsgroups.
 #   scripts/demo.sh PROGRAM [screenshot]
 # With a display the window is the user's. Without one, a virtual display is started, the mail is fetched and a
-# message with pictures is opened by pressing the real buttons, and the window is saved as an image (demo.png).
+# message with pictures is opened by pressing the real buttons, and the window is saved as an image (demo.png). Then a
+# group is opened and an article read, and the window saved once more (demo-news.png).
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 program=$1
@@ -135,8 +136,16 @@ commands() { cat "$work"/pop3/*.log 2>/dev/null; }
 logged_in() { commands | grep -q "Login: user=<$account>"; }
 page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
 
+article_written() { grep -qs "Newsgroups:" "$home/.Corvanta/.tmp/msg.html"; }
+
 # look FORMAT:FILE: the window as it is now, as a file.
 look() { import -window "$window" "$1" 2>/dev/null; }
+
+# save FILE: the same, as a picture to keep.
+save() {
+    look "png:$1" || die "the window could not be saved"
+    echo "The window is in $(realpath "$1")"
+}
 
 # still: true when the window looks the same twice in a row; the star turns as long as mail is on its way.
 still() { look "rgb:$work/before" && sleep 0.4 && look "rgb:$work/after" && cmp -s "$work/before" "$work/after"; }
@@ -159,8 +168,20 @@ act() {
     # Away from the rows, so that none looks hovered.
     xdotool mousemove --window "$window" 1000 500
     until_true 5 still || true
-    look "png:$picture" || die "the window could not be saved"
-    echo "The window is in $(realpath "$picture")"
+    save "$picture"
+    [ -z "$news_port" ] || act_on_news
+}
+
+act_on_news() {
+    click 110 231                    # the first group: its articles come in
+    until_true 20 test -s "$home/.Corvanta/news/Usenet/list_${groups[0]}" || die "the group was not opened"
+    until_true 20 still || true
+    click 300 126                    # its second thread, opened to its answers
+    until_true 10 article_written || die "the article was not shown"
+    xdotool key --delay 100 Right
+    xdotool mousemove --window "$window" 1000 500
+    until_true 10 still || true
+    save "${picture%.png}-news.png"
 }
 
 home=$work/home
