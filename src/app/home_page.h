@@ -3,8 +3,9 @@
 
 #include <string>
 
-/// The directory of the home page, with a slash at its end: /usr/share/Corvanta/, or, where that has no page (a
-/// program that was not installed, or elsewhere), the share directory nearest above the program's own place.
+/// The directory of the home page, with a slash at its end: the share directory nearest above the program's own place,
+/// which is /usr/share/Corvanta/ for /usr/bin/corvanta and the build tree's for a program that runs from there; without
+/// a page in any, /usr/share/Corvanta/.
 std::string const &HomePageDirectory();
 
 /// The home page's address.

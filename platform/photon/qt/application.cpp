@@ -7,6 +7,8 @@
 #include "qt/style.h"
 
 #include <QEventLoop>
+#include <QIcon>
+#include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
 
@@ -131,6 +133,19 @@ bool WindowsLeft() {
     });
 }
 
+/// Some desktops' dark colours leave the hints in empty fields dark on dark; half of the text's colour is Qt's own
+/// rule.
+static void ShowPlaceholders() {
+    QPalette palette = QApplication::palette();
+    int const ground = palette.color(QPalette::Base).lightness();
+    if (abs(palette.color(QPalette::PlaceholderText).lightness() - ground) > 64)
+        return;
+    QColor hint = palette.color(QPalette::Text);
+    hint.setAlpha(128);
+    palette.setColor(QPalette::PlaceholderText, hint);
+    QApplication::setPalette(palette);
+}
+
 int PtInit(char const *) {
     if (application)
         return 0;
@@ -148,6 +163,8 @@ int PtInit(char const *) {
     QGuiApplication::setDesktopFileName(QStringLiteral("corvanta"));
     QCoreApplication::setApplicationName(QStringLiteral("Corvanta"));
     application = new Application(argc, argv); // lives as long as the process; PtExit deletes it
+    // Windows made in code and boxes have no icon of their own.
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/corvanta.svg")));
     // Dates and numbers on the wire and in files are not the user's language.
     setlocale(LC_NUMERIC, "C");
     setlocale(LC_TIME, "C");
@@ -155,6 +172,7 @@ int PtInit(char const *) {
     QString const style = QApplication::style()->objectName();
     bool const plain = style.isEmpty() || style.compare(QLatin1String("windows"), Qt::CaseInsensitive) == 0;
     QApplication::setStyle(new Style(QStyleFactory::create(plain ? QStringLiteral("Fusion") : style)));
+    ShowPlaceholders();
     PtSetDisplay(&QtDisplay::The());
     PtLockInit();
     return 0;
