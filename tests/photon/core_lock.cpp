@@ -2,8 +2,6 @@
 
 #include "photon/fake_display.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -15,15 +13,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class Lock : public testing::Test {
+class Lock : public CoreTest {
   protected:
-    void SetUp() override {
-        ASSERT_EQ(PtInit(nullptr), 0);
-        label_ = PtCreateWidget(PtLabel, Pt_NO_PARENT, 0, nullptr);
-        tree_ = PtCreateWidget(PtTree, Pt_NO_PARENT, 0, nullptr);
-    }
-    void TearDown() override { CleanUp(); }
-
     /// Runs `work` on a thread while the main loop turns; joins it.
     template <class Work> void WithLoop(Work work) {
         bool done = false;
@@ -35,7 +26,8 @@ class Lock : public testing::Test {
         thread.join();
     }
 
-    PtWidget_t *label_ = nullptr, *tree_ = nullptr;
+    PtWidget_t *const label_ = PtCreateWidget(PtLabel, Pt_NO_PARENT, 0, nullptr);
+    PtWidget_t *const tree_ = PtCreateWidget(PtTree, Pt_NO_PARENT, 0, nullptr);
 };
 
 void SetText(PtWidget_t *label, std::string const &text) {

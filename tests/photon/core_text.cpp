@@ -3,19 +3,11 @@
 #include "core/utf8.h"
 #include "photon/fake_display.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
-class Text : public testing::Test {
+class Text : public CoreTest {
   protected:
-    void SetUp() override {
-        ASSERT_EQ(PtInit(nullptr), 0);
-        window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
-        field_ = PtCreateWidget(PtText, window_, 0, nullptr);
-        PtRealizeWidget(window_);
-    }
-    void TearDown() override { CleanUp(); }
+    Text() { PtRealizeWidget(window_); }
 
     void Set(char const *text) { PtSetResource(field_, Pt_ARG_TEXT_STRING, text, 0); }
     std::string Get() const {
@@ -24,7 +16,8 @@ class Text : public testing::Test {
         return text;
     }
 
-    PtWidget_t *window_ = nullptr, *field_ = nullptr;
+    PtWidget_t *const window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
+    PtWidget_t *const field_ = PtCreateWidget(PtText, window_, 0, nullptr);
 };
 
 } // namespace

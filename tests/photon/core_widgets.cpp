@@ -3,23 +3,15 @@
 #include "photon/PtWebClient.h"
 #include "photon/fake_display.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
 
 namespace {
 
-class Widgets : public testing::Test {
+class Widgets : public CoreTest {
   protected:
-    void SetUp() override {
-        ASSERT_EQ(PtInit(nullptr), 0);
-        window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
-    }
-    void TearDown() override { CleanUp(); }
-
     PtWidget_t *Make(PtWidgetClassRef_t widget_class) { return PtCreateWidget(widget_class, window_, 0, nullptr); }
 
-    PtWidget_t *window_ = nullptr;
+    PtWidget_t *const window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
 };
 
 std::string TextOf(PtWidget_t *widget) {

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <gtest/gtest.h>
 #include <map>
 #include <mutex>
 
@@ -74,3 +75,10 @@ inline FakeView &ViewOf(PtWidget_t *widget) { return static_cast<FakeView &>(*wi
 
 /// Destroys every widget that a test left and frees it.
 void CleanUp();
+
+/// The toolkit, started before a test and cleaned up behind it.
+class CoreTest : public testing::Test {
+  protected:
+    CoreTest() { EXPECT_EQ(PtInit(nullptr), 0); }
+    ~CoreTest() override { CleanUp(); }
+};

@@ -1,5 +1,6 @@
 // Making, changing and deleting a profile in the accounts dialog, as a person does it.
 
+#include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "pop/check_mail.h"
 #include "store/folder.h"
@@ -15,7 +16,6 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -43,11 +43,6 @@ void FillNewProfile() {
     Type("txtAccount_Signature", "/home/alice/.signature");
 }
 
-mode_t Mode(std::string const &path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
-
 TEST(Accounts, FirstStartProfileEditedAndFoundAgain) {
     ClearTempHome();
     Sitting([] {
@@ -68,8 +63,8 @@ TEST(Accounts, FirstStartProfileEditedAndFoundAgain) {
         EXPECT_EQ(FileText(Root() + "home.dat"),
                   "127.0.0.1:1\nmail.example.org\nalice\nc2VjcmV0\nAlice Archer\n"
                   "alice@example.org\n300\nLEAVEONSERVER\n/home/alice/.signature\n\n\n");
-        EXPECT_EQ(Mode(Root() + "home.dat"), 0600u);
-        EXPECT_EQ(Mode(Root() + "home"), 0700u);
+        EXPECT_EQ(ModeOf(Root() + "home.dat"), 0600u);
+        EXPECT_EQ(ModeOf(Root() + "home"), 0700u);
         for (char const *folder : {"Inbox", "Saved", "Outbox"})
             EXPECT_EQ(FileText(Root() + "home/" + folder + "/index2"),
                       std::string("\2\0\1", 4) + std::string(20, '\0'));
@@ -77,7 +72,7 @@ TEST(Accounts, FirstStartProfileEditedAndFoundAgain) {
         EXPECT_EQ(Rows("treeProfiles"), (QStringList{"home", "Inbox", "Outbox", "Saved"}));
     });
     Sitting([] {
-        EXPECT_EQ(Mode(Root() + ".tmp"), 0700u);
+        EXPECT_EQ(ModeOf(Root() + ".tmp"), 0700u);
         EXPECT_EQ(Rows("treeProfiles"), (QStringList{"home", "Inbox", "Outbox", "Saved"}));
         OpenAccounts();
         ClickRow("treeAccounts_Accounts", "home");

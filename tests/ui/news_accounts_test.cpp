@@ -1,5 +1,6 @@
 // Making, changing and deleting a news profile, as a person does it.
 
+#include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "ui/person.h"
 #include "ui/sample.h"
@@ -11,7 +12,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -52,11 +52,6 @@ void MakeNewsProfile(char const *name) {
         std::ofstream(News(name) + "/groups/" + group);
 }
 
-mode_t Mode(std::string const &path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
-
 class NewsAccounts : public testing::Test {
   protected:
     void SetUp() override { ClearTempHome(); }
@@ -72,9 +67,9 @@ TEST_F(NewsAccounts, ProfileIsMadeEditedAndFoundAgain) {
         TakePicture("dlgNewsAccounts", "news-accounts-new.png");
         Click("btnSaveNewsAccount");
         EXPECT_EQ(FileText(News("work.dat")), kRecord);
-        EXPECT_EQ(Mode(News("work.dat")), 0600u);
+        EXPECT_EQ(ModeOf(News("work.dat")), 0600u);
         for (char const *directory : {"", "work", "work/groups"})
-            EXPECT_EQ(Mode(News(directory)), 0700u) << directory;
+            EXPECT_EQ(ModeOf(News(directory)), 0700u) << directory;
         for (char const *field : {"txtNewsAccount_AccountName", "txtNewsAccount_NEWSServer",
                                   "txtNewsAccount_Username", "txtNewsAccount_Password", "txtNewsAccount_Fullname",
                                   "txtNewsAccount_Email", "txtNewsAccount_Signature", "lblNewsAccountsTitle"})
@@ -127,7 +122,7 @@ TEST_F(NewsAccounts, WhatCannotBeSavedStaysInTheFields) {
         fs::remove(Root() + "news");
         Click("btnSaveNewsAccount");
         EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
-        EXPECT_EQ(Mode(News("")), 0700u);
+        EXPECT_EQ(ModeOf(News("")), 0700u);
     });
 }
 

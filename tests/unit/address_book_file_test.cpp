@@ -2,6 +2,7 @@
 
 #include "profiles/address_book_file.h"
 
+#include "fixtures/mode.h"
 #include "unit/scratch.h"
 
 #include <gtest/gtest.h>
@@ -15,11 +16,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Rows = std::vector<std::string_view>;
-
-mode_t Mode(std::string const &path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
 
 TEST(AddressBookFile, RowsEndAtAnEmptyLineOrANul) {
     EXPECT_EQ(BookRows("Ann\ta@x\tfriend\nBob\tb@x\t\n"), (Rows{"Ann\ta@x\tfriend", "Bob\tb@x\t"}));
@@ -72,7 +68,7 @@ TEST(AddressBookFile, TheAddressStandsBetweenTwoTabs) {
 TEST(AddressBookFile, LoadingCreatesAMissingBookAndLeavesOthersAlone) {
     Scratch const root;
     EXPECT_EQ(LoadBook(root / ".global"), "");
-    EXPECT_EQ(Mode(root / ".global"), 0600u);
+    EXPECT_EQ(ModeOf(root / ".global"), 0600u);
     WriteFile(root / ".global", "Ann\ta@x\t\n");
     EXPECT_EQ(LoadBook(root / ".global"), "Ann\ta@x\t\n");
     EXPECT_EQ(mkfifo((root / ".pipe").c_str(), 0600), 0);
@@ -92,7 +88,7 @@ TEST(AddressBookFile, ChangesAreWholeOrNone) {
     EXPECT_TRUE(AppendToBook(book, "Bob\tb@x\t"));
     EXPECT_TRUE(AppendToBook(book, "Ann\ta@x\t"));
     EXPECT_EQ(ReadFile(book), "Bob\tb@x\t\nAnn\ta@x\t\n");
-    EXPECT_EQ(Mode(book), 0600u);
+    EXPECT_EQ(ModeOf(book), 0600u);
     SortBook(book);
     EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\nBob\tb@x\t\n");
     WriteFile(book, "by hand\th@x\t");

@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "fake_passwd.h"
+#include "fixtures/mode.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
@@ -74,14 +75,9 @@ TEST_F(FolderTest, IndexByteForByte) {
 
 TEST_F(FolderTest, Modes) {
     AppendMessage(Path(), "x");
-    auto const mode = [](std::string const &path) {
-        struct stat status {};
-        stat(path.c_str(), &status);
-        return status.st_mode & 07777;
-    };
-    EXPECT_EQ(mode(path_), 0700u);
-    EXPECT_EQ(mode(path_ + "/index2"), 0600u);
-    EXPECT_EQ(mode(path_ + "/1"), 0600u);
+    EXPECT_EQ(ModeOf(path_), 0700u);
+    EXPECT_EQ(ModeOf(path_ + "/index2"), 0600u);
+    EXPECT_EQ(ModeOf(path_ + "/1"), 0600u);
 }
 
 TEST_F(FolderTest, RowsAreCutAt200BytesWithoutATerminator) {

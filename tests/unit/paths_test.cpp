@@ -1,11 +1,11 @@
 #include "base/paths.h"
 
 #include "fake_passwd.h"
+#include "fixtures/mode.h"
 #include "scratch.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -31,9 +31,7 @@ TEST(Paths, TempDirIsMadeOnlyBelowAnExistingParent) {
 
     std::filesystem::create_directory(home / ".Corvanta");
     SetTempDir();
-    struct stat status;
-    ASSERT_EQ(stat(TempDir, &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0700u);
+    EXPECT_EQ(ModeOf(TempDir), 0700u);
 }
 
 TEST(Paths, TempDirIsEmptyWithoutAnEntryOrWhenTooLong) {

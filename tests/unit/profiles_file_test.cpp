@@ -1,6 +1,7 @@
 // The files of mail and news profiles, byte by byte, and how they are read back.
 
 #include "fake_passwd.h"
+#include "fixtures/mode.h"
 #include "profiles/mail_profile_file.h"
 #include "profiles/news_profile_file.h"
 #include "scratch.h"
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -68,9 +68,7 @@ TEST_F(ProfileFile, IsWrittenByteForByte) {
     Put("home.dat", "the old file");
     ASSERT_TRUE(WriteMailProfile(scratch.Path(), profile));
     EXPECT_EQ(Bytes("home.dat"), kFile);
-    struct stat status {};
-    ASSERT_EQ(stat((scratch / "home.dat").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0600u);
+    EXPECT_EQ(ModeOf(scratch / "home.dat"), 0600u);
     EXPECT_EQ(scratch.Names(), Strings{"home.dat"}) << "nothing is left beside it";
 }
 
