@@ -49,11 +49,13 @@ void RenumberBehind(int32_t number) {
 /// caller holds sessionLock.
 void DeleteOnServer(MailProfile &profile, PtTreeItem_t *item) {
     int32_t const number = RowOf(item)->number;
-    bool const done = Exchange(profile.serverSocket, ("DELE " + std::to_string(number)).c_str()) &&
-                      Exchange(profile.serverSocket, "QUIT");
+    bool const marked = Exchange(profile.serverSocket, ("DELE " + std::to_string(number)).c_str());
+    bool const done = marked && Exchange(profile.serverSocket, "QUIT");
     CloseConnection(profile);
     if (!done) {
-        SetStatus("The connection was lost; the message is still on the server");
+        // A QUIT may have been carried out whose reply was lost.
+        SetStatus(marked ? "The connection was lost; the next check shows whether the message is still on the server"
+                         : "The connection was lost; the message is still on the server");
         return;
     }
     profile.serverMessageCount--;
