@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -79,6 +80,9 @@ int init(int argc, char *argv[]) {
 
 int StartCorvanta(int argc, char **argv, ApContext_t &context) {
     signal(SIGPIPE, SIG_IGN);
+    // Workers make the rows of large lists. A heap of their own would grow by a page at a time, with a system call
+    // for each.
+    mallopt(M_ARENA_MAX, 1);
     context.state = 0;
     if (ApInitialize(argc, argv, &context) != 0)
         return -1;
