@@ -1,5 +1,6 @@
 // Writing, replying, forwarding: the compose window itself. What is sent is looked at elsewhere.
 
+#include "fixtures/scripted_server.h"
 #include "fixtures/temp_home.h"
 #include "mime/base64.h"
 #include "mime/render.h"
@@ -10,6 +11,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QTest>
 #include <QWidget>
 
@@ -111,6 +113,9 @@ TEST_F(Compose, UnsentTextIsAskedFor) {
     Sitting([] {
         Click("btnCompose");
         TypeMore("pic_multiMessage", "dear");
+        Press("pic_multiMessage", Qt::Key_Escape);
+        EXPECT_EQ(Text("pic_multiMessage"), "dear") << "nothing closes without a question";
+        EXPECT_EQ(Boxes(), QStringList());
         WhenAsked("Cancel");
         Window()->close();
         ASSERT_TRUE(WaitFor([] { return Boxes().size() == 1; }));
@@ -130,6 +135,71 @@ TEST_F(Compose, UnsentTextIsAskedFor) {
         Click("pic_btnCancel");
         Click("pic_btnCancel");
         EXPECT_FALSE(IsShown("pic_btnSend"));
+    });
+}
+
+/// A server that takes one message, or says nothing any more once it has the recipient.
+Script Smtp(bool takes) {
+    Script script{Send("220 ready\r\n"), Skip(), Send("250 hello\r\n"), Skip(), Send("250 ok\r\n"), Skip()};
+    Script const end{Send("250 ok\r\n"), Skip(), Send("354 go\r\n"), Until("\r\n.\r\n"), Send("250 ok\r\n")};
+    if (takes)
+        script.insert(script.end(), end.begin(), end.end());
+    else
+        script.push_back(Stall());
+    return script;
+}
+
+void WriteLetter() {
+    Click("btnCompose");
+    QTest::keyClicks(Part<QLineEdit>("pic_txtTextbox", kTo), "bob@example.org");
+    QTest::keyClicks(Part<QLineEdit>("pic_txtTextbox", kSubject), "Letter");
+    TypeMore("pic_multiMessage", "dear");
+}
+
+TEST_F(Compose, SendingIsCancelledAndTheOpenOutboxSeesWhatIsSent) {
+    ScriptedServer server({Smtp(false), Smtp(true)});
+    std::string profile = FileText(Root() + "home.dat");
+    profile.replace(profile.find("smtp.example.org"), 16, server.Address());
+    PutFile(Root() + "home.dat", profile);
+    Sitting([&] {
+        ClickRow("treeProfiles", "Outbox");
+        WriteLetter();
+        Click("pic_btnSend");
+        ASSERT_TRUE(WaitFor([] { return Part<QProgressBar>("pic_prgProgress")->value() == 2; })) << "connected";
+        EXPECT_EQ(Window()->size(), QSize(450, 45));
+        TakePicture("pic_btnCancel", "compose-sending.png");
+        Click("pic_btnCancel");
+        EXPECT_FALSE(IsShown("pic_btnCancel"));
+        EXPECT_EQ(Boxes(), QStringList()) << "stopping it is an answer already";
+        ASSERT_TRUE(WaitFor([] { return !fs::exists(Root() + "home/Outbox/1"); }));
+
+        WriteLetter();
+        Press("pic_multiMessage", Qt::Key_Return, Qt::ControlModifier);
+        ASSERT_TRUE(WaitFor([] { return !IsShown("pic_btnCancel"); }));
+        EXPECT_EQ(Rows("treeMessageHeaders"), QStringList{"|Letter|\"Alice Archer\" <alice@example.org>|" +
+                                                          Rows("treeMessageHeaders").value(0).section('|', 3)});
+        ClickRow("treeMessageHeaders", "Letter");
+        EXPECT_TRUE(WaitFor([] { return Text("webEmailMessage").contains("dear"); }));
+    });
+}
+
+TEST_F(Compose, RecipientsArePickedFromTheBook) {
+    PutFile(Root() + ".global", "Ann\tann@example.org\t\nBob\tbob@example.org\t\n");
+    Sitting([] {
+        Click("btnCompose");
+        for (int const field : {kTo, kCc}) {
+            QTest::mouseClick(Part<QWidget>("pic_btnAddressBook", field), Qt::LeftButton);
+            for (char const *contact : {"Ann", "Bob"})
+                DoubleClickRow("treeContacts", contact);
+            EXPECT_EQ(Field(field), "ann@example.org, bob@example.org");
+            EXPECT_EQ(Field(kTo + kCc - field), field == kTo ? "" : Field(kTo));
+        }
+        TakePicture("pic_btnSend", "compose-picked.png");
+        TakePicture("winAddressBook", "book-bound.png");
+        // The book outlives the window, and forgets its field.
+        Click("pic_btnCancel");
+        DoubleClickRow("treeContacts", "Ann");
+        Click("btnCloseAddressBook");
     });
 }
 
@@ -214,6 +284,7 @@ TEST_F(Compose, ForwardCarriesTheAttachments) {
         EXPECT_EQ(Window()->windowTitle(), "Forward...");
         EXPECT_EQ(Field(kTo), "");
         EXPECT_TRUE(Field(kSubject).startsWith("Fwd:  ")) << Field(kSubject).toStdString();
+        EXPECT_TRUE(WaitFor([] { return Rows("pic_treeAttachments").size() == 3; }));
         EXPECT_EQ(Rows("pic_treeAttachments"), (QStringList{"ridge.jpg", "harbour.jpg", "captions.pdf"}));
         EXPECT_TRUE(Text("pic_multiMessage").contains("\n>See you at the fountain"));
         EXPECT_FALSE(Text("pic_multiMessage").contains("skip this line"));

@@ -121,6 +121,30 @@ QRect PlaceOf(QTreeView *tree, QString const &text) {
     return {};
 }
 
+constexpr int kLongestBoxSeconds = 30;
+
+[[noreturn]] void EndNow(char const *why) {
+    fprintf(stderr, "%s\n", why);
+    fflush(nullptr);
+    _exit(1);
+}
+
+/// A box that nobody answers would keep its caller until the test's end of time.
+void WatchBoxes() {
+    auto *const timer = new QTimer(qApp);
+    auto const seconds = std::make_shared<int>(0);
+    auto const answered = std::make_shared<qsizetype>(0);
+    QObject::connect(timer, &QTimer::timeout, timer, [=] {
+        QWidget const *const box = QApplication::activeModalWidget();
+        bool const open = box && box->objectName().startsWith(QLatin1String("Pt"));
+        bool const same = std::exchange(*answered, boxes.size()) == boxes.size() && open;
+        *seconds = same ? *seconds + 1 : 0;
+        if (*seconds > kLongestBoxSeconds)
+            EndNow("a box is open that was not expected");
+    });
+    timer->start(1000);
+}
+
 /// Runs in the child: the program, the work, the end. Returns the child's exit code.
 int Run(std::function<void()> const &work, QStringList const &options) {
     QList<QByteArray> words{"Corvanta"};
@@ -134,7 +158,11 @@ int Run(std::function<void()> const &work, QStringList const &options) {
         return 2;
     WithoutLock([&] {
         EXPECT_TRUE(WaitFor([] { return IsShown("base"); }));
+        WatchBoxes();
         work();
+        // Work that broke off has left windows open, which would ask before they close.
+        if (testing::Test::HasFailure())
+            EndNow("the sitting ends here");
         if (QWidget *const base = Shown("base"))
             QTimer::singleShot(0, base, [base] { base->close(); });
     });
@@ -183,9 +211,7 @@ QWidget *Find(char const *name) {
     QWidget *const widget = Shown(name);
     if (!widget) {
         // Without the widget nothing that follows makes sense.
-        fprintf(stderr, "%s is missing\n", name);
-        fflush(nullptr);
-        _exit(1);
+        EndNow((std::string(name) + " is missing").c_str());
     }
     return widget;
 }

@@ -1,0 +1,155 @@
+// The way of an article: a group is opened, an article written, another one answered, and both are found in the
+// group.
+
+#include "fixtures/inn_server.h"
+#include "fixtures/temp_home.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTest>
+#include <QTreeView>
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kRoot[] = "From: Carol <carol@example.net>\nNewsgroups: test.general,test.other\nSubject: Root\n"
+                         "Date: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <root@example.net>\n\n"
+                         "Who reads this?\n";
+constexpr char kPrivate[] = "From: Dave <dave@example.net>\nReply-To: Dave <home@example.net>\n"
+                            "Newsgroups: test.general\nFollowup-To: poster\nSubject: Private\n"
+                            "Date: Mon, 02 Nov 2026 11:00:00 +0000\nMessage-ID: <private@example.net>\n\n"
+                            "By mail, please.\n";
+
+void MakeNewsProfile(std::string const &server) {
+    fs::create_directories(Root() + "news/work/groups");
+    std::ofstream(Root() + "news/work.dat")
+        << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
+    std::ofstream(Root() + "news/work/groups/test.general ");
+}
+
+QWidget *Window() { return Find("pic_btnSend")->window(); }
+
+QLineEdit *Field(int place) {
+    return Window()->findChildren<QLineEdit *>(QStringLiteral("pic_txtTextbox")).value(place);
+}
+constexpr int kGroup = 0, kSubject = 1;
+
+void TypeInto(QWidget *field, QString const &text) {
+    ASSERT_TRUE(field);
+    QTest::mouseClick(field, Qt::LeftButton);
+    QTest::keyClicks(field, text);
+}
+
+bool WindowGoes() {
+    return WaitFor([] { return !IsShown("pic_btnSend") && !IsShown("pic_btnCancel"); });
+}
+
+bool RowsCome(int count) {
+    return WaitFor([=] { return Rows("treeMessageHeaders").size() == count; });
+}
+
+void ShowArticle(char const *subject, QString const &word) {
+    ClickRow("treeMessageHeaders", subject);
+    EXPECT_TRUE(WaitFor([&] { return Text("webEmailMessage").contains(word); }));
+}
+
+/// The row above the first one with this subject in its thread; empty at the top.
+QString FatherOf(QString const &subject) {
+    auto *const tree = qobject_cast<QTreeView *>(Find("treeMessageHeaders"));
+    QModelIndexList const found = tree->model()->match(tree->model()->index(0, 1), Qt::DisplayRole, subject, 1,
+                                                       Qt::MatchContains | Qt::MatchRecursive);
+    return found.isEmpty() ? QStringLiteral("no row")
+                           : found[0].parent().siblingAtColumn(1).data().toString().trimmed();
+}
+
+class PostingJourney : public testing::Test {
+  protected:
+    void SetUp() override {
+        ClearTempHome();
+        if (news.MayNotRun())
+            GTEST_SKIP() << "the news server switches users, which takes root";
+        ASSERT_GT(news.Port(), 0);
+        ASSERT_TRUE(news.Put(kRoot));
+        MakeNewsProfile(news.Address());
+    }
+    InnServer news{{"--access", "required"}};
+};
+
+TEST_F(PostingJourney, WrittenAnsweredAndFoundInTheGroup) {
+    Sitting([] {
+        Click("btnCompose");
+        EXPECT_EQ(Window()->windowTitle(), "New Newsgroup Message") << "there are news profiles only";
+        EXPECT_EQ(Field(kGroup)->text(), "") << "no group is open";
+        Click("pic_btnCancel");
+
+        ClickRow("treeProfiles", "test.general");
+        ASSERT_TRUE(RowsCome(1));
+        Click("btnCompose");
+        EXPECT_EQ(Field(kGroup)->text(), "test.general");
+        EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), "work");
+        EXPECT_EQ(Window()->findChildren<QWidget *>(QStringLiteral("pic_btnAddressBook")).size(), 0);
+        TypeInto(Field(kSubject), "New thread");
+        TypeInto(Find("pic_multiMessage"), "Hello group");
+        QTest::keyClick(Find("pic_multiMessage"), Qt::Key_Return);
+        TypeMore("pic_multiMessage", ".");
+        TakePicture("pic_btnSend", "compose-news.png");
+        Click("pic_btnSend");
+        ASSERT_TRUE(WindowGoes());
+
+        ShowArticle("Root", "Who reads this?");
+        Click("btnReply");
+        EXPECT_EQ(Window()->windowTitle(), "Reply...");
+        EXPECT_EQ(Field(kGroup)->text(), "test.general,test.other");
+        EXPECT_EQ(Field(kSubject)->text(), "Re:  Root");
+        EXPECT_TRUE(Text("pic_multiMessage").contains("\n>Who reads this?"));
+        TakePicture("pic_btnSend", "compose-news-reply.png");
+        Click("pic_btnSend");
+        ASSERT_TRUE(WindowGoes());
+
+        ClickRow("treeProfiles", "work");
+        ClickRow("treeProfiles", "test.general"); // opened anew, with what has come meanwhile
+        ASSERT_TRUE(RowsCome(3));
+        EXPECT_EQ(FatherOf("New thread"), "");
+        EXPECT_EQ(FatherOf("Re:"), "Root");
+        TakePicture("base", "posted.png");
+    });
+}
+
+TEST_F(PostingJourney, ForwardedOrAnsweredByMail) {
+    ASSERT_TRUE(news.Put(kPrivate));
+    for (bool const mail : {false, true}) {
+        if (mail)
+            MakeProfile("127.0.0.1:1", true);
+        Sitting([&] {
+            ClickRow("treeProfiles", "test.general");
+            ASSERT_TRUE(RowsCome(2));
+            ShowArticle("Private", "By mail");
+            Click("btnReply");
+            EXPECT_EQ(Field(kGroup)->text(), mail ? "Dave <home@example.net>" : "");
+            EXPECT_EQ(Window()->windowTitle(), "Reply...");
+            EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), mail ? "home" : "work");
+            if (!mail) {
+                EXPECT_EQ(Text("lblStatus"), "The author asks for an answer by mail");
+            }
+            WhenAsked("Discard it");
+            Click("pic_btnCancel");
+
+            Click("btnForward");
+            EXPECT_EQ(Window()->windowTitle(), "Forward...");
+            EXPECT_EQ(Field(kGroup)->text(), "");
+            EXPECT_EQ(Field(kSubject)->text(), "Fwd:  Private");
+            EXPECT_TRUE(Text("pic_multiMessage").contains("\n>By mail"));
+            WhenAsked("Discard it");
+            Click("pic_btnCancel");
+        });
+    }
+}
+
+} // namespace
