@@ -132,6 +132,7 @@ class Spool {
 /// Copies the transfer into the spool until a piece ends in the end mark. False when the connection is lost.
 bool FillSpool(int socket, Spool &spool) {
     int64_t received = 0, written = 0;
+    Pace pace;
     LogDebug(0, "We may have a problem, we read %d bytes\n", 0);
     char buffer[kPieceSize + 1];
     char window[5] = {0, 0, 0, '\r', '\n'}; // the reply's line end: an empty message is a mark alone
@@ -142,6 +143,8 @@ bool FillSpool(int socket, Spool &spool) {
             return false;
         buffer[got] = 0;
         received += got;
+        if (!pace.Holds(static_cast<size_t>(received)))
+            return false;
         LogDebug(0, "rcount = %i, wcount = %i\n", static_cast<int>(received), static_cast<int>(written));
         spool.Write({buffer, static_cast<size_t>(got)});
         written += got;

@@ -15,6 +15,14 @@ constexpr std::string_view kDoubled = "\r\n..";
 
 } // namespace
 
+bool Pace::Holds(size_t received, Clock::time_point now) {
+    if (received - before_ >= kBytes) {
+        before_ = received;
+        since_ = now;
+    }
+    return now - since_ < kTime;
+}
+
 bool Transfer::MakeRoom(size_t most) {
     size_t const needed = used_ + std::min(most, kFirstRoom / 4) + kSpare;
     if (needed <= room_)
@@ -39,6 +47,10 @@ int Transfer::Read(size_t most, int seconds) {
                                     static_cast<int>(std::min(most, room_ - used_ - kSpare)), seconds);
     if (got > 0)
         used_ += static_cast<size_t>(got);
+    if (got > 0 && !pace_.Holds(used_)) {
+        errno = ECONNABORTED;
+        return -1;
+    }
     return got;
 }
 

@@ -7,6 +7,7 @@
 #include "fixtures/scripted_server.h"
 #include "net/server.h"
 #include "pop/check_mail.h"
+#include "pop/transfer.h"
 #include "protocol/screen.h"
 
 #include <cstdlib>
@@ -213,6 +214,18 @@ TEST_F(Download, HeadersWithTop) {
     Connect({Expect("TOP 2 0"), Send("+OK\r\n"), Flood("Subject: a\r\n", 200 << 20)});
     EXPECT_EQ(TopHeader(*profile, 2), nullptr); // given up
     EXPECT_EQ(profile->serverSocket, -1);
+}
+
+TEST(Dripping, IsGivenUpAndSlownessIsNot) {
+    Pace::Clock::time_point const start{};
+    Pace slow(start), dripping(start);
+    bool held = true;
+    for (int minute = 1; minute <= 600; minute++) {
+        size_t const fair = static_cast<size_t>(minute) * Pace::kBytes / 9;
+        EXPECT_TRUE(slow.Holds(fair, start + std::chrono::minutes(minute)));
+        held = held && dripping.Holds(fair / 2, start + std::chrono::minutes(minute));
+        EXPECT_EQ(held, minute < 10) << minute;
+    }
 }
 
 } // namespace

@@ -1,0 +1,57 @@
+// A message that never ends: it is given up at the largest size that is taken, and told, and what it took is free
+// again.
+
+#include "hostile/mailbox_server.h"
+#include "net/server.h"
+#include "pop/message.h"
+#include "protocol/screen.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t kGigabyte = size_t{1} << 30;
+
+/// A line of /proc/self/status in bytes.
+size_t Memory(std::string const &name) {
+    std::ifstream lines("/proc/self/status");
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with(name))
+            return strtoul(line.c_str() + name.size(), nullptr, 10) * 1024;
+    return 0;
+}
+
+void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
+
+TEST(Endless, MessageIsGivenUpAndTold) {
+    std::string lines;
+    while (lines.size() < 1 << 20)
+        lines += "A line of a message that has no end, and no dot alone.\r\n";
+    for (bool const sized : {true, false}) {
+        SCOPED_TRACE(sized ? "with a size" : "without");
+        Screen screen;
+        Fault const fault{
+            .reply = 3,
+            .bytes = [&](std::string const &) { return (sized ? "+OK 5000 octets\r\n" : "+OK\r\n") + lines; },
+            .times = 1500};
+        MailboxServer server({"Subject: x\r\n\r\ntext\r\n"}, fault);
+        AccountRef<MailProfile> const profile = MakeProfile("home", server.Address(), true);
+        screen.AddProfile(*profile, true);
+        profile->serverSocket = 0; // to be connected
+        ForgetPeak();
+        size_t const before = Memory("VmRSS:");
+        screen.RunCallback([&] { EXPECT_EQ(getMessage(1, *profile, 0), nullptr); });
+        EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");
+        EXPECT_EQ(profile->serverSocket.load(), -1);
+        EXPECT_EQ(LockValue(*profile), 1);
+        EXPECT_LT(Memory("VmHWM:") - before, sized ? kGigabyte * 5 / 4 : kGigabyte / 20);
+        EXPECT_LT(Memory("VmRSS:"), before + kGigabyte / 20);
+        EXPECT_FALSE(std::filesystem::exists("/tmp/Corvanta-" + std::to_string(getpid())));
+    }
+}
+
+} // namespace
