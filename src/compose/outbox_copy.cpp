@@ -67,8 +67,10 @@ bool OutboxCopy::Keep() {
     char const *const text = ReadMessageRow(profile_.c_str(), kOutbox, number_, row);
     if (UpdateIndexRow(profile_.c_str(), kOutbox, number_, 0, text) == 0)
         ShowRow(profile_, number_, text);
+    // What could not be delivered is nowhere else.
+    bool const safe = SyncFolder(folder_.c_str(), &number_, 1);
     number_ = 0;
-    return true;
+    return safe;
 }
 
 void OutboxCopy::Remove() {

@@ -18,7 +18,8 @@ class OutboxCopy {
 
     /// Where the message is written to; -1 when none could be reserved.
     int Descriptor() const { return file_.Get(); }
-    /// Closes the whole message and fills its row. False when there is no copy, or it is not whole and was removed.
+    /// Closes the whole message, fills its row and brings both to disk. False when there is no copy, when it is not
+    /// whole and was removed, or when it is not known to be on disk.
     bool Keep();
     /// Takes record and file away again.
     void Remove();

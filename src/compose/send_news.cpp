@@ -9,6 +9,7 @@
 #include "widgets/toolkit.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -70,7 +71,7 @@ class Posting {
             return false;
         std::string const path = FolderDirectory("news", profile_.name) + kUnsentFile;
         Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
-        bool const kept = file.Valid() && Write(-1, file.Get()) && file.Reset();
+        bool const kept = file.Valid() && Write(-1, file.Get()) && fdatasync(file.Get()) == 0 && file.Reset();
         SetStatus(kept ? "The article was not posted, its text is in " + path
                        : "The article was not posted, and its text could not be saved");
         return kept;
