@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <sys/socket.h>
 #include <sys/uio.h>
 
@@ -47,8 +48,10 @@ bool EndsLine(char byte) { return static_cast<signed char>(byte) <= 10; }
 bool IsStored(char byte) { return static_cast<signed char>(byte) > 20; }
 bool IsLineFeed(char byte) { return byte == '\n'; }
 
-/// Reads up to the byte for which `ends` is true; the text ends at the first that EndsLine names.
-int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char)) {
+/// Reads up to the byte for which `ends` is true; the text ends at the first that EndsLine names. What comes behind
+/// stays to be read, or goes into `behind`, of which `kept` bytes are filled then.
+int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char), std::span<char> behind = {},
+             size_t *kept = nullptr) {
     size_t const width = size > 0 ? static_cast<size_t>(size) : 0;
     memset(buffer, 0, width);
     if (socket < 1)
@@ -58,17 +61,19 @@ int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char)
     size_t position = 0;
     size_t room = width ? width - 1 : 0;
     while (position < kLongestLine) {
-        char seen[1024];
+        char look[1024];
+        std::span<char> const piece = behind.empty() ? std::span<char>(look) : behind;
+        char *const seen = piece.data();
         auto const now = Clock::now();
-        ssize_t const got =
-            now < latest ? Receive(socket, seen, sizeof seen, MSG_PEEK, seconds, std::min(now + silence, latest))
-                         : -1;
+        ssize_t const got = now < latest ? Receive(socket, seen, piece.size(), behind.empty() ? MSG_PEEK : 0, seconds,
+                                                   std::min(now + silence, latest))
+                                         : -1;
         if (got <= 0)
             return static_cast<int>(got);
         char const *const end = std::find_if(seen, seen + got, ends);
         bool const whole = end != seen + got;
         size_t const taken = static_cast<size_t>(end - seen) + (whole ? 1 : 0);
-        if (!Consume(socket, seen, taken))
+        if (behind.empty() && !Consume(socket, seen, taken))
             return -1;
         // A byte that is not stored still takes its place, so that the text reads as ended there.
         for (size_t i = 0; i < taken && position + i < room; i++)
@@ -77,8 +82,13 @@ int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char)
             else if (EndsLine(seen[i]))
                 room = position + i;
         position += taken;
-        if (whole)
-            return static_cast<int>(position);
+        if (!whole)
+            continue;
+        if (kept) {
+            *kept = static_cast<size_t>(got) - taken;
+            memmove(seen, seen + taken, *kept);
+        }
+        return static_cast<int>(position);
     }
     return -1;
 }
@@ -87,6 +97,11 @@ int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char)
 
 int ReadServerLine(int socket, char *buffer, int size, int seconds) {
     return ReadLine(socket, buffer, size, seconds, EndsLine);
+}
+
+int ReadServerReply(int socket, char *buffer, int size, std::span<char> behind, size_t &kept) {
+    kept = 0;
+    return ReadLine(socket, buffer, size, kSilenceSeconds, EndsLine, behind, &kept);
 }
 
 int ReadWholeLine(int socket, char *buffer, int size, int seconds) {

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 enum ServerKind { kPop3 = 1, kSmtp = 2, kNntp = 3 };
@@ -35,6 +36,10 @@ int OpenServerConnection(char const *text, int kind, int inThread, std::atomic<b
 /// dropped. Returns the bytes consumed with the line's end; 0 or -1 when the connection ended, failed or stayed
 /// silent for `seconds` before a line's end came (`buffer` has what arrived).
 int ReadServerLine(int socket, char *buffer, int size, int seconds = kSilenceSeconds);
+
+/// ReadServerLine for a reply that a text follows: what has come behind the line goes into `behind` (not empty),
+/// `kept` bytes of it, which saves two system calls.
+int ReadServerReply(int socket, char *buffer, int size, std::span<char> behind, size_t &kept);
 
 /// ReadServerLine for a dialogue in which every line counts: a byte that ends a line there ends the text here, and
 /// the rest of the line up to its LF is read and dropped instead of passing for the next reply.

@@ -4,6 +4,7 @@
 #include "pop/transfer.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <string>
@@ -15,24 +16,27 @@ constexpr int32_t kUnknownSize = 10000;
 constexpr size_t kLongestBlock = 64 << 20;
 constexpr auto kLongestTime = std::chrono::seconds(10 * kSilenceSeconds);
 
-/// Receives a header block to its end mark and keeps its first `most` bytes. False when the connection is lost.
-bool ReadBlock(int socket, size_t most, std::string &kept) {
-    constexpr size_t kTail = 4;
-    char window[kTail + kPieceSize] = {0, 0, '\r', '\n'}; // the last bytes before a piece, in front of it
+constexpr size_t kTail = 4;
+using Window = std::array<char, kTail + kPieceSize>; ///< the last bytes before a piece, and the piece
+
+/// Receives a header block to its end mark and keeps its first `most` bytes; `size` bytes of it have come with the
+/// reply. False when the connection is lost.
+bool ReadBlock(int socket, Window &window, size_t size, size_t most, std::string &kept) {
+    char *const piece = window.data() + kTail;
+    memcpy(window.data(), "\0\0\r\n", kTail);
     auto const latest = std::chrono::steady_clock::now() + kLongestTime;
     for (size_t total = 0; total < kLongestBlock && std::chrono::steady_clock::now() < latest;) {
-        int const got = ReadServerBytes(socket, window + kTail, kPieceSize);
-        if (got <= 0)
-            return false;
-        size_t const size = static_cast<size_t>(got);
-        void const *const mark = memmem(window, kTail + size, "\r\n.\r\n", 5);
-        size_t const taken =
-            mark ? static_cast<size_t>(static_cast<char const *>(mark) + 5 - (window + kTail)) : size;
-        kept.append(window + kTail, std::min(taken, most - kept.size()));
+        auto const *const mark = static_cast<char const *>(memmem(window.data(), kTail + size, "\r\n.\r\n", 5));
+        size_t const taken = mark ? static_cast<size_t>(mark + 5 - piece) : size;
+        kept.append(piece, std::min(taken, most - kept.size()));
         if (mark)
             return true;
-        memmove(window, window + size, kTail);
+        memmove(window.data(), window.data() + size, kTail);
         total += size;
+        int const got = ReadServerBytes(socket, piece, kPieceSize);
+        if (got <= 0)
+            return false;
+        size = static_cast<size_t>(got);
     }
     return false;
 }
@@ -45,7 +49,10 @@ char *TopHeader(MailProfile &profile, int number) {
         return nullptr;
     char reply[kReplyWidth];
     PrintText(reply, sizeof reply, "TOP %d 0", number);
-    if (WriteServerLine(socket, reply) < 0 || ReadServerLine(socket, reply, sizeof reply) <= 0) {
+    Window window;
+    size_t behind = 0;
+    if (WriteServerLine(socket, reply) < 0 ||
+        ReadServerReply(socket, reply, sizeof reply, std::span(window).subspan(kTail), behind) <= 0) {
         LoseConnection(profile);
         return nullptr;
     }
@@ -57,7 +64,7 @@ char *TopHeader(MailProfile &profile, int number) {
     if (size <= 0)
         size = kUnknownSize;
     std::string kept;
-    if (!ReadBlock(socket, static_cast<size_t>(size), kept)) {
+    if (!ReadBlock(socket, window, behind, static_cast<size_t>(size), kept)) {
         LoseConnection(profile);
         return nullptr;
     }
