@@ -1,0 +1,249 @@
+#include "soak/soak.h"
+
+#include "news/header_download.h"
+#include "pop/check_mail.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+
+#include <QElapsedTimer>
+#include <QLineEdit>
+#include <QTest>
+#include <QTimer>
+#include <QWidget>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kSpareDescriptors = 6;
+constexpr long kSpareMegabytes = 16;
+constexpr int kPatience = 90000; // what a lost server may cost, in milliseconds
+constexpr char kGroup[] = "test.general";
+
+long ResidentMegabytes() {
+    long pages = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> pages >> resident;
+    return resident * sysconf(_SC_PAGESIZE) >> 20;
+}
+
+bool AtRest() { return RunningChecks() == 0 && RunningDownloads() == 0; }
+
+/// The subject of a message in a file.
+std::string SubjectIn(std::string const &text) {
+    size_t const at = text.find("\nSubject: ");
+    size_t const posted = at == std::string::npos ? text.find("\nSUBJECT: ") : at;
+    if (posted == std::string::npos)
+        return {};
+    size_t const begin = posted + 10;
+    return text.substr(begin, text.find_first_of("\r\n", begin) - begin);
+}
+
+/// Calls `take` with every file below a directory that may not be there.
+void ForFiles(std::string const &directory, std::function<void(std::string const &)> const &take) {
+    std::error_code none;
+    for (auto const &entry : fs::recursive_directory_iterator(directory, none))
+        if (entry.is_regular_file())
+            take(entry.path().string());
+}
+
+} // namespace
+
+Soak::Soak(unsigned seed) : random_(seed), smtp_(pop_.WorkDirectory() + "/mail") {
+    if (!Ready())
+        return;
+    MakeProfile(pop_.Address(), false, 5);
+    std::string profile = FileText(Root() + "home.dat");
+    profile.replace(profile.find("smtp.example.org"), 16, smtp_.Address());
+    std::ofstream(Root() + "home.dat") << profile;
+    fs::create_directories(Root() + "news/usenet/groups");
+    std::ofstream(Root() + "news/usenet.dat")
+        << news_.Address() << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
+    std::ofstream(Root() + "news/usenet/groups/" + kGroup).flush();
+}
+
+bool Soak::Ready() const { return pop_.Port() > 0 && smtp_.Port() > 0 && news_.Port() > 0; }
+
+void Soak::Work(int seconds, int warmUp) {
+    // Alerts come when they come.
+    QTimer answers;
+    QObject::connect(&answers, &QTimer::timeout, &answers, [this] {
+        if (IsShown("PtAlert") && (AnswerNow("PtAlert", "Discard it") || AnswerNow("PtAlert", "Close")))
+            alerts_++;
+    });
+    answers.start(20);
+    QElapsedTimer clock;
+    clock.start();
+    long megabytes = 0;
+    int descriptors = 0;
+    for (; clock.elapsed() < seconds * 1000LL && !testing::Test::HasFailure(); done_++) {
+        OneThing();
+        Wait(Below(3) ? 0 : Below(300));
+        if (megabytes == 0 && clock.elapsed() > warmUp * 1000LL) {
+            ASSERT_TRUE(WaitFor(AtRest, kPatience));
+            megabytes = ResidentMegabytes();
+            descriptors = CountDescriptors();
+        }
+    }
+    for (int &pause : pause_)
+        pause = std::min(pause, 1);
+    ASSERT_TRUE(WaitFor([this] { return AllServing(); }, kPatience));
+    ASSERT_TRUE(WaitFor(AtRest, kPatience)) << "a check or download does not end";
+    printf("%d things done, %zu sent, %zu failed, %zu put; %ld MB (%ld after %d s), %d descriptors (%d)\n", done_,
+           sent_.size(), doubtful_.size(), put_.size(), ResidentMegabytes(), megabytes, warmUp, CountDescriptors(),
+           descriptors);
+    EXPECT_LE(ResidentMegabytes(), megabytes + kSpareMegabytes);
+    EXPECT_LE(CountDescriptors(), descriptors + kSpareDescriptors);
+}
+
+void Soak::OneThing() {
+    int const what = Below(100);
+    if (what < 25)
+        Open(Below(3) == 0 ? "Outbox" : Below(2) ? "Inbox" : "Saved");
+    else if (what < 35)
+        Open(kGroup);
+    else if (what < 60)
+        ReadSomething();
+    else if (what < 70)
+        Click("btnCheckEmail");
+    else if (what < 78)
+        PutMail();
+    else if (what < 86)
+        Send();
+    else if (what < 93)
+        Post();
+    else
+        ShakeServers();
+    for (int &pause : pause_)
+        if (pause > 1)
+            pause--;
+    AllServing();
+}
+
+/// Starts the servers again whose pause is over. True when all serve.
+bool Soak::AllServing() {
+    std::function<bool()> const starts[] = {[this] { return pop_.Start(); }, [this] { return smtp_.Start(); },
+                                            [this] { return news_.Start(); }};
+    for (int server = 0; server < 3; server++)
+        if (pause_[server] == 1 && starts[server]())
+            pause_[server] = 0;
+    return pause_[0] == 0 && pause_[1] == 0 && pause_[2] == 0;
+}
+
+void Soak::ShakeServers() {
+    int const server = Below(3);
+    if (pause_[server] > 0)
+        return;
+    server == 0 ? pop_.Stop() : server == 1 ? smtp_.Stop() : news_.Stop();
+    pause_[server] = 2 + Below(6);
+}
+
+/// Opens a folder or group and waits until what that starts is over.
+bool Soak::Open(char const *row) {
+    if (!WaitFor(AtRest, kPatience))
+        return false;
+    ClickRow("treeProfiles", row);
+    return Below(4) == 0 || WaitFor(AtRest, kPatience);
+}
+
+void Soak::ReadSomething() {
+    QStringList const rows = Rows("treeMessageHeaders");
+    if (rows.isEmpty())
+        return;
+    ClickRow("treeMessageHeaders", rows[Below(static_cast<int>(rows.size()))].section('|', 1, 1));
+    Wait(30);
+}
+
+void Soak::PutMail() {
+    if (pause_[0] > 0)
+        return;
+    std::string const subject = "put-" + std::to_string(done_) + ".";
+    pop_.Put("alice", PlainMail(subject));
+    put_.insert(subject);
+}
+
+void Soak::Send() {
+    if (Open("Inbox") && WaitFor(AtRest, kPatience))
+        SendWindow("alice@example.org", "mail-" + std::to_string(done_) + ".");
+}
+
+void Soak::Post() {
+    if (Open(kGroup) && WaitFor(AtRest, kPatience))
+        SendWindow("", "post-" + std::to_string(done_) + ".");
+}
+
+/// Writes and sends in a compose window. Without `to` the field is left as it comes.
+void Soak::SendWindow(std::string const &to, std::string const &subject) {
+    Click("btnCompose");
+    QList<QLineEdit *> const fields =
+        Find("pic_btnSend")->window()->findChildren<QLineEdit *>(QStringLiteral("pic_txtTextbox"));
+    if (!to.empty())
+        fields.first()->setFocus(), QTest::keyClicks(fields.first(), QString::fromStdString(to));
+    ASSERT_FALSE(fields.first()->text().isEmpty()) << subject << " goes nowhere";
+    QTest::keyClicks(fields.last(), QString::fromStdString(subject));
+    QTest::keyClicks(Find("pic_multiMessage"), "The text of " + QString::fromStdString(subject));
+    int const alerts = alerts_;
+    auto const gone = [] { return !IsShown("pic_btnSend") && !IsShown("pic_btnCancel"); };
+    Click("pic_btnSend");
+    ASSERT_TRUE(WaitFor([&] { return gone() || alerts_ > alerts; }, 2 * kPatience)) << subject << " is not sent";
+    (alerts_ > alerts ? doubtful_ : sent_).insert(subject);
+    if (!WaitFor(gone, 1000))
+        Click("pic_btnCancel");
+    ASSERT_TRUE(WaitFor(gone, kPatience));
+}
+
+/// The subjects of the articles on the news server.
+std::multiset<std::string> Soak::ArticlesPosted() const {
+    std::multiset<std::string> subjects;
+    ForFiles(news_.WorkDirectory(), [&](std::string const &path) {
+        if (path.find("/articles/") != std::string::npos)
+            subjects.insert(SubjectIn(FileText(path)));
+    });
+    return subjects;
+}
+
+void Soak::StopServers() {
+    pop_.Stop();
+    smtp_.Stop();
+    news_.Stop();
+}
+
+void Soak::Verify() {
+    EXPECT_TRUE(WaitFor(
+        [this] {
+            if (!AtRest())
+                return false;
+            if (pop_.Count("alice") == 0)
+                return true;
+            ClickRow("treeProfiles", "Inbox");
+            Click("btnCheckEmail");
+            return false;
+        },
+        kPatience))
+        << "mail stays on the server";
+    // A session that the server breaks off is undone there, and its messages come once more: the same bytes. What was
+    // sent twice would differ in its Received fields.
+    std::map<std::string, std::set<std::string>> mail;
+    auto const take = [&](std::string const &path) {
+        std::string const text = FileText(path);
+        mail[SubjectIn(text)].insert(text);
+    };
+    ForFiles(Root() + "home/Inbox", take);
+    ForFiles(pop_.WorkDirectory() + "/mail/alice/new", take);
+    ForFiles(pop_.WorkDirectory() + "/mail/alice/cur", take);
+    std::multiset<std::string> const articles = ArticlesPosted();
+    auto const found = [&](std::string const &subject) {
+        return subject.starts_with("post-") ? articles.count(subject) : mail[subject].size();
+    };
+    for (std::string const &subject : put_)
+        EXPECT_EQ(found(subject), 1u) << subject;
+    for (std::string const &subject : sent_)
+        EXPECT_EQ(found(subject), 1u) << subject;
+    for (std::string const &subject : doubtful_)
+        EXPECT_LE(found(subject), 1u) << subject;
+}
