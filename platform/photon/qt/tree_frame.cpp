@@ -64,13 +64,21 @@ void TreeFrame::TakeColumns() {
         header()->setStretchLastSection(false);
         header()->setSectionResizeMode(wide, QHeaderView::Stretch);
     }
+    int const branches = property("branchColumn").toInt(&known);
+    if (known && branches >= 0 && branches < header()->count())
+        setTreePosition(branches);
+}
+
+void TreeFrame::ShowBranches(bool any) {
+    if (treePosition() >= 0 && any != rootIsDecorated())
+        setRootIsDecorated(any);
 }
 
 bool TreeFrame::OnDecoration(QPoint place) const {
     QModelIndex const row = indexAt(place).siblingAtColumn(0);
     if (!row.isValid() || !model()->hasChildren(row) || (!rootIsDecorated() && !row.parent().isValid()))
         return false;
-    int const left = visualRect(row).left();
+    int const left = visualRect(row.siblingAtColumn(std::max(0, treePosition()))).left();
     return place.x() < left && place.x() >= left - indentation();
 }
 

@@ -98,6 +98,7 @@ void TreeView::Update(PtWidget &widget) {
         top = frame_->indexAt({0, 0}).siblingAtColumn(0);
     TreeModel::Change const change = model_.Update(widget);
     bool const reset = change == TreeModel::Change::Reset;
+    frame_->ShowBranches(state.item_count != state.root_count);
     bool const opened = std::exchange(open_, false);
     if ((reset || opened) && state.item_count != state.root_count)
         ExpandFrom({});
@@ -111,7 +112,8 @@ void TreeView::Update(PtWidget &widget) {
     }
     if (state.show)
         Show(state.show);
-    frame_->viewport()->update();
+    if (opened || state.selection_changed || change != TreeModel::Change::None)
+        frame_->viewport()->update(); // not for rows below shut ones
     showing_ = false;
     budget_ -= clock.nsecsElapsed() / 1000 + frame_->paint_cost_;
 }

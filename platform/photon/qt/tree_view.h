@@ -18,8 +18,11 @@ class TreeFrame final : public QTreeView {
     /// The tree that a receiver of input is, or is the viewport of; null for none.
     static TreeFrame *Containing(QObject *receiver);
     /// Column headings and widths from the module file's properties `columns`, `columnWidths` and `columnStretch`
-    /// (the column, from 0, that takes the room the others leave; without it the last one does).
+    /// (the column, from 0, that takes the room the others leave; without it the last one does), and from
+    /// `branchColumn` the column that is indented and has the arrows.
     void TakeColumns();
+    /// A list with a `branchColumn` is indented only while any row has others below it.
+    void ShowBranches(bool any);
     /// The right button went down: the row under it becomes current and selected, without a selection callback.
     void RightPress(QPoint on_screen);
     /// What was expanded or collapsed is laid out at once, before the next painting.
