@@ -246,23 +246,30 @@ TEST_F(Images, AWorkerThatDiesCostsItsPageOrItsImageOnly) {
     place_.Write("slow.html", std::string(kMaxPageBytes, '<'));
     place_.Write("image", Encoded(Picture(2500, 2500, QImage::Format_RGB32), "png"));
     place_.Write("p.html", "<img src=image>text");
+    // The worker may be done before it is found, on a busy machine more than once.
     auto const kill_worker = [&] {
-        std::vector<pid_t> workers;
-        for (int i = 0; i < 10'000 && workers.empty(); ++i, usleep(500))
-            workers = WorkersOf(server_.Pid());
-        ASSERT_FALSE(workers.empty());
-        ASSERT_EQ(kill(workers[0], SIGSYS), 0);
+        pollfd answered{server_.Socket(), POLLIN, 0};
+        while (poll(&answered, 1, 0) == 0)
+            for (pid_t const worker : WorkersOf(server_.Pid())) {
+                kill(worker, SIGSYS);
+                return;
+            }
     };
-    Ask(Url("slow.html"));
-    kill_worker();
-    Packet const error = server_.Next();
-    EXPECT_EQ(error.header.kind, Kind::Error);
-    EXPECT_EQ(error.header.value[0], 1u) << "the reader is told";
-    EXPECT_EQ(error.text, "This page could not be shown.");
+    Packet answer;
+    for (int i = 0; i < 100 && answer.header.kind != Kind::Error; ++i) {
+        Ask(Url("slow.html"));
+        kill_worker();
+        answer = server_.Next();
+    }
+    ASSERT_EQ(answer.header.kind, Kind::Error);
+    EXPECT_EQ(answer.header.value[0], 1u) << "the reader is told";
+    EXPECT_EQ(answer.text, "This page could not be shown.");
 
-    EXPECT_EQ(Page(Url("p.html")), "<img src=\"img:0\">text");
-    kill_worker();
-    EXPECT_TRUE(TakeImages().at(0).isNull());
+    for (int i = 0; i < 100 && frames_.empty(); ++i) {
+        EXPECT_EQ(Page(Url("p.html")), "<img src=\"img:0\">text");
+        kill_worker();
+        TakeImages();
+    }
     EXPECT_EQ(frames_, std::vector<std::string>{"image"});
     Page(Url("p.html"));
     EXPECT_EQ(TakeImages().at(0).size(), QSize(2500, 2500));
