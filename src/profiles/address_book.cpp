@@ -145,8 +145,13 @@ void SetTarget(PtWidget_t *target) {
 } // namespace
 
 void OpenAddressBook(PtWidget_t *target) {
-    if (ApCreateModule(&ABM_winAddressBook, nullptr, nullptr))
-        SetTarget(target);
+    bool const wasFolded = ABW_paneContact && !PtWidgetIsRealized(ABW_paneContact);
+    if (!ApCreateModule(&ABM_winAddressBook, nullptr, nullptr))
+        return;
+    // The window that was open already is realized once more, with all that is in it.
+    if (wasFolded)
+        Fold();
+    SetTarget(target);
 }
 
 void ForgetAddressTarget(PtWidget_t *field) {

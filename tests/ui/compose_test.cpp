@@ -189,6 +189,8 @@ TEST_F(Compose, RecipientsArePickedFromTheBook) {
         Click("btnCompose");
         for (int const field : {kTo, kCc}) {
             QTest::mouseClick(Part<QWidget>("pic_btnAddressBook", field), Qt::LeftButton);
+            EXPECT_EQ(Find("winAddressBook")->size(), QSize(376, 178)) << "folded, also when it was open";
+            EXPECT_FALSE(IsShown("txtContactName"));
             for (char const *contact : {"Ann", "Bob"})
                 DoubleClickRow("treeContacts", contact);
             EXPECT_EQ(Field(field), "ann@example.org, bob@example.org");
