@@ -3,6 +3,7 @@
 #include "base/account.h"
 #include "base/fd.h"
 #include "net/session_lock.h"
+#include "news/answer_copy.h"
 #include "news/listing.h"
 #include "news/news_files.h"
 #include "news/nntp.h"
@@ -19,7 +20,6 @@
 #include <fcntl.h>
 #include <memory>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -45,18 +45,6 @@ void EmptyTree() {
         PtGenTreeFreeAllItems(ABW_treeNews);
 }
 
-/// The stored group list in one read; empty when there is none.
-std::string ReadListing(char const *profile) {
-    Fd const file(open(ListingPath(profile).c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file.Valid() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return {};
-    std::string listing(static_cast<size_t>(status.st_size), '\0');
-    long const length = ReadAll(file.Get(), listing.data(), listing.size());
-    listing.resize(length > 0 ? static_cast<size_t>(length) : 0);
-    return listing;
-}
-
 /// Shows all groups of the server as they were stored last. The window is painted now and then meanwhile.
 void ShowCompleteList(NewsProfile const &profile) {
     if (!ABW_treeNews)
@@ -65,7 +53,7 @@ void ShowCompleteList(NewsProfile const &profile) {
     PtFlush();
     EmptyTree();
     SetTitle("Loading Newsgroup List... Please be Patient");
-    std::string const listing = ReadListing(profile.name);
+    std::string const listing = ReadRegularFile(ListingPath(profile.name), kLargestAnswer).value_or("");
     ListingReader reader(listing);
     PtTreeItem_t *previous = nullptr;
     int added = 0;
