@@ -3,9 +3,9 @@
 
 #include <string>
 
-/// The directory of the home page, with a slash at its end: the share directory nearest above the program's own place,
-/// which is /usr/share/Corvanta/ for /usr/bin/corvanta and the build tree's for a program that runs from there; without
-/// a page in any, /usr/share/Corvanta/.
+/// The directory of the home page, with a slash at its end: the share directory nearest above the program's own
+/// place, which is /usr/share/Corvanta/ for /usr/bin/corvanta and the build tree's for a program that runs from
+/// there; without a page in any, /usr/share/Corvanta/.
 std::string const &HomePageDirectory();
 
 /// The home page's address.
