@@ -46,6 +46,33 @@ void OpenMailFolder(MailProfile &profile, bool changed) {
         StartCheckMailThread();
 }
 
+/// Opens the folder or group that an item of the profile tree stands for, a mail profile's Inbox.
+void OpenItem(PtTreeItem_t const *item) {
+    AccountRef<ServerAccount> const profile(ProfileOf(item));
+    if (!profile)
+        return;
+    bool const below = FatherOf(item) != nullptr;
+    char const *const folder = below ? item->string : "Inbox";
+    bool changed = strcmp(currentFolder, folder) != 0;
+    CopyText(currentFolder, folder);
+    bool const otherProfile = profile.Get() != currentProfile.Get();
+    if (otherProfile || changed) {
+        changed = true;
+        LeaveFolder();
+    }
+    MailProfile *const mail = AsMail(profile.Get());
+    // A profile that is opened lists what its server has from the first message on; so does an Inbox whose rows went
+    // with the list when another folder was opened.
+    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, "Inbox") == 0;
+    if (mail && (otherProfile || rowsGone))
+        mail->serverMessageCount = 0;
+    currentProfile = profile;
+    if (mail)
+        OpenMailFolder(*mail, changed);
+    else if (below)
+        StartNewsThread();
+}
+
 } // namespace
 
 bool AddFolderRows(char const *profile, char const *folder) {
@@ -67,29 +94,13 @@ bool AddFolderRows(char const *profile, char const *folder) {
 int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     auto const *const selection = static_cast<PtTreeCallback_t *>(cbinfo->cbdata);
     bool const clicked = cbinfo->event && cbinfo->event->type == Ph_EV_BUT_RELEASE;
-    if (!clicked || selection->click_count != 1 || !ProfileOf(selection->item))
-        return Pt_CONTINUE;
-    AccountRef<ServerAccount> const profile(ProfileOf(selection->item));
-    bool const below = FatherOf(selection->item) != nullptr;
-    char const *const folder = below ? selection->item->string : "Inbox";
-    bool changed = strcmp(currentFolder, folder) != 0;
-    CopyText(currentFolder, folder);
-    bool const otherProfile = profile.Get() != currentProfile.Get();
-    if (otherProfile || changed) {
-        changed = true;
-        LeaveFolder();
-    }
-    MailProfile *const mail = AsMail(profile.Get());
-    // A profile that is opened lists what its server has from the first message on; so does an Inbox whose rows went
-    // with the list when another folder was opened.
-    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, "Inbox") == 0;
-    if (mail && (otherProfile || rowsGone))
-        mail->serverMessageCount = 0;
-    currentProfile = profile;
-    if (mail)
-        OpenMailFolder(*mail, changed);
-    else if (below)
-        StartNewsThread();
+    if (clicked && selection->click_count == 1)
+        OpenItem(selection->item);
+    return Pt_CONTINUE;
+}
+
+int OnProfileKey(PtWidget_t *tree, void *, PtCallbackInfo_t *) {
+    OpenItem(PtTreeGetCurrent(tree));
     return Pt_CONTINUE;
 }
 

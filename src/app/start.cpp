@@ -3,6 +3,7 @@
 #include "Pf.h"
 #include "Pg.h"
 #include "app/context_menus.h"
+#include "app/folder_view.h"
 #include "app/home_page.h"
 #include "app/message_commands.h"
 #include "base/log.h"
@@ -115,6 +116,8 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     StartPageServer();
     TellIfImagesAreNotShown();
     ShowHomePage();
+    for (unsigned const key : {static_cast<unsigned>(Pk_Return), static_cast<unsigned>(' ')})
+        PtAddHotkeyHandler(ABW_treeProfiles, key, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnProfileKey);
     PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);
     return Pt_CONTINUE;
 }

@@ -83,13 +83,15 @@ void MoveFocus(QWidget *from, bool backwards) {
     }
 }
 
-/// Input for a blocked widget goes nowhere; only the Tab key still leads away from it.
+/// Input for a blocked widget goes nowhere; only the Tab key still leads away from it, and Escape is the window's.
 void EatBlocked(QObject *receiver, QEvent *event) {
     if (event->type() == QEvent::KeyPress) {
         int const key = static_cast<QKeyEvent *>(event)->key();
         auto *widget = qobject_cast<QWidget *>(receiver);
         if (widget && (key == Qt::Key_Tab || key == Qt::Key_Backtab))
             MoveFocus(widget, key == Qt::Key_Backtab);
+        else if (widget && key == Qt::Key_Escape && widget->window() != widget)
+            QCoreApplication::sendEvent(widget->window(), event);
     }
     // An accepted override would keep the key from the window's mnemonics and shortcuts.
     if (event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove ||
