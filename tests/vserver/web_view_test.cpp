@@ -14,6 +14,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextBrowser>
 
 #include <algorithm>
@@ -126,6 +127,16 @@ class WebViewTest : public testing::Test {
     fs::path place_;
     PtWidget_t *window_ = nullptr, *web_ = nullptr;
 };
+
+TEST_F(WebViewTest, AWordIsNotBrokenByItsColumn) {
+    ASSERT_EQ(Startup(kHelper), 0);
+    Show("<HTML><BODY><TABLE><TR><TD width=30 align=right><B>Newsgroups:</B></TD><TD>test.general</TD></TR>"
+         "<TR><TD>Re:</TD><TD>x</TD></TR></TABLE></BODY></HTML>");
+    ASSERT_TRUE(ProcessEventsUntil([this] { return Shown().find("Newsgroups:") != std::string::npos; }));
+    QTextBlock const block = Browser()->document()->find("Newsgroups:").block();
+    Browser()->document()->documentLayout()->blockBoundingRect(block);
+    EXPECT_EQ(block.layout()->lineCount(), 1);
+}
 
 TEST_F(WebViewTest, ShowsThePageAtOnceAndAnewEachTime) {
     ASSERT_EQ(Startup(kHelper), 0);

@@ -7,8 +7,10 @@
 #include <QPushButton>
 #include <QTextBlock>
 #include <QTextCursor>
+#include <QTextTable>
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
@@ -30,6 +32,45 @@ QVariant FlatPlaceholder() {
     QPixmap pixmap(1, 1);
     pixmap.fill(Qt::transparent);
     return pixmap;
+}
+
+/// What a column must be wide to show its longest cell of a single short word; Qt would break the word where other
+/// browsers widen the column.
+qreal WidthOfWords(QTextTable &table, int column) {
+    constexpr int kMostRows = 50, kLongestWord = 24;
+    qreal width = 0;
+    for (int row = 0; row < std::min(table.rows(), kMostRows); row++) {
+        QTextBlock const block = table.cellAt(row, column).firstCursorPosition().block();
+        QString const text = block.text();
+        if (text.isEmpty() || text.size() > kLongestWord || text.contains(QLatin1Char(' ')))
+            continue;
+        QFontMetricsF const metrics(block.begin().fragment().charFormat().font());
+        width = std::max(width, std::ceil(metrics.horizontalAdvance(text)));
+    }
+    return width > 0 ? width + 2 * table.format().cellPadding() : 0;
+}
+
+/// Widens the fixed columns of the page's tables to their words.
+void KeepWordsWhole(QTextDocument &document) {
+    for (QTextFrame *frame : document.rootFrame()->childFrames()) {
+        auto *const table = qobject_cast<QTextTable *>(frame);
+        if (!table)
+            continue;
+        QTextTableFormat format = table->format();
+        QList<QTextLength> widths = format.columnWidthConstraints();
+        bool changed = false;
+        for (int column = 0; column < widths.size(); column++) {
+            qreal const wanted = widths[column].type() == QTextLength::FixedLength ? WidthOfWords(*table, column) : 0;
+            if (wanted <= widths[column].rawValue())
+                continue;
+            widths[column] = QTextLength(QTextLength::FixedLength, wanted);
+            changed = true;
+        }
+        if (changed) {
+            format.setColumnWidthConstraints(widths);
+            table->setFormat(format);
+        }
+    }
 }
 
 /// Makes images that are wider than `width` as wide.
@@ -87,6 +128,7 @@ void WebBrowser::ShowPage(QString const &html, unsigned images) {
     // setHtml alone would keep the images of the page before, whose names are the same.
     document()->clear();
     setHtml(html);
+    KeepWordsWhole(*document());
     moveCursor(QTextCursor::Start);
 }
 
