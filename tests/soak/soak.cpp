@@ -61,10 +61,7 @@ Soak::Soak(unsigned seed) : random_(seed), smtp_(pop_.WorkDirectory() + "/mail")
     std::string profile = FileText(Root() + "home.dat");
     profile.replace(profile.find("smtp.example.org"), 16, smtp_.Address());
     std::ofstream(Root() + "home.dat") << profile;
-    fs::create_directories(Root() + "news/usenet/groups");
-    std::ofstream(Root() + "news/usenet.dat")
-        << news_.Address() << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
-    std::ofstream(Root() + "news/usenet/groups/" + kGroup).flush();
+    MakeNewsProfile(news_.Address(), {kGroup});
 }
 
 bool Soak::Ready() const { return pop_.Port() > 0 && smtp_.Port() > 0 && news_.Port() > 0; }

@@ -1,6 +1,7 @@
 // What a screen reader gets: every control of every window has a name and a role, and lists can be read by cell.
 
 #include "fixtures/dovecot_server.h"
+#include "fixtures/scripted_server.h"
 #include "fixtures/temp_home.h"
 #include "ui/person.h"
 #include "ui/sample.h"
@@ -125,6 +126,24 @@ TEST_F(Access, EveryControlOfEveryWindowHasANameAndARole) {
         Click("btnCompose");
         ExpectNamed("pic_btnSend", 10);
         Click("pic_btnCancel");
+    });
+}
+
+TEST_F(Access, EveryControlOfTheNewsWindowsToo) {
+    ScriptedServer const news({Send("200 ready\r\n"), Skip(), Send("211 1000 1 1000 test.general\r\n"), Skip(),
+                               Send("211 follows\r\n1\r\n2\r\n.\r\n"), Stall()});
+    MakeNewsProfile(news.Address(), {"test.general"});
+    Sitting([] {
+        ClickRow("treeProfiles", "test.general");
+        ExpectNamed("dlgDownloadNewsPrompt", 3);
+        Type("numNewsCount", "0");
+        Click("btnDownloadNewsPrompt_OK");
+        Click("btnCompose");
+        ExpectNamed("pic_btnSend", 7);
+        Click("pic_btnCancel");
+        ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
+        ExpectNamed("dlgNews", 6);
+        Click("btnCloseNews");
     });
 }
 

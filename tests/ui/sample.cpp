@@ -37,6 +37,15 @@ void MakeProfile(std::string const &server, bool leaveOnServer, int interval, st
     }
 }
 
+void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups) {
+    std::string const profile = Root() + "news/usenet";
+    fs::create_directories(profile + "/groups");
+    fs::create_directories(Root() + ".tmp");
+    std::ofstream(profile + ".dat") << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
+    for (std::string const &group : groups)
+        std::ofstream(profile + "/groups/" + group).flush();
+}
+
 long IndexSize(std::string const &folder) {
     std::error_code error;
     auto const size = fs::file_size(Root() + "home/" + folder + "/index2", error);

@@ -2,6 +2,7 @@
 // Accounts and messages for the journeys.
 
 #include <string>
+#include <vector>
 
 /// A whole message of the demo's mailbox, "25-pictures".
 std::string DemoMail(std::string const &name);
@@ -13,6 +14,9 @@ std::string PlainMail(std::string const &subject);
 /// accounts dialog would save it, with its three folders.
 void MakeProfile(std::string const &server, bool leaveOnServer, int interval = 300, std::string const &name = "home",
                  std::string const &user = "alice");
+
+/// Makes the news profile "usenet" of alice on the server "host:port", with subscriptions.
+void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups);
 
 /// The user's directory, with a slash at its end.
 std::string Root();
