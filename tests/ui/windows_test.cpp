@@ -1,6 +1,7 @@
 // Every window there is, as the desktop's scale and colours make it. scripts/screenshots.sh runs this on X11 and
 // Wayland for a look at the pictures; what a program can see of them is checked here.
 
+#include "fixtures/scripted_server.h"
 #include "fixtures/temp_home.h"
 #include "store/folder.h"
 #include "ui/person.h"
@@ -80,9 +81,12 @@ class Windows : public testing::Test {
     void SetUp() override {
         ClearTempHome();
         MakeProfile("127.0.0.1:1", true);
+        MakeNewsProfile(news.Address(), {"test.general", "test.other"});
         for (char const *mail : {"01-welcome", "02-minutes", "03-re-minutes", "05-newsletter", "25-pictures"})
             ASSERT_GT(AppendMessage((Root() + "home/Saved/").c_str(), DemoMail(mail).c_str()), 0);
     }
+    ScriptedServer news{{Send("200 ready\r\n"), Skip(), Send("211 1000 1 1000 test.general\r\n"), Skip(),
+                         Send("211 follows\r\n1\r\n2\r\n.\r\n"), Stall()}};
 };
 
 void OpenPictures() {
@@ -129,6 +133,22 @@ void LookAtDialogs() {
     EXPECT_TRUE(WaitFor([] { return !IsShown("dlgAbout"); }));
 }
 
+/// A group of a server that says it has 1,000 articles, and lists its groups no more.
+void LookAtNews() {
+    ClickRow("treeProfiles", "test.general");
+    Look("dlgDownloadNewsPrompt", "news-prompt.png");
+    Type("numNewsCount", "0");
+    Click("btnDownloadNewsPrompt_OK");
+    Click("btnCompose");
+    Look("pic_btnSend", "news-compose.png");
+    Click("pic_btnCancel");
+    ASSERT_TRUE(WaitFor([] { return !IsShown("pic_btnSend"); }));
+    ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
+    Look("dlgNews", "newsgroups.png");
+    Escape("txtNewsFind");
+    EXPECT_TRUE(WaitFor([] { return !IsShown("dlgNews"); }));
+}
+
 TEST_F(Windows, AreAtHomeOnTheDesktop) {
     Sitting(
         [] {
@@ -146,6 +166,7 @@ TEST_F(Windows, AreAtHomeOnTheDesktop) {
             WhenAsked("Discard it");
             Click("pic_btnCancel");
             EXPECT_TRUE(WaitFor([] { return !IsShown("pic_btnSend"); }));
+            LookAtNews();
         },
         {"-w1100", "-h860"});
 }
