@@ -20,10 +20,13 @@
 #include <fcntl.h>
 #include <memory>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
 constexpr char kEmptyPage[] = "<HTML><BODY></BODY></HTML>\n";
+/// The page server takes no larger one.
+constexpr off_t kLargestPage = off_t{16} << 20;
 
 struct Activity {
     Activity() { BeginActivity(); }
@@ -69,6 +72,8 @@ bool WritePage(std::string const &path, char *text, ParsedHeaders const *headers
         text ? WriteMessagePage(file.Get(), text, *headers, TempDir, attachments) : WriteAll(file.Get(), kEmptyPage);
     if (!written)
         TellCannotWrite(path, errno);
+    else if (lseek(file.Get(), 0, SEEK_CUR) > kLargestPage)
+        SetStatus("The message is too large to be shown; its source can be viewed");
     return written;
 }
 

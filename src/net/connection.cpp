@@ -109,7 +109,7 @@ Fd NewSocket(int family) {
 }
 
 /// Tries each address in turn, each for its share of the time, so that a dead first one leaves time for the second.
-int ConnectToAny(std::vector<addrinfo const *> const &addresses, CancelFlag cancelled = nullptr) {
+int ConnectToAny(std::vector<addrinfo const *> const &addresses, int kind, CancelFlag cancelled = nullptr) {
     auto const end = Clock::now() + std::chrono::seconds(kConnectSeconds);
     char const *failed = "pop: socket()";
     int error = 0;
@@ -128,7 +128,7 @@ int ConnectToAny(std::vector<addrinfo const *> const &addresses, CancelFlag canc
         return -1;
     errno = error;
     perror(failed);
-    SetStatus("Could not connect to mail server");
+    SetStatus(kind == kNntp ? "Could not connect to the news server" : "Could not connect to mail server");
     return -1;
 }
 
@@ -140,7 +140,7 @@ int OpenMailConnection(MailProfile &profile, void *, int) {
     AddressList list(nullptr, freeaddrinfo);
     std::vector<addrinfo const *> const addresses = Resolve(address, list);
     if (!addresses.empty())
-        return ConnectToAny(addresses);
+        return ConnectToAny(addresses, kPop3);
     errno = EHOSTUNREACH;
     perror("Error: Unknown Host\n");
     SetStatus("Host unknown, could not connect to mail server");
@@ -155,7 +155,7 @@ int OpenServerConnection(char const *text, int kind, int, std::atomic<bool> cons
     if (IsSet(cancelled))
         return -1;
     if (!addresses.empty())
-        return ConnectToAny(addresses, cancelled);
+        return ConnectToAny(addresses, kind, cancelled);
     fprintf(stderr, "Unknown host %s\n", address.host);
     SetStatus("Host unknown, could not connect to mail server");
     return -1;

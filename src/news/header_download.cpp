@@ -1,6 +1,8 @@
 #include "news/header_download.h"
 
+#include "base/log.h"
 #include "base/text.h"
+#include "news/answer_copy.h"
 #include "news/article_rows.h"
 #include "news/download_run.h"
 #include "news/news_files.h"
@@ -23,8 +25,10 @@ constexpr int32_t kHeadFollows = 221;
 constexpr int kProgressLines = 50;
 /// To wait for the paint of every progress text would take longer than the download.
 constexpr auto kPaintPeriod = std::chrono::milliseconds(40);
-/// A server that sends this many lines more than the range can have, or this much in all, has no end.
+/// A server that sends this many lines more than the range can have, or this much in all, has no end. No more rows
+/// than the last come in one go: a server may claim any number of articles, and memory ends.
 constexpr int64_t kMoreLines = 100'000;
+constexpr int64_t kMostRows = 4'000'000;
 constexpr size_t kLargestOverview = size_t{2} << 30;
 constexpr size_t kLargestHead = size_t{16} << 20;
 
@@ -40,6 +44,8 @@ class Download {
     Download(int socket, NewsProfile &profile, int32_t count, int32_t total, DownloadStart const &start)
         : socket_(socket), profile_(profile), count_(count), total_(total), start_(start) {}
     int Run();
+    /// After a failed run: why, when the person shall know.
+    std::string const &Problem() const { return problem_; }
 
   private:
     bool Stopped() const { return gone_ || profile_.downloadTicket != start_.ticket; }
@@ -47,8 +53,15 @@ class Download {
         return AnswerReader(socket_, [this] { return Stopped(); });
     }
     /// A connection with half an answer on it is of no use to anybody.
-    int Drop() {
+    int Drop(char const *problem) {
         DropNewsConnection(profile_, socket_);
+        return Fail(problem);
+    }
+    int Fail(std::string const &problem) {
+        if (!Stopped()) {
+            LogError("Headers of %s: %s", profile_.currentGroup, problem.c_str());
+            problem_ = problem;
+        }
         return -1;
     }
     int32_t AskForHead(std::string &answer);
@@ -57,6 +70,7 @@ class Download {
     void EnterLibrary();
     int TakeOverview(NntpReader &reader);
     bool TakeLine(std::string_view line);
+    bool TooMuch(NntpReader const &reader) const;
     void ShowProgress();
 
     int socket_;
@@ -67,6 +81,7 @@ class Download {
     int64_t mostLines_ = 0;
     int64_t counted_ = 1; ///< lines; the status line is one
     bool gone_ = false;   ///< the list was freed
+    std::string problem_;
     Clock::time_point painted_{};
 };
 
@@ -92,8 +107,9 @@ bool Download::PlaceCursor() {
         code = AskNews(reader, socket_, "NEXT", answer);
     }
     if (code < 0) {
-        perror("getnewsheaders: select() 1");
-        Drop();
+        if (!Stopped())
+            perror("getnewsheaders: select() 1");
+        Drop(ReasonOf(AnswerEnd::kLost));
     }
     if (!IsGood(code))
         return false;
@@ -116,7 +132,7 @@ bool Download::FindEnd() {
         end_ = *end;
         mostLines_ = count_;
     }
-    mostLines_ += kMoreLines;
+    mostLines_ = std::min(mostLines_ + kMoreLines, kMostRows);
     return true;
 }
 
@@ -145,7 +161,11 @@ bool Download::TakeLine(std::string_view line) {
         return false;
     if (++counted_ % kProgressLines == 0)
         ShowProgress();
-    return counted_ <= mostLines_;
+    return true;
+}
+
+bool Download::TooMuch(NntpReader const &reader) const {
+    return counted_ > mostLines_ || reader.Received() >= kLargestOverview;
 }
 
 /// Reads the overview into rows. The library is left only while the server has nothing to read.
@@ -154,17 +174,16 @@ int Download::TakeOverview(NntpReader &reader) {
     reader.afterWait = [this] { EnterLibrary(); };
     BeginArticleRows();
     std::string_view line;
-    while (!Stopped() && reader.Received() < kLargestOverview && reader.ReadLine(line, kOverviewWidth) &&
-           !Stopped()) {
+    while (!Stopped() && !TooMuch(reader) && reader.ReadLine(line, kOverviewWidth) && !Stopped()) {
         if (line == ".") {
             if (lastHeaderItem)
                 PtGenTreeShow(ABW_treeMessageHeaders, &lastHeaderItem->gen);
             return 1;
         }
         if (!TakeLine(line))
-            break;
+            return Drop("Not enough memory for the headers");
     }
-    return Drop();
+    return Drop(ReasonOf(TooMuch(reader) ? AnswerEnd::kTooLarge : AnswerEnd::kLost));
 }
 
 int Download::Run() {
@@ -181,13 +200,15 @@ int Download::Run() {
     NntpReader reader = Reader();
     int32_t const code = AskNews(reader, socket_, command, answer);
     if (code < 0) {
-        perror("getnewsheaders: select() 2");
-        SetStatus("Done.");
-        return Drop();
+        if (!Stopped()) {
+            perror("getnewsheaders: select() 2");
+            SetStatus("Done.");
+        }
+        return Drop(ReasonOf(AnswerEnd::kLost));
     }
     // Behind any other answer no line comes.
     if (!IsGood(code))
-        return -1;
+        return Fail(answer);
     EnterLibrary();
     int const result = TakeOverview(reader);
     PtLeave(0);
@@ -198,13 +219,18 @@ int Download::Run() {
 
 DownloadStart StartOfDownload(NewsProfile const &profile) { return {profile.downloadTicket, headerListAge}; }
 
-int DownloadHeaders(int socket, NewsProfile &profile, int32_t count, int32_t total, DownloadStart const &start) {
-    return Download(socket, profile, count, total, start).Run();
+int DownloadHeaders(int socket, NewsProfile &profile, int32_t count, int32_t total, DownloadStart const &start,
+                    std::string &problem) {
+    Download download(socket, profile, count, total, start);
+    int const result = download.Run();
+    problem = download.Problem();
+    return result;
 }
 
 int getnewsheaders(int socket, NewsProfile &profile, int32_t count, int32_t total) {
     PtEnter(0);
     DownloadStart const start = StartOfDownload(profile);
     PtLeave(0);
-    return DownloadHeaders(socket, profile, count, total, start);
+    std::string problem;
+    return DownloadHeaders(socket, profile, count, total, start, problem);
 }

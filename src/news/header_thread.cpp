@@ -19,7 +19,6 @@
 namespace {
 
 constexpr int32_t kBatch = 500;
-constexpr char kConnecting[] = "Connecting to news server";
 
 std::atomic<int> runningDownloads{0};
 
@@ -69,15 +68,12 @@ void ReleaseWindow(char const *status) {
 bool Connect(NewsProfile &profile, std::string &problem) {
     if (profile.serverSocket > 0)
         return true;
-    SetStatus(kConnecting);
+    SetStatus("Connecting to news server");
     PtFlush();
     profile.serverSocket = httpget(profile.server);
     if (profile.serverSocket > 0)
         return true;
-    // An unknown host, or a silent server, was spoken of already; of a refused connection the words are for mail.
-    problem = WidgetText(ABW_lblStatus);
-    if (problem == kConnecting || problem == "Could not connect to mail server")
-        problem = "Could not connect to the news server";
+    problem = WidgetText(ABW_lblStatus); // the reason is there already
     return false;
 }
 
@@ -111,15 +107,16 @@ void *NewsHeaderThread(void *argument) {
         std::unique_ptr<Job> const job(static_cast<Job *>(argument));
         NewsProfile &profile = *job->profile;
         auto const stopped = [&] { return profile.downloadTicket != job->start.ticket; };
+        std::string problem;
         {
             SessionLock const lock(profile, SessionLock::kWorker);
             if (!stopped())
-                DownloadHeaders(profile.serverSocket, profile, profile.batchSize, job->total, job->start);
+                DownloadHeaders(profile.serverSocket, profile, profile.batchSize, job->total, job->start, problem);
         }
         ToolkitGuard const guard;
         if (startedProfile == &profile && startedTicket == job->start.ticket)
             startedProfile = nullptr;
-        ReleaseWindow(stopped() ? nullptr : "");
+        ReleaseWindow(stopped() ? nullptr : problem.c_str());
         runningDownloads--;
         PtFlush();
     }
