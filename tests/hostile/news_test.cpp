@@ -1,0 +1,265 @@
+// A news server that wants to hurt, in front of the real main window: what it sends is shown or refused in bounded
+// time, the window can be used, it says what happened, and nothing is written outside of the profile's directory.
+
+#include "fixtures/scripted_server.h"
+#include "fixtures/temp_home.h"
+#include "news/header_download.h"
+#include "ui/person.h"
+#include "ui/sample.h"
+#include "widgets/open_profile.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTreeView>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kShownWithin = 30'000; ///< milliseconds, under a sanitizer on a busy machine
+constexpr char kGroup[] = "%s%n<b>x";
+
+std::string Profile() { return Root() + "news/work/"; }
+
+void MakeNewsProfile(std::string const &server) {
+    ClearTempHome();
+    fs::create_directories(Profile() + "groups");
+    std::ofstream(Root() + "news/work.dat")
+        << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
+    std::ofstream(Profile() + "groups/" + kGroup);
+}
+
+/// Everything below the directory that holds the home, but for what the program writes on its own and the files of
+/// the news profile.
+std::set<std::string> FilesOutside() {
+    std::set<std::string> names;
+    fs::path const place = fs::path(TempHome()).parent_path();
+    for (fs::directory_entry const &entry : fs::directory_iterator(place))
+        names.insert(entry.path());
+    for (fs::directory_entry const &entry : fs::recursive_directory_iterator(TempHome())) {
+        std::string const path = entry.path();
+        if (!path.starts_with(Profile()) && !path.starts_with(Root() + ".tmp"))
+            names.insert(path);
+    }
+    return names;
+}
+
+Script operator+(Script left, Script const &right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+/// A connection on which the group is opened, with these numbers, up to the overview.
+Script Open(int articles) {
+    std::string list = "211 follows\r\n";
+    for (int number = 1; number <= articles; number++)
+        list += std::to_string(number) + "\r\n";
+    return {Send("200 ready\r\n"),
+            Expect(std::string("GROUP ") + kGroup),
+            Send("211 " + std::to_string(articles) + " 1 " + std::to_string(articles) + " x\r\n"),
+            Expect("LISTGROUP"),
+            Send(list + ".\r\n"),
+            Expect("HEAD"),
+            Send("221 1 <1>\r\nSubject: x\r\n.\r\n")};
+}
+
+std::string Times(size_t count, std::string const &text) {
+    std::string all;
+    while (count--)
+        all += text;
+    return all;
+}
+
+struct Article {
+    std::string number, row, text, shown, status;
+    size_t flood = 0; ///< bytes that follow, and no end
+};
+
+std::string Part(std::string const &name) {
+    return "--b\r\nContent-Type: application/octet-stream; name=\"" + name +
+           "\"\r\nContent-Disposition: attachment; filename=\"" + name +
+           "\"\r\nContent-Transfer-Encoding: base64\r\n\r\naGVsbG8h\r\n";
+}
+
+std::vector<Article> HostileArticles() {
+    std::string const head = "From: a\r\nNewsgroups: x\r\nSubject: s\r\n";
+    std::string const parts =
+        head +
+        "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n--b\r\nContent-Type: text/plain\r\n\r\nthe text\r\n" +
+        Part(Times(60, "<table><tr><td>")) + Part("../../escape") + Part("%s%n") + "--b--\r\n";
+    std::string const page = head + "Content-Type: text/html\r\n\r\n" + Times(60, "<table><tr><td>x") + "inside";
+    return {{"1", "|<b>bold</b>|", head + "\r\nbefore" + std::string(200, '\0') + "behind\r\n", "before", ""},
+            {"2", "|large|", head + "\r\nfirst words\r\n" + Times(2'000'000, "0123456789"), "",
+             "The message is too large to be shown; its source can be viewed"},
+            {"3", "|parts|", parts, "the text", ""},
+            {"4", "|page|", page + "\r\n", "", ""},
+            {"-5", "|negative|", "", "", "501 <b>what?</b> %s%n"},
+            {"6", "|endless|", head + "\r\n", "", "The news server's answer is too large", size_t{600} << 20}};
+}
+
+/// The overview of those articles, and of some that have no fields, no number, no end.
+std::string Overview(std::vector<Article> const &articles) {
+    std::string answer = "224 follows\r\n";
+    for (Article const &article : articles) {
+        std::string const subject = article.row.substr(1, article.row.size() - 2);
+        answer += article.number + "\t" + subject + "\ta@b\ttoday\t<" + article.number + ">\t\t100\t2\r\n";
+    }
+    return answer + "no tabs at all\r\n\r\n7\r\n8\t" + std::string(1'000'000, 'x') +
+           "\r\n9\t%s%n\t\t\xff\xfe\r\n.\r\n";
+}
+
+Script Answers(std::vector<Article> const &articles) {
+    Script script;
+    for (Article const &article : articles) {
+        script.push_back(Expect("ARTICLE " + article.number));
+        if (article.text.empty())
+            script.push_back(Send(article.status + "\r\n"));
+        else if (article.flood > 0)
+            script = script + Script{Send("220 follows\r\n" + article.text), Flood("and on\r\n", article.flood)};
+        else
+            script.push_back(Send("220 follows\r\n" + article.text + "\r\n.\r\n"));
+    }
+    return script;
+}
+
+bool Downloaded(qsizetype rows) {
+    return WaitFor([=] { return RunningDownloads() == 0 && Rows("treeMessageHeaders").size() == rows; }, 60'000);
+}
+
+TEST(HostileNews, IsShownOrRefusedAndStaysInItsDirectory) {
+    std::vector<Article> const articles = HostileArticles();
+    ScriptedServer server(Open(9) + Script{Expect("XOVER 1-9"), Send(Overview(articles))} + Answers(articles));
+    MakeNewsProfile(server.Address());
+    fs::create_directories(Root() + ".tmp");
+    std::set<std::string> const before = FilesOutside();
+    Sitting([&] {
+        int const width = Find("base")->window()->width();
+        ClickRow("treeProfiles", kGroup);
+        ASSERT_TRUE(Downloaded(static_cast<qsizetype>(articles.size()) + 5)) << Text("lblStatus").toStdString();
+        TakePicture("base", "hostile-group.png");
+        for (Article const &article : articles) {
+            SCOPED_TRACE(article.row);
+            QElapsedTimer time;
+            time.start();
+            ClickRow("treeMessageHeaders", QString::fromStdString(article.row));
+            EXPECT_TRUE(
+                WaitFor([&] { return Text("webEmailMessage").contains(QString::fromStdString(article.shown)); },
+                        kShownWithin))
+                << Text("webEmailMessage").left(300).toStdString();
+            EXPECT_EQ(Text("lblStatus").toStdString(), article.status);
+            EXPECT_FALSE(fs::exists(Profile() + "tmp"));
+            EXPECT_LT(time.elapsed(), kShownWithin);
+            if (article.row == "|parts|")
+                TakePicture("base", "hostile-article.png");
+        }
+        EXPECT_EQ(Find("base")->window()->width(), width);
+        EXPECT_LT(CurrentNewsProfile()->serverSocket, 1);
+    });
+    EXPECT_EQ(server.Problems(), "");
+    fs::remove_all(TempHome() + "/.config");
+    EXPECT_EQ(FilesOutside(), before);
+}
+
+TEST(HostileNews, AServerThatStopsInTheMiddleIsTold) {
+    std::string const some = "224 follows\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n";
+    ScriptedServer server(
+        {Open(2) + Script{Expect("XOVER 1-2"), Send(some)},
+         Open(2) + Script{Expect("XOVER 1-2"), Send("502 <b>no</b> " + std::string(2000, 'x') + "\r\n")}});
+    MakeNewsProfile(server.Address());
+    Sitting([&] {
+        ClickRow("treeProfiles", kGroup);
+        ASSERT_TRUE(Downloaded(1));
+        EXPECT_TRUE(WaitFor([] { return Text("lblStatus") == "Lost the connection to the news server"; }));
+        Click("btnCheckEmail");
+        ASSERT_TRUE(Downloaded(0)); // the group begins anew
+        EXPECT_TRUE(WaitFor([] { return Text("lblStatus").startsWith("502 <b>no</b> xxx"); }))
+            << Text("lblStatus").toStdString();
+        TakePicture("base", "hostile-refusal.png");
+    });
+}
+
+TEST(HostileNews, ARefusedLoginIsToldAsItIs) {
+    std::string const refusal = "481 <b>%s%n</b> \x01\x7f" + std::string(5000, 'x');
+    ScriptedServer server({Send("200 ready\r\n"), Skip(), Send("480 who?\r\n"), Skip(), Send("381 and?\r\n"), Skip(),
+                           Send(refusal + "\r\n"), Stall()});
+    MakeNewsProfile(server.Address());
+    Sitting([&] {
+        WhenAsked("Close");
+        WhenAsked("Close");
+        ClickRow("treeProfiles", kGroup);
+        ASSERT_EQ(Boxes().size(), 2);
+        EXPECT_TRUE(Boxes()[0].startsWith("Error|481 <b>%s%n</b> ")) << Boxes()[0].toStdString();
+        EXPECT_EQ(Boxes()[1], "Error|Could not authenticate to server");
+        EXPECT_EQ(RunningDownloads(), 0);
+        // The profile goes, and with it what is open.
+        ChooseFromMenuBar("mnuSettings_NewsAccounts");
+        ClickRow("treeNewsAccounts_Accounts", "work");
+        WhenAsked("Delete it");
+        Click("btnDeleteNewsAccount");
+        Click("btnCloseNewsAccounts");
+        EXPECT_EQ(Rows("treeProfiles"), QStringList());
+    });
+    EXPECT_FALSE(fs::exists(Profile()));
+}
+
+/// Whatever the download waits for, the window can be used, other groups can be opened, and it closes at once.
+TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
+    Script const whole = Open(3) + Script{Expect("XOVER 1-3"), Send("224 follows\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n")};
+    for (size_t steps : {size_t{6}, whole.size() - 1, whole.size()}) {
+        SCOPED_TRACE(steps);
+        Script stalled(whole.begin(), whole.begin() + static_cast<long>(steps));
+        stalled.push_back(Stall());
+        ScriptedServer server({stalled, stalled});
+        MakeNewsProfile(server.Address());
+        auto const start = std::chrono::steady_clock::now();
+        Sitting([&] {
+            ClickRow("treeProfiles", kGroup);
+            Wait(100);
+            EXPECT_EQ(Text("lblStatus"), "Downloading headers") << "it says what it waits for";
+            ChooseFromMenuBar("mnuHelp_About");
+            Click("btnCloseAbout");
+            ClickRow("treeProfiles", "work"); // the group is left
+            EXPECT_TRUE(WaitFor([] { return RunningDownloads() == 0; }));
+            EXPECT_EQ(Rows("treeMessageHeaders"), QStringList());
+            ClickRow("treeProfiles", kGroup);
+            Wait(50);
+            EXPECT_EQ(RunningDownloads(), 1);
+        });
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    }
+}
+
+/// Rows of a profile that was deleted stay until the next folder is opened. They lead nowhere.
+TEST(HostileNews, RowsOfADeletedProfileAreHarmless) {
+    ScriptedServer server(Open(1) + Script{Expect("XOVER 1-1"), Send("224\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n.\r\n")});
+    MakeNewsProfile(server.Address());
+    Sitting([&] {
+        ClickRow("treeProfiles", kGroup);
+        ASSERT_TRUE(Downloaded(1));
+        ChooseFromMenuBar("mnuSettings_NewsAccounts");
+        ClickRow("treeNewsAccounts_Accounts", "work");
+        WhenAsked("Delete it");
+        Click("btnDeleteNewsAccount");
+        Click("btnCloseNewsAccounts");
+        EXPECT_FALSE(currentProfile);
+        ASSERT_EQ(Rows("treeMessageHeaders").size(), 1);
+        ClickRow("treeMessageHeaders", "one");
+        EXPECT_TRUE(WaitFor([] { return Text("webEmailMessage").trimmed().isEmpty(); }));
+        Press("treeMessageHeaders", Qt::Key_Delete);
+        WhenAsked("Close");
+        Click("btnReply"); // there is no profile to answer with
+        EXPECT_EQ(Boxes().last(), "Error|You must first create an email profile");
+        WhenAsked("Close");
+        Click("btnCheckEmail");
+        EXPECT_EQ(Rows("treeMessageHeaders").size(), 1);
+    });
+}
+
+} // namespace
