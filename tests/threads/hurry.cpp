@@ -1,5 +1,8 @@
 #include "threads/hurry.h"
 
+#include "threads/rows.h"
+
+#include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "ui/person.h"
@@ -44,22 +47,6 @@ void AllRows(QAbstractItemModel const &model, QModelIndex const &parent, QList<Q
     }
 }
 
-/// A click in the middle of the n-th row, whatever that is by now. False when there is no such row.
-bool ClickOn(char const *name, int number, Qt::MouseButton button = Qt::LeftButton) {
-    auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    QList<QModelIndex> rows;
-    AllRows(*tree->model(), {}, rows);
-    if (number >= rows.size())
-        return false;
-    tree->scrollTo(rows[number]);
-    QRect const place = tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
-    if (place.isEmpty())
-        return false;
-    QTest::mousePress(tree->viewport(), button, {}, place.center());
-    QTest::mouseRelease(tree->viewport(), button, {}, place.center());
-    return true;
-}
-
 int RowCount(char const *name) {
     auto *const tree = qobject_cast<QTreeView *>(Find(name));
     QList<QModelIndex> rows;
@@ -77,10 +64,36 @@ std::string CurrentSubject() {
 
 } // namespace
 
+bool ClickOn(char const *name, int number, Qt::MouseButton button) {
+    auto *const tree = qobject_cast<QTreeView *>(Find(name));
+    QList<QModelIndex> rows;
+    AllRows(*tree->model(), {}, rows);
+    if (number >= rows.size())
+        return false;
+    tree->scrollTo(rows[number]);
+    QRect const place = tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
+    if (place.isEmpty())
+        return false;
+    QTest::mousePress(tree->viewport(), button, {}, place.center());
+    QTest::mouseRelease(tree->viewport(), button, {}, place.center());
+    return true;
+}
+
 Hurry::Hurry(World &world, unsigned seed) : world_(world), random_(seed), answers_(new QTimer(qApp)) {
     QObject::connect(answers_, &QTimer::timeout, answers_, [] {
-        if (IsShown("PtAlert") && !AnswerNow("PtAlert", "Delete it"))
+        if (IsShown("PtAlert") && !AnswerNow("PtAlert", "Delete it") && !AnswerNow("PtAlert", "Discard it"))
             AnswerNow("PtAlert", "Close");
+        if (IsShown("PtPrompt")) {
+            TypeMore("PtPrompt_text", "extra");
+            AnswerNow("PtPrompt", "OK");
+        }
+        // How many headers? All of them, every other time.
+        static bool all = false;
+        if (IsShown("dlgDownloadNewsPrompt")) {
+            if ((all = !all))
+                QTest::mouseClick(Find("tlgDownloadAll"), Qt::LeftButton);
+            QTest::mouseClick(Find("btnDownloadNewsPrompt_OK"), Qt::LeftButton);
+        }
     });
     answers_->start(20);
 }
@@ -103,11 +116,13 @@ void Hurry::Work(int milliseconds) {
 }
 
 void Hurry::ComeToRest() {
+    CancelCompose();
     EXPECT_EQ(PtEnter(0), 0);
     for (PtWidget_t *timer : {ABW_timerCheckEmail, ABW_timerNoop})
         PtSetResource(timer, Pt_ARG_TIMER_INITIAL, 0, 0);
     PtLeave(0);
     EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }, 60000)) << "a check does not end";
+    EXPECT_TRUE(WaitFor([] { return RunningDownloads() == 0; }, 60000)) << "a download does not end";
 }
 
 void Hurry::PressCheck() { QTest::mouseClick(Find("btnCheckEmail"), Qt::LeftButton); }
@@ -116,7 +131,11 @@ void Hurry::OneThing() {
     if (!serving_ && --pause_ <= 0)
         serving_ = world_.server.Start();
     int const what = Below(100);
-    if (what < 30)
+    if (world_.news && Below(3) == 0)
+        OneNewsThing();
+    else if ((world_.news || world_.smtp) && Below(8) == 0)
+        Compose();
+    else if (what < 30)
         OpenSomeFolder();
     else if (what < 55)
         ReadSomeMessage();
@@ -131,7 +150,7 @@ void Hurry::OneThing() {
     else if (what < 93)
         SetTimers();
     else if (what < 96)
-        EditAccounts();
+        Below(2) ? EditAccounts() : MakeOrDeleteFolder();
     else
         ShakeServer();
 }
@@ -237,6 +256,7 @@ void Hurry::MakeOrDeleteSpare() {
     Click("btnNewEmailAccount");
     Type("txtAccount_AccountName", "spare");
     Type("txtAccount_POPServer", QString::fromStdString(world_.server.Address()));
+    Type("txtAccount_SMTPServer", world_.smtp ? QString::fromStdString(world_.smtp->Address()) : "127.0.0.1:1");
     Type("txtAccount_Username", "carol");
     Type("txtAccount_Password", "secret");
     Click("btnAccount_Save");
@@ -270,6 +290,7 @@ void Hurry::CheckStatus() const {
                                     "You have ",
                                     "Rcv ",
                                     "Could not connect",
+                                    "Host unknown",
                                     "Lost the connection",
                                     "Message ",
                                     "The connection was lost",
@@ -277,7 +298,17 @@ void Hurry::CheckStatus() const {
                                     "The messages could not be stored",
                                     "The mail server refused",
                                     "-ERR",
-                                    "Cannot write "};
+                                    "Cannot write ",
+                                    "Connecting to news server",
+                                    "opening group",
+                                    "Downloading headers",
+                                    "rcvd ",
+                                    "The news server",
+                                    "Choose a newsgroup",
+                                    "The article was not posted",
+                                    "400 ",
+                                    "41",
+                                    "42"};
     QString const status = Text("lblStatus");
     bool known = status.isEmpty();
     for (QString const &start : starts)

@@ -15,7 +15,7 @@ class Hurry {
     ~Hurry();
     /// Does things for about this long.
     void Work(int milliseconds);
-    /// Waits until every check is over.
+    /// Cancels what is being written or sent, and waits until every check and download is over.
     void ComeToRest();
     void PressCheck();
 
@@ -30,6 +30,15 @@ class Hurry {
     void ChangeProfile(char const *name);
     void MakeOrDeleteSpare();
     void ShakeServer();
+    // With news, where the world has a news server.
+    void OneNewsThing();
+    void OpenGroups();
+    void EditNewsAccounts();
+    void ShakeNewsServer();
+    // Writing: articles, and mail where the world has a server for that.
+    void Compose();
+    void CancelCompose();
+    void MakeOrDeleteFolder();
     void SetTimers() const;
     void CheckStatus() const;
 
@@ -39,4 +48,5 @@ class Hurry {
     QStringList chosen_; ///< subjects of the rows last clicked
     bool serving_ = true;
     int pause_ = 0; ///< things to do before the server serves again
+    int sent_ = 0;
 };

@@ -1,6 +1,6 @@
-// Everything at once: checks that overlap with reading, filing, deleting, other folders and profiles, profiles saved
-// and deleted, mail arriving, a server that comes and goes, timers at their shortest, and the end in the middle of
-// it.
+// Everything at once: checks that overlap with reading, filing, deleting, other folders and profiles, newsgroups,
+// mail and articles on their way out, profiles saved and deleted, mail arriving, a server that comes and goes, timers
+// at their shortest, and the end in the middle of it.
 
 #include "fixtures/temp_home.h"
 #include "threads/hurry.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr unsigned kSecondsToEnd = 40;
 /// Each profile's connection, a directory or file in passing, a socket that a check is about to close.
-constexpr int kSpareDescriptors = 6;
+constexpr int kSpareDescriptors = 8;
 
 long FromEnvironment(char const *name, long otherwise) {
     char const *const text = getenv(name);
@@ -35,6 +35,11 @@ void RunInAHurry(unsigned seed) {
     for (char const *user : {"alice", "bob", "carol"})
         for (int i = 0; i < 6; i++)
             world.Put(user);
+    // Not everything in each run: half of them have news, others send mail.
+    if (seed % 2)
+        world.AddNews();
+    if (seed % 4 == 0)
+        world.AddSending();
     SittingToTheEnd([&] {
         ClickRow("treeProfiles", "Inbox");
         Hurry person(world, seed);
