@@ -27,7 +27,6 @@ class Lock : public CoreTest {
     }
 
     PtWidget_t *const label_ = PtCreateWidget(PtLabel, Pt_NO_PARENT, 0, nullptr);
-    PtWidget_t *const tree_ = PtCreateWidget(PtTree, Pt_NO_PARENT, 0, nullptr);
 };
 
 void SetText(PtWidget_t *label, std::string const &text) {
@@ -93,19 +92,6 @@ TEST_F(Lock, LetsOneThreadInAtATime) {
     for (std::thread &worker : workers)
         worker.join();
     EXPECT_GE(counter, 8000);
-}
-
-TEST_F(Lock, FlushPaintsWhileTheWorkerKeepsTheLock) {
-    WithLoop([&] {
-        PtEnter(0);
-        for (int i = 0; i < 200; i++) {
-            SetText(label_, "step " + std::to_string(i));
-            EXPECT_EQ(PtFlush(), 0);
-            EXPECT_EQ(ViewOf(label_).text, "step " + std::to_string(i));
-            EXPECT_TRUE(PtLockHeld());
-        }
-        PtLeave(0);
-    });
 }
 
 TEST_F(Lock, MainThreadThatWaitsForTheLockPaints) {
@@ -230,28 +216,6 @@ TEST_F(Lock, HoldKeepsPaintingBackButNotAFlush) {
     EXPECT_EQ(PtUpdate(), 0);
     EXPECT_EQ(ViewOf(label_).text, "later");
     EXPECT_EQ(PtRelease(), -1);
-}
-
-TEST_F(Lock, WorkerFillsATreeUnderRepaints) {
-    constexpr int kRows = 100000;
-    auto const start = std::chrono::steady_clock::now();
-    WithLoop([&] {
-        PtTreeItem_t *last = nullptr;
-        PtEnter(0);
-        for (int i = 1; i <= kRows; i++) {
-            PtTreeItem_t *item = PtTreeAllocItem(tree_, "\tsubject\tsender\tdate", -1, -1);
-            EXPECT_EQ(last ? PtTreeAddAfter(tree_, item, last) : PtTreeAddFirst(tree_, item, nullptr), 0);
-            last = item;
-            if (i % 50 == 0) {
-                PtFlush();
-                EXPECT_EQ(ViewOf(tree_).rows, static_cast<size_t>(i));
-                EXPECT_EQ(ViewOf(tree_).appended, 50u);
-            }
-        }
-        PtLeave(0);
-    });
-    std::chrono::duration<double> const took = std::chrono::steady_clock::now() - start;
-    printf("%d rows from a worker with a repaint every 50: %.3f s\n", kRows, took.count());
 }
 
 TEST_F(Lock, WorkersCreateDestroyAndOrderActions) {

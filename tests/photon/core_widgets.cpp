@@ -151,18 +151,6 @@ TEST_F(Widgets, ComboBoxesCountFromOne) {
     EXPECT_EQ(PtSetResource(combo, Pt_ARG_LIST_ITEM_COUNT, 9, 0), -1);
 }
 
-TEST_F(Widgets, ActionsActEveryTime) {
-    PtWidget_t *web = Make(PtWebClient);
-    for (int i = 0; i < 2; i++)
-        EXPECT_EQ(PtSetResource(web, 100000, "file:///tmp/page.html", 1), 0);
-    EXPECT_EQ(ViewOf(web).acted.size(), 2u);
-    EXPECT_EQ(ViewOf(web).acted[1].text, "file:///tmp/page.html");
-    EXPECT_EQ(PtSetResource(web, 100009, "refused", 0), -1);
-    EXPECT_EQ(PtSetResource(web, 100018, 5, 0), -1);
-    PtStoreScalar(*web, Pt_ARG_WEB_STARTUP_ERRNO, 2);
-    EXPECT_EQ(Number<int>(web, 100018), 2);
-}
-
 TEST_F(Widgets, CallbacksRunInOrderUntilOneEndsThem) {
     PtWidget_t *button = Make(PtButton);
     PtAddCallback(button, Pt_CB_ACTIVATE, Log, Word("first"));

@@ -3,18 +3,12 @@
 #include "photon/qt_fixture.h"
 
 #include "Pf.h"
-#include "Pp.h"
 #include "qt/application.h"
-#include "qt/print.h"
 
 #include <QDialog>
-#include <QDir>
-#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
-#include <QTextDocument>
 #include <QTimer>
 
 #include <thread>
@@ -160,52 +154,6 @@ TEST_F(Dialogs, AlertsFromWorkersAreIndependent) {
     EXPECT_TRUE(ProcessEventsUntil([&] { return answers == 2; }));
     first.join();
     second.join();
-}
-
-TEST_F(Dialogs, FileSelectionProposesANameAndCancelLeavesThePath) {
-    QTemporaryDir const directory;
-    std::string const proposed = directory.path().toStdString() + "/new name.txt";
-    PtFileSelectionInfo_t info{};
-    auto const select = [&] {
-        return PtFileSelection(window_, nullptr, "Save", proposed.c_str(), "*", "&Save", nullptr, nullptr, &info,
-                               Pt_FSR_NO_FCHECK);
-    };
-    WhenOpen("PtFileSelection", [](QDialog &dialog) { dialog.reject(); });
-    EXPECT_EQ(select(), 0);
-    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN2);
-    EXPECT_STREQ(info.path, "");
-    WhenOpen("PtFileSelection", [](QDialog &dialog) {
-        auto *name = dialog.findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
-        ASSERT_TRUE(name);
-        EXPECT_EQ(name->text(), QStringLiteral("new name.txt"));
-        QTest::keyClick(name, Qt::Key_Return);
-    });
-    EXPECT_EQ(select(), 0);
-    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
-    EXPECT_EQ(std::string(info.path), proposed);
-}
-
-TEST_F(Dialogs, PrintSelectionAlwaysOffersAFile) {
-    QTemporaryDir const directory;
-    QString const file = directory.filePath(QStringLiteral("out.pdf"));
-    PpPrintContext_t *context = PpCreatePC();
-    ASSERT_TRUE(context);
-    PpSetPC(context, Pp_PC_FILENAME, file.toStdString().c_str(), 0);
-    PhPoint_t const position = {50, 50};
-    WhenOpen("PtPrintSelection", [](QDialog &dialog) {
-        EXPECT_EQ(dialog.windowTitle(), QStringLiteral("print"));
-        dialog.reject();
-    });
-    EXPECT_EQ(PtPrintSelection(window_, &position, "print", context, 7), 3);
-    WhenOpen("PtPrintSelection", [](QDialog &dialog) { QTest::keyClick(&dialog, Qt::Key_Return); });
-    EXPECT_EQ(PtPrintSelection(window_, &position, "print", context, 7), 1);
-    QTextDocument page;
-    page.setPlainText(QStringLiteral("printed"));
-    page.print(context->printer.get());
-    EXPECT_EQ(PpReleasePC(context), 0);
-    QFile written(file);
-    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(written.readAll().startsWith("%PDF"));
 }
 
 TEST(Fonts, Names) {

@@ -79,18 +79,6 @@ TEST_F(Loop, TimersInTheirOwnCallback) {
     EXPECT_EQ(step.expiries, 0);
 }
 
-TEST_F(Loop, AWorkerStartsATimer) {
-    Step step{W("timerOne"), 0, nullptr};
-    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
-    std::thread worker([&] {
-        PtEnter(0);
-        PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 5, 0);
-        PtLeave(0);
-    });
-    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries >= 2; }));
-    worker.join();
-}
-
 /// Counts paints of a widget.
 class Paints : public QObject {
   public:

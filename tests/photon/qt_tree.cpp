@@ -4,10 +4,7 @@
 
 #include "qt/tree_view.h"
 
-#include <QElapsedTimer>
 #include <QScrollBar>
-
-#include <thread>
 
 namespace {
 
@@ -43,7 +40,6 @@ class Trees : public WindowTest {
     QString Cell(int row, int column) {
         return frame_->model()->data(frame_->model()->index(row, column), Qt::DisplayRole).toString();
     }
-    PtTreeItem_t *Shown() { return reinterpret_cast<PtTreeItem_t *>(frame_->model_->Item(frame_->currentIndex())); }
 
     PtWidget_t *tree_ = nullptr;
     TreeFrame *frame_ = nullptr;
@@ -115,26 +111,6 @@ TEST_F(Trees, KeysCallWithoutClicks) {
     Key(frame_, Qt::Key_Space);
     ASSERT_EQ(told_.size(), 3u);
     EXPECT_EQ(told_[2].event, 1u);
-}
-
-TEST_F(Trees, ProgramsAndResetsCallNothing) {
-    PtTreeItem_t *one = Add("one");
-    PtTreeItem_t *two = Add("two");
-    Add("three");
-    PtGenTreeSelect(tree_, &two->gen);
-    PtGenTreeGoto(tree_, &two->gen);
-    Sync();
-    EXPECT_EQ(Shown(), two);
-    EXPECT_TRUE(frame_->selectionModel()->isSelected(frame_->model()->index(1, 0)));
-    PtGenTreeRemoveItem(tree_, &one->gen);
-    PtGenTreeFreeItems(&one->gen);
-    Sync();
-    EXPECT_EQ(Shown(), two); // one row further up now
-    EXPECT_EQ(frame_->currentIndex().row(), 0);
-    EXPECT_TRUE(frame_->selectionModel()->isSelected(frame_->model()->index(0, 0)));
-    frame_->setFocus();
-    ProcessEventsFor(10);
-    EXPECT_TRUE(told_.empty());
 }
 
 TEST_F(Trees, ResetKeepsExpansionAndPlace) {
@@ -234,59 +210,22 @@ TEST_F(Trees, TheTreeMayGoInItsOwnCallback) {
 }
 
 TEST_F(Trees, AMillionRowsOpenAndScroll) {
-    QElapsedTimer clock;
-    clock.start();
-    char text[32];
-    for (int i = 0; i < 1'000'000; i++) {
-        snprintf(text, sizeof text, "row %d\tsize", i);
-        Add(text);
-    }
-    qint64 const made = clock.restart();
+    for (int i = 0; i < 1'000'000; i++)
+        Add("row\tsize");
     PtFlush();
-    qint64 const shown = clock.restart();
     EXPECT_EQ(frame_->model()->rowCount(), 1'000'000);
     for (int i = 0; i < 100; i++) {
         frame_->verticalScrollBar()->setValue(i * 9'999);
         PtFlush();
     }
-    qint64 const scrolled = clock.restart();
     PtGenTreeShow(tree_, &last_->gen);
     PtFlush();
     EXPECT_TRUE(frame_->viewport()->rect().contains(Middle(999'999)));
-    clock.restart();
     PtTreeItem_t *first = PtTreeRootItem(tree_);
     PtGenTreeRemoveItem(tree_, &first->gen);
     PtGenTreeFreeItems(&first->gen);
     PtFlush();
-    qint64 const removed = clock.restart();
     EXPECT_EQ(frame_->model()->rowCount(), 999'999);
-    printf("a million rows: made %lld ms, shown %lld ms, 100 places scrolled to %lld ms, one removed %lld ms\n",
-           static_cast<long long>(made), static_cast<long long>(shown), static_cast<long long>(scrolled),
-           static_cast<long long>(removed));
-}
-
-TEST_F(Trees, AWorkerAddsAndFlushes) {
-    constexpr int kRows = 100'000;
-    QElapsedTimer clock;
-    clock.start();
-    std::atomic<bool> ready = false;
-    std::thread worker([&] {
-        char text[32];
-        for (int i = 0; i < kRows; i++) {
-            snprintf(text, sizeof text, "row %d\tsize", i);
-            PtEnter(0);
-            Add(text);
-            if (i % 50 == 49)
-                PtFlush();
-            ready = i + 1 == kRows;
-            PtLeave(0);
-        }
-    });
-    while (!ready)
-        PtProcessEvent();
-    worker.join();
-    EXPECT_TRUE(ProcessEventsUntil([&] { return frame_->model()->rowCount() == kRows; }));
-    printf("%d rows from a worker with a flush every 50: %lld ms\n", kRows, static_cast<long long>(clock.elapsed()));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "photon/qt_fixture.h"
 
 #include "core/display.h"
+#include "qt/geometry.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -16,25 +17,6 @@
 namespace {
 
 class Views : public WindowTest {};
-
-TEST_F(Views, ReadTheModuleFile) {
-    EXPECT_EQ(W("btnOne")->widget_class, PtButton);
-    EXPECT_STREQ(Text(W("btnOne")), "One"); // the mark is not text
-    EXPECT_EQ(N<QPushButton>("btnOne")->text(), QStringLiteral("&One"));
-    EXPECT_TRUE(PtWidgetFlags(W("tlgOne")) & Pt_SET);
-    EXPECT_STREQ(Text(W("txtOne")), "first");
-    EXPECT_STREQ(Text(W("numOne")), "300");
-    int const *minimum = nullptr;
-    ASSERT_EQ(PtGetResource(W("numOne"), Pt_ARG_NUMERIC_MIN, &minimum, 0), 0);
-    EXPECT_EQ(*minimum, 5);
-    EXPECT_STREQ(Text(W("cmbOne")), "red");
-    EXPECT_EQ(W("paneOne")->widget_class, PtPane);
-    EXPECT_EQ(W("btnInPane")->parent, W("paneOne"));
-    EXPECT_EQ(W("mnuFile_Do")->widget_class, PtMenuButton);
-    EXPECT_EQ(W("mnuFile_Do")->parent, W("mnuFile"));
-    EXPECT_FALSE(N<QLineEdit>("txtHidden")->isVisible());
-    EXPECT_TRUE(N<QLineEdit>("txtInPane")->isVisible());
-}
 
 TEST_F(Views, TextOfThePrograms) {
     PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "<b>bold & co</b>", 0);
@@ -65,24 +47,6 @@ TEST_F(Views, LongLabelDoesNotWidenTheWindow) {
     ProcessEventsFor(30);
     EXPECT_EQ(Native<QWidget>(window_)->width(), width);
     EXPECT_EQ(Native<QWidget>(window_)->minimumSizeHint().width(), least);
-}
-
-TEST_F(Views, UserInputReachesTheState) {
-    std::vector<Told> told;
-    PtAddCallback(W("tlgOne"), Pt_CB_ACTIVATE, Note, &told);
-    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, Note, &told);
-    PtAddCallback(W("cmbOne"), Pt_CB_SELECTION, Note, &told);
-    PtAddCallback(W("numOne"), Pt_CB_NUMERIC_CHANGED, Note, &told);
-    Click(N<QPushButton>("btnOne"));
-    ASSERT_EQ(told.size(), 1u);
-    EXPECT_EQ(told[0].event, static_cast<unsigned long>(Ph_EV_BUT_RELEASE));
-    WithoutLock([&] { N<QCheckBox>("tlgOne")->click(); });
-    EXPECT_FALSE(PtWidgetFlags(W("tlgOne")) & Pt_SET);
-    Key(N<QComboBox>("cmbOne"), Qt::Key_Down);
-    EXPECT_STREQ(Text(W("cmbOne")), "green");
-    Key(N<QSpinBox>("numOne"), Qt::Key_Up);
-    EXPECT_STREQ(Text(W("numOne")), "301");
-    EXPECT_EQ(told.size(), 4u);
 }
 
 // The bytes that the user did not touch stay as they were.
@@ -199,23 +163,41 @@ TEST_F(Views, PicturesComeFromModules) {
     EXPECT_EQ(shown.toImage().pixelColor(5, 5), QColor(255, 0, 0));
 }
 
-TEST_F(Views, WidgetsMadeInCodeFollowTheirAnchors) {
-    PtArg_t args[3];
-    PhArea_t const area = {{10, 10}, {100, 20}};
-    PtSetArg(&args[0], Pt_ARG_AREA, &area, 0);
-    PtSetArg(&args[1], Pt_ARG_TEXT_STRING, "made", 0);
-    PtSetArg(&args[2], Pt_ARG_ANCHOR_FLAGS, Pt_RIGHT_ANCHORED_RIGHT, Pt_RIGHT_ANCHORED_RIGHT);
-    PtWidget_t *pane = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
-    PhDim_t const size = {300, 200};
-    PtSetResource(pane, Pt_ARG_DIM, &size, 0);
-    PtWidget_t *field = PtCreateWidget(PtText, pane, 3, args);
-    PtRealizeWidget(pane);
-    ProcessEventsFor(20);
-    EXPECT_EQ(Native<QWidget>(field)->geometry(), QRect(10, 10, 100, 20));
-    PhDim_t const wider = {350, 260};
-    PtSetResource(pane, Pt_ARG_DIM, &wider, 0);
-    ProcessEventsFor(20);
-    EXPECT_EQ(Native<QWidget>(field)->geometry(), QRect(10, 10, 150, 20));
+TEST_F(Views, AWindowClosesAsTheProgramWants) {
+    auto const close = [&] { WithoutLock([&] { Native<QWidget>(window_)->close(); }); };
+    std::vector<Told> told;
+    PtSetResource(window_, Pt_ARG_WINDOW_MANAGED_FLAGS, Pt_FALSE, Ph_WM_CLOSE);
+    PtSetResource(window_, Pt_ARG_WINDOW_NOTIFY_FLAGS, Pt_TRUE, Ph_WM_CLOSE);
+    PtAddCallback(window_, Pt_CB_WINDOW, Note, &told);
+    close();
+    EXPECT_EQ(told.size(), 1u);
+    EXPECT_TRUE(Native<QWidget>(window_)->isVisible());
+    PtSetResource(window_, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED);
+    close();
+    EXPECT_EQ(told.size(), 1u);
+}
+
+TEST_F(Views, AWindowIsUnrealizedAndRealizedAgain) {
+    PtUnrealizeWidget(window_);
+    Sync();
+    EXPECT_FALSE(Native<QWidget>(window_)->isVisible());
+    PtRealizeWidget(window_);
+    Sync();
+    EXPECT_TRUE(Native<QWidget>(window_)->isVisible());
+    EXPECT_TRUE(N<QWidget>("btnInPane")->isVisible());
+    EXPECT_FALSE(N<QWidget>("txtHidden")->isVisible());
+}
+
+TEST(Geometry, OptionsAndFitting) {
+    EXPECT_EQ(OptionLength("10", 800, 1), 10);
+    EXPECT_EQ(OptionLength("50%", 800, 1), 400);
+    EXPECT_EQ(OptionLength("20r", 800, 1), 20);
+    EXPECT_EQ(OptionLength("", 800, 77), 77);
+    EXPECT_EQ(OptionLength("x", 800, 77), 77);
+    EXPECT_EQ(OptionLength("99999999999", 800, 77), 77);
+    QRect const screen(0, 0, 800, 600);
+    EXPECT_EQ(FitInto(QRect(-50, 700, 300, 200), screen), QRect(0, 400, 300, 200));
+    EXPECT_EQ(FitInto(QRect(10, 10, 3000, 200), screen), QRect(0, 10, 800, 200));
 }
 
 } // namespace
