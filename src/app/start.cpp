@@ -60,6 +60,16 @@ void TellIfImagesAreNotShown() {
         SetStatus("Images are shown by name only: this system has no seccomp to decode them safely");
 }
 
+/// The page server takes longer to start than the window to appear: it is started once the window is there.
+int ShowFirstPage(void *) {
+    if (!ABW_webEmailMessage)
+        return Pt_END;
+    StartPageServer();
+    TellIfImagesAreNotShown();
+    ShowHomePage();
+    return Pt_END;
+}
+
 void SetModuleFunctions() {
     ABM_base.setup = SetUpBase;
     ABM_mnuProfile.setup = SetUpProfileMenu;
@@ -113,9 +123,7 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     SetRowPictures(ABW_treeAttachments);
     LoadMailProfiles(ABW_treeProfiles, kWithFolders);
     LoadNewsProfiles(ABW_treeProfiles, kWithFolders);
-    StartPageServer();
-    TellIfImagesAreNotShown();
-    ShowHomePage();
+    PtAppAddWorkProc(nullptr, ShowFirstPage, nullptr);
     for (unsigned const key : {static_cast<unsigned>(Pk_Return), static_cast<unsigned>(' ')})
         PtAddHotkeyHandler(ABW_treeProfiles, key, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnProfileKey);
     PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);

@@ -8,7 +8,7 @@
 
 struct ApDBase {
     std::string module;
-    PtModuleInstance contents; ///< descriptions of the widgets; never bound
+    mutable PtModuleInstance contents; ///< descriptions of the widgets, read for the first of them; never bound
 };
 
 namespace {
@@ -18,16 +18,20 @@ std::vector<std::unique_ptr<ApDBase>> &Open() {
     return *open;
 }
 
+/// What the module holds. A program opens its databases at the start, when nobody needs their widgets yet.
+std::vector<PtModuleWidget> const &Contents(ApDBase_t const &db) {
+    if (db.contents.widgets.empty() && PtOnGuiThread() && PtTheDisplay()->LoadModule(db.module, db.contents))
+        PtTheDisplay()->DropModule(db.contents);
+    return db.contents.widgets;
+}
+
 } // namespace
 
 ApDBase_t *ApOpenDBase(ApEventLink_t const *link) {
-    if (!link || !PtTheDisplay())
+    if (!link || !PtTheDisplay() || PtTheDisplay()->ModuleNames(link->module).empty())
         return nullptr;
     auto db = std::make_unique<ApDBase>();
     db->module = link->module;
-    if (!PtTheDisplay()->LoadModule(db->module, db->contents))
-        return nullptr;
-    PtTheDisplay()->DropModule(db->contents);
     return Open().emplace_back(std::move(db)).get();
 }
 
@@ -38,7 +42,7 @@ int ApCloseDBase(ApDBase_t *db) {
 PtWidget_t *ApCreateWidget(ApDBase_t const *db, char const *name, int x, int y, int n_args, PtArg_t const *args) {
     if (!db || !name)
         return nullptr;
-    auto const &widgets = db->contents.widgets;
+    auto const &widgets = Contents(*db);
     auto const from =
         std::find_if(widgets.begin(), widgets.end(), [&](PtModuleWidget const &each) { return each.name == name; });
     if (from == widgets.end())

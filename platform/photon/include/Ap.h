@@ -84,7 +84,8 @@ ApDBase_t *ApOpenDBase(ApEventLink_t const *link);
 int ApCloseDBase(ApDBase_t *db);
 
 /// Copies one widget of the database as a child of the current default parent. `args` override its resources;
-/// negative x and y keep its position. To be realized explicitly when the parent already is. Null when absent.
+/// negative x and y keep its position. To be realized explicitly when the parent already is. Null when absent. The
+/// first call for a database reads its widgets and belongs on the GUI thread.
 PtWidget_t *ApCreateWidget(ApDBase_t const *db, char const *name, int x, int y, int n_args, PtArg_t const *args);
 
 /// The image of the named widget in the database, null when absent. Belongs to the database.

@@ -259,6 +259,13 @@ void PtMainLoop(void);
 int PtProcessEvent(void);
 /// Processes what is pending, without waiting.
 int PtBkgdHandlerProcess(void);
+
+typedef struct PtAppContext *PtAppContext_t;
+typedef struct PtWorkProcId PtWorkProcId_t;
+/// Calls `work` from the main loop, under the lock, between events; again as long as it returns Pt_CONTINUE. Before
+/// the program's first window has been painted nothing is called. `app` may be null. Main thread only; null when
+/// called elsewhere or before PtInit. The id is only good for telling.
+PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t app, int (*work)(void *data), void *data);
 void PtExit(int status) __attribute__((noreturn));
 
 /// Takes the library lock. 0 on success; -EDEADLK when the calling thread has it already (nothing changes).

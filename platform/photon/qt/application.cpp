@@ -11,6 +11,7 @@
 #include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QTimer>
 
 #include <algorithm>
 #include <clocale>
@@ -33,6 +34,13 @@ class WorkEvent : public QEvent {
 /// What a worker changes row by row is shown at most so often: for each row alone, taking the lock from it, bringing
 /// the views up to date and painting would cost more than the row (milliseconds).
 constexpr qint64 kFrame = 40;
+/// Frames that cost more come less often: the rest of the time is the workers', who wait while the window is painted.
+constexpr qint64 kTimesCost = 10;
+constexpr qint64 kLongestFrame = 200;
+
+/// A window that is minimised from the start is not painted; what waits for it does so for this long only
+/// (milliseconds).
+constexpr int kLongestUnpainted = 1000;
 
 Application *application = nullptr;
 QEventLoop *main_loop = nullptr;
@@ -62,11 +70,16 @@ bool Application::notify(QObject *receiver, QEvent *event) {
     if (receiver == &waker_ && event->type() == kSoon && Paced())
         return true;
     HeldByDelivery const held;
+    QElapsedTimer clock;
+    clock.start();
     depth_++;
     PtFreeDestroyed();
     SyncViews();
+    bool const paints = receiver == &waker_ || event->type() == QEvent::UpdateRequest;
     bool const result = Deliver(receiver, event);
     depth_--;
+    if (paints)
+        frame_cost_ += clock.nsecsElapsed();
     return result;
 }
 
@@ -95,12 +108,15 @@ bool Application::Deliver(QObject *receiver, QEvent *event) {
         return true;
     bool const result = QApplication::notify(receiver, event);
     AfterInput(receiver, event);
+    if (!painted_ && event->type() == QEvent::Paint)
+        Painted();
     return result;
 }
 
 /// Puts a worker's changes off to the next frame when the last one was just now.
 bool Application::Paced() {
-    qint64 const left = since_frame_.isValid() ? kFrame - since_frame_.elapsed() : 0;
+    qint64 const frame = std::clamp(kTimesCost * frame_cost_ / 1'000'000, kFrame, kLongestFrame);
+    qint64 const left = since_frame_.isValid() ? frame - since_frame_.elapsed() : 0;
     if (left > 0 && !pace_.isActive())
         pace_.start(static_cast<int>(left), Qt::PreciseTimer, &waker_);
     return left > 0;
@@ -114,6 +130,7 @@ void Application::SyncDone(QEvent::Type asked) {
     soon_ = false;
     pace_.stop();
     since_frame_.start();
+    frame_cost_ = 0;
 }
 
 void Application::Wake() {
@@ -125,6 +142,21 @@ void Application::Wake() {
 
 void Application::Post(std::function<void()> work) {
     QCoreApplication::postEvent(&waker_, new WorkEvent(std::move(work)));
+}
+
+void Application::PostPainted(std::function<void()> work) {
+    if (painted_)
+        return Post(std::move(work));
+    if (after_paint_.empty())
+        QTimer::singleShot(kLongestUnpainted, &waker_, [this] { Painted(); });
+    after_paint_.push_back(std::move(work));
+}
+
+void Application::Painted() {
+    painted_ = true;
+    // The event that paints is over before the next posted one.
+    for (std::function<void()> &work : std::exchange(after_paint_, {}))
+        Post(std::move(work));
 }
 
 bool WindowsLeft() {
@@ -205,6 +237,25 @@ void PtMainLoop(void) {
         loop.exec();
     }
     main_loop = nullptr;
+}
+
+struct PtWorkProcId {
+    int (*work)(void *data);
+    void *data;
+
+    void Run() {
+        if (work(data) == Pt_CONTINUE)
+            application->Post([self = *this]() mutable { self.Run(); });
+    }
+};
+
+PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t, int (*work)(void *data), void *data) {
+    static PtWorkProcId last;
+    if (!application || !PtOnGuiThread() || !work)
+        return nullptr;
+    last = {work, data};
+    application->PostPainted([proc = last]() mutable { proc.Run(); });
+    return &last;
 }
 
 void PtExit(int status) {

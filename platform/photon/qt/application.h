@@ -26,6 +26,8 @@ class Application : public QApplication {
     void Wake();
     /// Runs `work` on the GUI thread as an event of its own. Any thread.
     void Post(std::function<void()> work);
+    /// Posts `work` once a window has been painted, or when none is for long. GUI thread.
+    void PostPainted(std::function<void()> work);
     /// Deliveries on the GUI thread's stack.
     int depth() const { return depth_; }
 
@@ -33,12 +35,16 @@ class Application : public QApplication {
     bool Deliver(QObject *receiver, QEvent *event);
     bool Paced();
     void SyncDone(QEvent::Type asked);
+    void Painted();
 
     QObject waker_;
     std::atomic<bool> woken_ = false;
     std::atomic<bool> soon_ = false; ///< a worker's changes wait for the next frame
     QElapsedTimer since_frame_;
+    qint64 frame_cost_ = 0; ///< nanoseconds that the last frame took, its painting with it
     QBasicTimer pace_;
+    bool painted_ = false; ///< some window, once
+    std::vector<std::function<void()>> after_paint_;
     int depth_ = 0;
 };
 

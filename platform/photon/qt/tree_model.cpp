@@ -36,9 +36,19 @@ void TreeModel::SetHeadings(QStringList const &headings) {
     endResetModel();
 }
 
-void TreeModel::SetPictures(std::vector<QIcon> pictures) {
-    pictures_ = std::move(pictures);
+void TreeModel::SetPictures(std::vector<std::function<QIcon()>> make) {
+    make_picture_ = std::move(make);
+    pictures_.assign(make_picture_.size(), {});
     Refresh();
+}
+
+QVariant TreeModel::Picture(int number) const {
+    auto const at = static_cast<size_t>(number);
+    if (number < 0 || at >= pictures_.size())
+        return {};
+    if (pictures_[at].isNull())
+        pictures_[at] = make_picture_[at]();
+    return pictures_[at];
 }
 
 bool TreeModel::Behind(PtTreeState const &state) const {
@@ -191,8 +201,7 @@ QVariant TreeModel::data(QModelIndex const &index, int role) const {
         return {};
     bool const set = item->list.flags & (Pt_LIST_ITEM_SELECTED | Pt_TREE_ITEM_EXPANDED);
     int const image = set ? row->attr.img.set : row->attr.img.unset;
-    bool const known = image >= 0 && static_cast<size_t>(image) < pictures_.size();
-    return known ? QVariant(pictures_[static_cast<size_t>(image)]) : QVariant();
+    return Picture(image);
 }
 
 QVariant TreeModel::headerData(int section, Qt::Orientation orientation, int role) const {

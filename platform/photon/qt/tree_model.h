@@ -6,6 +6,7 @@
 #include <QAbstractItemModel>
 #include <QIcon>
 
+#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -21,8 +22,8 @@ class TreeModel final : public QAbstractItemModel {
     explicit TreeModel(View const &owner) : owner_(owner) {}
 
     void SetHeadings(QStringList const &headings);
-    /// The pictures that items name by their number.
-    void SetPictures(std::vector<QIcon> pictures);
+    /// The pictures that items name by their number; each is made when the first of its rows is painted.
+    void SetPictures(std::vector<std::function<QIcon()>> make);
 
     enum class Change { None, Grown, Reset };
     /// Takes the tree over as it is now: rows appended to levels that were looked into are added at a cost of their
@@ -70,5 +71,7 @@ class TreeModel final : public QAbstractItemModel {
     mutable Level root_;
     mutable std::unordered_map<PtGenTreeItem_t const *, Level> levels_; ///< by the item above
     QStringList headings_;
-    std::vector<QIcon> pictures_;
+    QVariant Picture(int number) const;
+    std::vector<std::function<QIcon()>> make_picture_;
+    mutable std::vector<QIcon> pictures_; ///< null until made
 };

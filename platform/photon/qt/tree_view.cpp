@@ -181,9 +181,9 @@ void TreeView::Apply(PtWidget &widget, long resource) {
         PtValue const *value = PtValueOf(widget, resource);
         std::vector<PhImage *> images(value->bytes.size() / sizeof(PhImage *));
         memcpy(images.data(), value->bytes.data(), images.size() * sizeof(PhImage *));
-        std::vector<QIcon> pictures;
+        std::vector<std::function<QIcon()>> pictures;
         for (PhImage *image : images)
-            pictures.push_back(image ? RowPicture(IconFor(*image), *frame_) : QIcon());
+            pictures.emplace_back([this, image] { return image ? RowPicture(IconFor(*image), *frame_) : QIcon(); });
         model_.SetPictures(std::move(pictures));
         break;
     }
