@@ -17,7 +17,7 @@ constexpr std::string_view kMark = "\r\n.\r\n";
 
 struct Wire {
     Fd socket;
-    std::vector<char> bytes = std::vector<char>(size_t{16} << 20);
+    std::vector<char> &bytes;
     size_t used = 0;
 
     /// Reads until what has arrived ends in `end`.
@@ -68,8 +68,8 @@ bool Take(Wire &wire, RawDialogue dialogue, std::string const &number, std::stri
 
 } // namespace
 
-int ReadRaw(int port, RawDialogue dialogue, std::string const &directory) {
-    Wire wire;
+int ReadRaw(int port, RawDialogue dialogue, std::string const &directory, std::vector<char> &room) {
+    Wire wire{Fd(), room};
     if (!Connect(wire, port))
         return -1;
     wire.bytes[wire.used] = 0;

@@ -49,7 +49,7 @@ bool ReadAnnounced(Transfer &body, size_t size, bool &atMark) {
 }
 
 /// Reads on to the end mark and returns where the text ends before it; npos when the connection is lost. With a
-/// right size that is one read of a few bytes; doubled dots and wrong sizes leave more.
+/// right size that is one read of a few bytes at most; doubled dots and wrong sizes leave more.
 size_t ReadToMark(Transfer &body, size_t size, bool &atMark) {
     size_t from = size;
     size_t end;
@@ -70,14 +70,14 @@ size_t ReadToMark(Transfer &body, size_t size, bool &atMark) {
 }
 
 /// Receives a message whose size the server has told. The size counts when the end mark follows it, and only then:
-/// servers count doubled dots or not, and some count wrong.
-char *SizedTransfer(int socket, int32_t announced, size_t &length) {
+/// servers count doubled dots or not, and some count wrong. `come` is what has come with the reply.
+char *SizedTransfer(int socket, std::string_view come, int32_t announced, size_t &length) {
     bool const believed = static_cast<size_t>(announced) <= kLargestMessage;
     size_t const size = believed ? static_cast<size_t>(announced) : 0;
     Transfer body(socket);
     bool atMark = false;
     size_t end = std::string_view::npos;
-    if (ReadAnnounced(body, size, atMark))
+    if (body.Start(come) && ReadAnnounced(body, size, atMark))
         end = ReadToMark(body, size, atMark);
     if (atMark)
         end = body.Size() - 3;
@@ -129,8 +129,9 @@ class Spool {
     bool whole_ = false;
 };
 
-/// Copies the transfer into the spool until a piece ends in the end mark. False when the connection is lost.
-bool FillSpool(int socket, Spool &spool) {
+/// Copies the transfer into the spool, `come` first, until a piece ends in the end mark. False when the connection is
+/// lost.
+bool FillSpool(int socket, std::string_view come, Spool &spool) {
     int64_t received = 0, written = 0;
     Pace pace;
     LogDebug(0, "We may have a problem, we read %d bytes\n", 0);
@@ -138,7 +139,9 @@ bool FillSpool(int socket, Spool &spool) {
     char window[5] = {0, 0, 0, '\r', '\n'}; // the reply's line end: an empty message is a mark alone
     while (memcmp(window, "\r\n.\r\n", sizeof window) != 0) {
         LogDebug(0, "b4 read\n");
-        int const got = ReadServerBytes(socket, buffer, kPieceSize);
+        int const got = come.empty() ? ReadServerBytes(socket, buffer, kPieceSize)
+                                     : static_cast<int>(come.copy(buffer, kPieceSize));
+        come = {};
         if (got <= 0 || received > static_cast<int64_t>(kLargestMessage))
             return false;
         buffer[got] = 0;
@@ -159,9 +162,9 @@ bool FillSpool(int socket, Spool &spool) {
 }
 
 /// Receives a message whose reply names no size. Sets `lost` when the connection is.
-char *UnsizedTransfer(int socket, bool &lost, size_t &length) {
+char *UnsizedTransfer(int socket, std::string_view come, bool &lost, size_t &length) {
     Spool spool;
-    lost = !FillSpool(socket, spool);
+    lost = !FillSpool(socket, come, spool);
     long const size = lost ? -1 : spool.Size();
     if (size < 0)
         return nullptr;
@@ -177,8 +180,9 @@ char *UnsizedTransfer(int socket, bool &lost, size_t &length) {
 }
 
 /// What came instead of a message. More of it may be there already; nobody waits for that.
-void LogRefusal(int socket, char *reply) {
-    ReadServerBytes(socket, reply, kReplyWidth - 1, 0);
+void LogRefusal(int socket, std::string_view come, char *reply) {
+    if (come.copy(reply, kReplyWidth - 1) == 0)
+        ReadServerBytes(socket, reply, kReplyWidth - 1, 0);
     LogError("ERROR READING MESSAGE, got: %s (or %d %d %d %d)", reply, static_cast<signed char>(reply[0]),
              static_cast<unsigned char>(reply[1]), static_cast<unsigned char>(reply[2]),
              static_cast<unsigned char>(reply[3]));
@@ -191,13 +195,19 @@ char *Retrieve(int number, MailProfile &profile, size_t &length) {
     PrintText(command, sizeof command, "RETR %d\r\n", number);
     bool const sent = WriteServerLine(socket, command) > 0;
     LogDebug(0, "Client: %s", command);
-    char reply[kReplyWidth];
-    if (!sent || ReadServerLine(socket, reply, sizeof reply) <= 0) {
+    char reply[kReplyWidth], piece[kPieceSize];
+    size_t behind = 0;
+    // What comes with the reply is taken along, but for the log, which lists the pieces of the message alone.
+    int const got = !sent              ? -1
+                    : VerboseLevel > 0 ? ReadServerLine(socket, reply, sizeof reply)
+                                       : ReadServerReply(socket, reply, sizeof reply, piece, behind);
+    if (got <= 0) {
         LoseConnection(profile);
         return nullptr;
     }
+    std::string_view const come(piece, behind);
     if (!StartsWithNoCase(reply, "+OK")) {
-        LogRefusal(socket, reply);
+        LogRefusal(socket, come, reply);
         return nullptr;
     }
     bool lost = false;
@@ -206,10 +216,10 @@ char *Retrieve(int number, MailProfile &profile, size_t &length) {
     if (size_t const digit = text.find_first_of("0123456789", 1); digit != std::string_view::npos) {
         int32_t const size = DecimalPrefix(text.substr(digit));
         LogDebug(0, "Msg has %d bytes, j is %d", size, static_cast<int>(digit));
-        message = SizedTransfer(socket, size, length);
+        message = SizedTransfer(socket, come, size, length);
         lost = !message;
     } else {
-        message = UnsizedTransfer(socket, lost, length);
+        message = UnsizedTransfer(socket, come, lost, length);
     }
     if (lost)
         LoseConnection(profile);

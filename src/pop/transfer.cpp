@@ -38,6 +38,16 @@ bool Transfer::MakeRoom(size_t most) {
     return true;
 }
 
+bool Transfer::Start(std::string_view come) {
+    if (come.empty())
+        return true;
+    if (!MakeRoom(come.size()))
+        return false;
+    come.copy(block_.get(), come.size());
+    used_ = come.size();
+    return true;
+}
+
 int Transfer::Read(size_t most, int seconds) {
     if (!MakeRoom(most)) {
         errno = ENOMEM;

@@ -32,6 +32,9 @@ class Transfer {
   public:
     explicit Transfer(int socket) : socket_(socket) {}
 
+    /// Begins with bytes that have come already. False when memory is out.
+    bool Start(std::string_view come);
+
     /// Appends what arrives within `seconds`, at most `most` bytes. Returns their number, 0 at the end of the
     /// connection, -1 on an error, on silence (errno ETIMEDOUT), when the peer drips and when memory is out.
     int Read(size_t most, int seconds);
