@@ -334,26 +334,6 @@ TEST_F(WebViewTest, AHundredPagesLeaveNothing) {
     EXPECT_EQ(Children().size(), 1u);
 }
 
-int StopTwice(PtWidget_t *widget, void *data, PtCallbackInfo_t *) {
-    char block[1024] = {};
-    PtSetResource(static_cast<PtWidget_t *>(data), Pt_ARG_WEB_COMMAND, block, Pt_WEB_COMMAND_EXIT);
-    PtSetResource(static_cast<PtWidget_t *>(data), Pt_ARG_WEB_COMMAND, block, Pt_WEB_COMMAND_EXIT);
-    (void)widget;
-    return Pt_CONTINUE;
-}
-
-TEST_F(WebViewTest, StoppedInTheDestroyedCallback) {
-    ASSERT_EQ(Startup(kHelper), 0);
-    PtSetResource(web_, Pt_ARG_WEB_COMMAND, nullptr, Pt_WEB_COMMAND_13);
-    PtSetResource(web_, Pt_ARG_WEB_OPTION, "10000", "main_cache_kb_size");
-    PtSetResource(web_, Pt_ARG_CLIENT_NAME, "Corvanta", 0);
-    Show("x");
-    PtAddCallback(web_, Pt_CB_DESTROYED, StopTwice, web_);
-    PtAddCallback(window_, Pt_CB_DESTROYED, StopTwice, web_);
-    PtDestroyWidget(window_);
-    window_ = nullptr;
-}
-
 TEST_F(WebViewTest, LinksAreToldAndAskedAbout) {
     Desktop desktop;
     for (char const *scheme : {"http", "https", "mailto", "file"})
@@ -425,32 +405,6 @@ TEST_F(WebViewTest, CopyAndPrint) {
                 last = std::max(last, x);
     EXPECT_GT(last, page.width() / 2);
     EXPECT_LT(last, page.width() * 93 / 100);
-}
-
-TEST_F(WebViewTest, HowLongAPageTakes) {
-    ASSERT_EQ(Startup(kHelper), 0);
-    for (char const *name : {"a.png", "b.png", "c.png"})
-        SaveImage(name, "png", qRgb(255, 0, 0), 640, 480);
-    std::string text;
-    for (int i = 0; i < 60; ++i)
-        text += "A line of an ordinary message, with some seventy characters in it.\n";
-    QElapsedTimer clock;
-    std::vector<double> plain, images;
-    for (int i = 0; i < 20; ++i) {
-        clock.start();
-        Show("<PRE>" + text + "</PRE>");
-        Grab();
-        qreal const height = Browser()->document()->size().height();
-        plain.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
-        clock.start();
-        Show("<img src=a.png><img src=b.png><img src=c.png><PRE>" + text + "</PRE>");
-        ASSERT_TRUE(ProcessEventsUntil([&] { return Browser()->document()->size().height() > height + 1400; }));
-        Grab();
-        images.push_back(static_cast<double>(clock.nsecsElapsed()) / 1e6);
-    }
-    std::sort(plain.begin(), plain.end());
-    std::sort(images.begin(), images.end());
-    std::cout << "plain message " << plain[10] << " ms, with three images " << images[10] << " ms (medians)\n";
 }
 
 } // namespace
