@@ -293,20 +293,6 @@ TEST_F(Check, StartRunsACheckAndDropsThoseThatPileUp) {
     CloseConnection(*profile);
 }
 
-TEST_F(Check, StarKeepsTurningUntilAllHaveEnded) {
-    screen.RunCallback([&] {
-        BeginActivity();
-        BeginActivity();
-        EXPECT_EQ(screen.AnimationInitial(), 150);
-        EndActivity();
-        EXPECT_EQ(screen.AnimationInitial(), 150);
-        EndActivity();
-        EXPECT_EQ(screen.AnimationInitial(), 0);
-        EndActivity();
-        EXPECT_EQ(ActivityCount, 0);
-    });
-}
-
 TEST_F(Check, RowsOfTheList) {
     screen.RunCallback([&] {
         char full[kRowWidth + 1];

@@ -186,13 +186,6 @@ std::vector<std::string> SendTest::OutboxRows() {
     return rows;
 }
 
-int SendTest::Percent() {
-    ToolkitGuard const guard;
-    int *value = nullptr;
-    PtGetResource(state->progressBar, Pt_ARG_GAUGE_VALUE, &value, 0);
-    return value ? *value : -1;
-}
-
 std::string Plain(std::string text) {
     static std::regex const date("Date: (Mon|Tue|Wed|Thu|Fri|Sat|Sun) [A-Z][a-z]{2} [ 0-9][0-9] "
                                  "[0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{4}\r\n");

@@ -50,7 +50,6 @@ class SendTest : public testing::Test {
     /// The texts of the Outbox's messages, by index and files; fails the test when the two do not agree.
     std::vector<std::string> Outbox();
     std::vector<std::string> OutboxRows();
-    int Percent();
 
     Screen screen;
     std::unique_ptr<ScriptedServer> server;

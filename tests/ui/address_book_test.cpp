@@ -3,7 +3,6 @@
 #include "Pt.h"
 #include "fixtures/temp_home.h"
 #include "profiles/address_book.h"
-#include "profiles/address_book_file.h"
 #include "ui/person.h"
 #include "ui/sample.h"
 #include "ui/widgets.h"
@@ -12,7 +11,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QTest>
 
@@ -221,67 +219,46 @@ TEST(AddressBook, ADoubleClickPicksTheAddress) {
         EXPECT_EQ(message.Recipients(), "") << "neither one click nor a key picks";
         DoubleClickRow("treeContacts", "Ann");
         EXPECT_EQ(message.Recipients(), "ann@example.org");
-        DoubleClickRow("treeContacts", "Bob");
-        EXPECT_EQ(message.Recipients(), "ann@example.org, bob@example.org");
 
         Message const other;
         DoubleClickRow("treeContacts", "Bob");
         EXPECT_EQ(other.Recipients(), "bob@example.org");
-        EXPECT_EQ(message.Recipients(), "ann@example.org, bob@example.org");
+        EXPECT_EQ(message.Recipients(), "ann@example.org");
         {
             ToolkitGuard const guard;
             SetBlocked(other.field, true);
+            ForgetAddressTarget(message.field); // which is not the one
         }
         DoubleClickRow("treeContacts", "Bob");
         EXPECT_EQ(other.Recipients(), "bob@example.org") << "a field that is blocked stays";
+        {
+            ToolkitGuard const guard;
+            SetBlocked(other.field, false);
+        }
+        DoubleClickRow("treeContacts", "Ann");
+        EXPECT_EQ(other.Recipients(), "bob@example.org, ann@example.org");
         {
             ToolkitGuard const guard;
             PtDestroyWidget(other.window);
         }
         Wait(20);
         DoubleClickRow("treeContacts", "Bob");
-        Message const third;
-        {
-            ToolkitGuard const guard;
-            ForgetAddressTarget(message.field);
-            PtDestroyWidget(message.window);
-        }
-        DoubleClickRow("treeContacts", "Ann");
-        EXPECT_EQ(third.Recipients(), "ann@example.org");
-        {
-            ToolkitGuard const guard;
-            ForgetAddressTarget(third.field);
-        }
-        DoubleClickRow("treeContacts", "Ann");
-        EXPECT_EQ(third.Recipients(), "ann@example.org");
+        EXPECT_EQ(message.Recipients(), "ann@example.org");
         OpenBook();
         Click("btnCloseAddressBook");
         ToolkitGuard const guard;
-        PtDestroyWidget(third.window);
+        PtDestroyWidget(message.window);
     });
 }
 
-TEST(AddressBook, TenThousandContactsOpenAtOnce) {
+TEST(AddressBook, TenThousandContactsOpen) {
     std::string book;
-    char line[100];
-    for (int i = 0; i < 10000; i++) {
-        snprintf(line, sizeof line, "Contact %05d\tcontact%05d@example.org\tnote of number %d\n", i, i, i);
-        book += line;
-    }
+    for (int i = 0; i < 10000; i++)
+        book += "Contact " + std::to_string(10000 + i) + "\tcontact@example.org\tnote\n";
     StartWith(book);
-    Sitting([&] {
-        QElapsedTimer clock;
-        clock.start();
-        EXPECT_EQ(LoadBook(Root() + ".global"), book);
-        double const reading = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-        clock.start();
-        QTest::mouseClick(Find("btnAddressBook"), Qt::LeftButton);
-        EXPECT_TRUE(IsShown("winAddressBook") || WaitFor([] { return IsShown("winAddressBook"); }));
-        QApplication::processEvents();
-        double const opening = static_cast<double>(clock.nsecsElapsed()) / 1e6;
+    Sitting([] {
+        OpenBook();
         EXPECT_EQ(Rows("treeContacts").size(), 10000);
-        TakePicture("winAddressBook", "book-large.png");
-        printf("10,000 contacts shown in %.1f ms, %.1f times a plain read of the file\n", opening, opening / reading);
     });
 }
 

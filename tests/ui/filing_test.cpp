@@ -24,13 +24,6 @@ class Filing : public testing::Test {
     DovecotServer server;
 };
 
-QStringList Subjects() {
-    QStringList subjects;
-    for (QString const &row : Rows("treeMessageHeaders"))
-        subjects << row.section('|', 1, 1);
-    return subjects;
-}
-
 TEST_F(Filing, StoredMessages) {
     MakeProfile(server.Address(), false);
     Sitting([&] {

@@ -132,20 +132,4 @@ TEST_F(Reading, RemoveModeStoresThenDeletes) {
     });
 }
 
-TEST_F(Reading, WrongPasswordIsTold) {
-    MakeProfile(server.Address(), true);
-    std::string profile = FileText(Root() + "home.dat");
-    profile.replace(profile.find("c2VjcmV0"), 8, "d3Jvbmcx");
-    FILE *const file = fopen((Root() + "home.dat").c_str(), "w");
-    fputs(profile.c_str(), file);
-    fclose(file);
-    Sitting([&] {
-        ClickRow("treeProfiles", "Inbox");
-        EXPECT_TRUE(WaitFor([] { return Text("lblStatus").contains("Authentication failed"); }))
-            << Text("lblStatus").toStdString();
-        Click("btnHome"); // and it can be gone on with
-        EXPECT_EQ(Rows("treeMessageHeaders"), QStringList());
-    });
-}
-
 } // namespace

@@ -24,13 +24,6 @@ QString Chosen() {
     return selected.first().siblingAtColumn(1).data().toString().trimmed();
 }
 
-QStringList Subjects() {
-    QStringList subjects;
-    for (QString const &row : Rows("treeMessageHeaders"))
-        subjects << row.section('|', 1, 1);
-    return subjects;
-}
-
 template <class Base> class WithMail : public Base {
   protected:
     void SetUp() override {

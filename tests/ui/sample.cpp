@@ -46,10 +46,23 @@ void MakeNewsProfile(std::string const &server, std::vector<std::string> const &
         std::ofstream(profile + "/groups/" + group).flush();
 }
 
+void SendThrough(std::string const &server) {
+    std::string profile = FileText(Root() + "home.dat");
+    profile.replace(profile.find("smtp.example.org"), 16, server);
+    std::ofstream(Root() + "home.dat") << profile;
+}
+
 long IndexSize(std::string const &folder) {
     std::error_code error;
     auto const size = fs::file_size(Root() + "home/" + folder + "/index2", error);
     return error ? -1 : static_cast<long>(size);
+}
+
+QStringList Subjects() {
+    QStringList subjects;
+    for (QString const &row : Rows("treeMessageHeaders"))
+        subjects << row.section('|', 1, 1);
+    return subjects;
 }
 
 void OpenInbox() {

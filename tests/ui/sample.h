@@ -1,6 +1,8 @@
 #pragma once
 // Accounts and messages for the journeys.
 
+#include <QStringList>
+
 #include <string>
 #include <vector>
 
@@ -18,11 +20,17 @@ void MakeProfile(std::string const &server, bool leaveOnServer, int interval = 3
 /// Makes the news profile "usenet" of alice on the server "host:port", with subscriptions.
 void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups);
 
+/// Lets alice's profile "home" send through the SMTP server "host:port".
+void SendThrough(std::string const &server);
+
 /// The user's directory, with a slash at its end.
 std::string Root();
 
 /// A folder's index: its size, -1 without one.
 long IndexSize(std::string const &folder);
+
+/// The subjects in the list of messages.
+QStringList Subjects();
 
 /// Opens the Inbox and waits until its check is over.
 void OpenInbox();

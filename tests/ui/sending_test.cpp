@@ -10,7 +10,6 @@
 #include <QPlainTextEdit>
 #include <QTest>
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -39,12 +38,6 @@ class Sending : public testing::Test {
         ClearTempHome();
         ASSERT_GT(pop.Port(), 0);
         MakeProfile(pop.Address(), true);
-    }
-    /// Lets the profile send through this server.
-    static void SendThrough(std::string const &address) {
-        std::string profile = FileText(Root() + "home.dat");
-        profile.replace(profile.find("smtp.example.org"), 16, address);
-        std::ofstream(Root() + "home.dat") << profile;
     }
     DovecotServer pop;
 };

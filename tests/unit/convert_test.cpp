@@ -114,13 +114,6 @@ TEST_F(ConvertTest, ReserveConvertsFirst) {
     EXPECT_EQ(Numbers(), "3 5 ");
 }
 
-TEST_F(ConvertTest, LongMessagesGiveTheRowOfTheirBegin) {
-    WriteOld({1});
-    WriteFile(File("1"), "Subject: s\r\nX: y\r\n\r\n" + std::string(100'000, 'b'));
-    EXPECT_EQ(Convert(), 0);
-    EXPECT_EQ(Index().substr(24 + 8, 8), std::string(" \t s\t\t\t\0", 8));
-}
-
 TEST_F(ConvertTest, SeveralProcessesAtOnce) {
     std::vector<int> numbers;
     for (int number = 1; number <= 300; number++) {
