@@ -4,6 +4,7 @@
 
 #include "qt/tree_view.h"
 
+#include <QElapsedTimer>
 #include <QScrollBar>
 #include <QSignalSpy>
 
@@ -50,7 +51,9 @@ class GrowingTree : public WindowTest {
     }
 
     /// Runs `add(i)` for each row on a worker, with a flush every 50 rows, until all are added and shown.
-    template <class Add> void OnWorker(int rows, Add add) {
+    template <class Add> qint64 OnWorker(int rows, Add add) {
+        QElapsedTimer clock;
+        clock.start();
         std::atomic<bool> ready = false;
         std::thread worker([&] {
             for (int i = 0; i < rows; i++) {
@@ -69,6 +72,7 @@ class GrowingTree : public WindowTest {
         PtFlush();
         EXPECT_EQ(tree_->tree->item_count, static_cast<size_t>(rows));
         EXPECT_EQ(resets_->count(), 0);
+        return clock.elapsed();
     }
 
     /// The texts of the rows that the frame shows, from the top.
@@ -225,19 +229,23 @@ TEST_F(GrowingTree, AShownRowGetsItsExpander) {
 
 TEST_F(GrowingTree, RowsFromAWorkerInThreads) {
     constexpr int kRows = 100'000;
+    qint64 flat = 0;
     for (int kind = 0; kind < 4; kind++) {
         Clear();
         PtTreeItem_t *root = nullptr, *last = nullptr; // threads of five
-        OnWorker(kRows, [&](int i) {
+        qint64 const took = OnWorker(kRows, [&](int i) {
             std::string const text = "row " + std::to_string(i) + "\tsize";
             if (kind == 0 || (kind == 3 ? i == 0 : i % 5 == 0))
                 root = Append(text, nullptr, root, kind == 2), last = nullptr;
             else
                 last = Append(text, root, last);
         });
+        flat = kind == 0 ? took : flat;
         size_t const shown[] = {kRows, kRows / 5, kRows, 1};
+        EXPECT_EQ(Rows(), shown[kind]);
         char const *const name[] = {"at the root", "in shut threads", "in open threads", "below a shut row"};
-        EXPECT_EQ(Rows(), shown[kind]) << name[kind];
+        printf("%d rows %s: %lld ms, %.2f times\n", kRows, name[kind], static_cast<long long>(took),
+               static_cast<double>(took) / static_cast<double>(std::max<qint64>(flat, 1)));
     }
 }
 
@@ -248,7 +256,7 @@ TEST_F(GrowingTree, DeepAndWideFromAWorker) {
         int const rows = deep ? kDeep : kWide;
         int const shown = std::min(rows, deep ? kDeepestLevel : rows);
         PtTreeItem_t *father = nullptr, *last = nullptr, *deepest = nullptr;
-        OnWorker(rows, [&](int i) {
+        qint64 const took = OnWorker(rows, [&](int i) {
             PtTreeItem_t *item = Append(std::to_string(i), father, deep ? nullptr : last, deep || i == 0);
             if (deep || i == 0)
                 father = item;
@@ -258,16 +266,22 @@ TEST_F(GrowingTree, DeepAndWideFromAWorker) {
                 deepest = item;
         });
         EXPECT_EQ(Rows(), static_cast<size_t>(shown));
+        QElapsedTimer clock;
+        clock.start();
         for (int place = 0; place < 20; place++) {
             frame_->verticalScrollBar()->setValue(place * shown / 20);
             PtFlush();
         }
+        qint64 const scrolled = clock.restart();
         PtGenTreeGoto(tree_, &deepest->gen);
         PtFlush();
         EXPECT_EQ(frame_->currentIndex().data().toString().toInt(), shown - 1);
         EXPECT_TRUE(frame_->viewport()->rect().intersects(frame_->visualRect(frame_->currentIndex())));
         PtGenTreeCollapse(tree_, PtGenTreeRootItem(tree_), nullptr);
         EXPECT_TRUE(ProcessEventsUntil([&] { return Rows() == 1; }));
+        printf("%d rows %s: %lld ms, scrolled to 20 places %lld ms, to the last and shut %lld ms\n", rows,
+               deep ? "below each other" : "below one", static_cast<long long>(took),
+               static_cast<long long>(scrolled), static_cast<long long>(clock.elapsed()));
     }
 }
 
