@@ -49,9 +49,12 @@ void AllRows(QAbstractItemModel const &model, QModelIndex const &parent, QList<Q
 
 int RowCount(char const *name) {
     auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    QList<QModelIndex> rows;
-    AllRows(*tree->model(), {}, rows);
-    return static_cast<int>(rows.size());
+    // Threads grow while a worker adds answers: like every walk over the rows, this one is the library's.
+    return Locked([=] {
+        QList<QModelIndex> rows;
+        AllRows(*tree->model(), {}, rows);
+        return static_cast<int>(rows.size());
+    });
 }
 
 /// The subject of the row that a command would be about; empty for none.
@@ -66,12 +69,14 @@ std::string CurrentSubject() {
 
 bool ClickOn(char const *name, int number, Qt::MouseButton button) {
     auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    QList<QModelIndex> rows;
-    AllRows(*tree->model(), {}, rows);
-    if (number >= rows.size())
-        return false;
-    tree->scrollTo(rows[number]);
-    QRect const place = tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
+    QRect const place = Locked([=] {
+        QList<QModelIndex> rows;
+        AllRows(*tree->model(), {}, rows);
+        if (number >= rows.size())
+            return QRect();
+        tree->scrollTo(rows[number]);
+        return tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
+    });
     if (place.isEmpty())
         return false;
     QTest::mousePress(tree->viewport(), button, {}, place.center());
