@@ -79,7 +79,7 @@ int Ours(std::string const &what, int port, int count) {
     int result = 0;
     std::atomic<bool> over = false;
     PtLockPause const pause;
-    for (int i = 0; i < 50; i++) { // the window is up and its page shown
+    for (int i = 0; i < 250; i++) { // the window is up and its page shown
         QCoreApplication::processEvents();
         std::this_thread::sleep_for(std::chrono::milliseconds(4));
     }

@@ -81,17 +81,22 @@ void FlatRead() {
     _exit(0);
 }
 
+/// Lets a second pass: what has been begun is painted, and the home page is there with its images.
+void Settle() {
+    PtLockPause const pause;
+    for (int i = 0; i < 250; i++) {
+        QCoreApplication::processEvents();
+        usleep(4000);
+    }
+}
+
 /// The program with its window up and its page shown.
 void Start() {
     static char name[] = "Corvanta";
     static char *arguments[] = {name, nullptr};
     if (StartCorvanta(1, arguments, AbContext) != 0)
         _exit(1);
-    PtLockPause const pause;
-    for (int i = 0; i < 50; i++) {
-        QCoreApplication::processEvents();
-        usleep(4000);
-    }
+    Settle();
 }
 
 void Rows() {
@@ -151,9 +156,9 @@ void Visible(int records) {
     QTreeView *const folders = List("treeProfiles");
     PaintWatch const watch(*List("treeMessageHeaders"));
     QModelIndex const profile = folders->model()->index(0, 0);
-    PtLockPause const pause;
     folders->expand(profile);
-    QCoreApplication::processEvents();
+    Settle();
+    PtLockPause const pause;
     QModelIndex folder;
     for (int row = 0; row < folders->model()->rowCount(profile); row++)
         if (folders->model()->index(row, 0, profile).data().toString() == QLatin1String("Saved"))

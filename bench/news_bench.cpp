@@ -209,7 +209,7 @@ void Ours(int port, int count, int roots) {
     profile->articleCursor = 1;
     profile->lastArticle = count;
     PtLockPause const pause;
-    for (int i = 0; i < 50; i++) {
+    for (int i = 0; i < 250; i++) {
         QCoreApplication::processEvents();
         usleep(4000);
     }

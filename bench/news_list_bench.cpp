@@ -93,7 +93,7 @@ void OpenGroups() {
     if (!ApCreateModule(&ABM_dlgNews, nullptr, nullptr))
         _exit(1);
     PtLockPause const pause;
-    for (int i = 0; i < 50; i++) {
+    for (int i = 0; i < 250; i++) {
         QCoreApplication::processEvents();
         usleep(4000);
     }
