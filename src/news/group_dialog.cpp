@@ -27,6 +27,8 @@ namespace {
 constexpr char kTitle[] = "Subscribe/Unsubscribe Newsgroups";
 constexpr char kHint[] = "Click a group, or press Space, to subscribe (S) or unsubscribe.";
 constexpr int kRowsBetweenFlushes = 102;
+/// No server has as many groups. One that claims more shall not take all memory.
+constexpr int kMostRows = 1'000'000;
 constexpr unsigned kSpace = ' ';
 
 void SetTitle(char const *title) {
@@ -57,9 +59,11 @@ void ShowCompleteList(NewsProfile const &profile) {
     ListingReader reader(listing);
     PtTreeItem_t *previous = nullptr;
     int added = 0;
-    while (char const *const row = reader.Next())
+    while (char const *const row = added < kMostRows ? reader.Next() : nullptr)
         if (AddHeaderItem(row, ABW_treeNews, previous) && ++added % kRowsBetweenFlushes == 0)
             PtFlush();
+    if (added == kMostRows)
+        SetHint("The list is too long: only its first million groups are shown.");
     SetTitle(kTitle);
 }
 
