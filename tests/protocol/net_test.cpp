@@ -201,7 +201,8 @@ TEST_F(Connecting, TellsARefusal) {
     for (int kind : {kPop3, kSmtp, kNntp}) {
         EXPECT_FALSE(Connects("127.0.0.1:" + std::to_string(port), kind));
         EXPECT_EQ(errors, "pop: connect(): Connection refused\n");
-        EXPECT_EQ(screen.Status(), "Could not connect to mail server");
+        EXPECT_EQ(screen.Status(),
+                  kind == kNntp ? "Could not connect to the news server" : "Could not connect to mail server");
     }
     EXPECT_EQ(CountDescriptors(), before);
 }
