@@ -11,6 +11,8 @@ namespace {
 
 constexpr char kInstalled[] = "/usr/share/Corvanta/";
 
+bool homePageShown = false;
+
 bool HasPage(std::string const &directory) { return access((directory + "index.html").c_str(), R_OK) == 0; }
 
 /// `directory` without links on the way (the page server follows none), with a slash at its end.
@@ -42,7 +44,14 @@ std::string const &HomePageDirectory() {
 
 std::string HomePageUrl() { return "file://" + HomePageDirectory() + "index.html"; }
 
-void ShowHomePage() {
-    std::string const url = HomePageUrl();
+void ShowPage(std::string const &url) {
+    homePageShown = url == HomePageUrl();
     PtSetResource(ABW_webEmailMessage, Pt_ARG_WEB_GET_URL, url.c_str(), 1);
+}
+
+void ShowHomePage() { ShowPage(HomePageUrl()); }
+
+void ReturnToHomePage() {
+    if (!homePageShown)
+        ShowHomePage();
 }

@@ -11,5 +11,12 @@ std::string const &HomePageDirectory();
 /// The home page's address.
 std::string HomePageUrl();
 
+/// Points the message view at a page; one that it shows already is loaded anew. Under the library lock.
+void ShowPage(std::string const &url);
+
 /// Points the message view at the home page. Under the library lock.
 void ShowHomePage();
+
+/// The same, unless it shows the home page already: a folder that is opened then waits for no page. Under the library
+/// lock.
+void ReturnToHomePage();

@@ -89,7 +89,7 @@ void ShowText(MessageText text) {
     RemoveTempFiles(TempDir, false);
     std::string const path = std::string(TempDir) + "msg.html";
     if (WritePage(path, text.get(), headers.get()))
-        PtSetResource(ABW_webEmailMessage, Pt_ARG_WEB_GET_URL, ("file://" + path).c_str(), 1);
+        ShowPage("file://" + path);
 }
 
 int ShowServerMessage(MailProfile &profile, int32_t number) {
@@ -141,7 +141,8 @@ int OnHeadersGone(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnHome(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    LeaveMessage();
+    ClearAttachments();
+    ShowHomePage();
     return Pt_CONTINUE;
 }
 
@@ -158,5 +159,5 @@ int OnLinkPointed(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
 
 void LeaveMessage() {
     ClearAttachments();
-    ShowHomePage();
+    ReturnToHomePage();
 }
