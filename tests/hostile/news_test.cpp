@@ -26,15 +26,7 @@ namespace {
 constexpr int kShownWithin = 30'000; ///< milliseconds, under a sanitizer on a busy machine
 constexpr char kGroup[] = "%s%n<b>x";
 
-std::string Profile() { return Root() + "news/work/"; }
-
-void MakeNewsProfile(std::string const &server) {
-    ClearTempHome();
-    fs::create_directories(Profile() + "groups");
-    std::ofstream(Root() + "news/work.dat")
-        << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
-    std::ofstream(Profile() + "groups/" + kGroup);
-}
+std::string Profile() { return Root() + "news/usenet/"; }
 
 /// Everything below the directory that holds the home, but for what the program writes on its own and the files of
 /// the news profile.
@@ -136,7 +128,8 @@ bool Downloaded(qsizetype rows) {
 TEST(HostileNews, IsShownOrRefusedAndStaysInItsDirectory) {
     std::vector<Article> const articles = HostileArticles();
     ScriptedServer server(Open(9) + Script{Expect("XOVER 1-9"), Send(Overview(articles))} + Answers(articles));
-    MakeNewsProfile(server.Address());
+    ClearTempHome();
+    MakeNewsProfile(server.Address(), {kGroup});
     fs::create_directories(Root() + ".tmp");
     std::set<std::string> const before = FilesOutside();
     Sitting([&] {
@@ -172,7 +165,8 @@ TEST(HostileNews, AServerThatStopsInTheMiddleIsTold) {
     ScriptedServer server(
         {Open(2) + Script{Expect("XOVER 1-2"), Send(some)},
          Open(2) + Script{Expect("XOVER 1-2"), Send("502 <b>no</b> " + std::string(2000, 'x') + "\r\n")}});
-    MakeNewsProfile(server.Address());
+    ClearTempHome();
+    MakeNewsProfile(server.Address(), {kGroup});
     Sitting([&] {
         ClickRow("treeProfiles", kGroup);
         ASSERT_TRUE(Downloaded(1));
@@ -189,7 +183,8 @@ TEST(HostileNews, ARefusedLoginIsToldAsItIs) {
     std::string const refusal = "481 <b>%s%n</b> \x01\x7f" + std::string(5000, 'x');
     ScriptedServer server({Send("200 ready\r\n"), Skip(), Send("480 who?\r\n"), Skip(), Send("381 and?\r\n"), Skip(),
                            Send(refusal + "\r\n"), Stall()});
-    MakeNewsProfile(server.Address());
+    ClearTempHome();
+    MakeNewsProfile(server.Address(), {kGroup});
     Sitting([&] {
         WhenAsked("Close");
         WhenAsked("Close");
@@ -200,7 +195,7 @@ TEST(HostileNews, ARefusedLoginIsToldAsItIs) {
         EXPECT_EQ(RunningDownloads(), 0);
         // The profile goes, and with it what is open.
         ChooseFromMenuBar("mnuSettings_NewsAccounts");
-        ClickRow("treeNewsAccounts_Accounts", "work");
+        ClickRow("treeNewsAccounts_Accounts", "usenet");
         WhenAsked("Delete it");
         Click("btnDeleteNewsAccount");
         Click("btnCloseNewsAccounts");
@@ -217,7 +212,8 @@ TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
         Script stalled(whole.begin(), whole.begin() + static_cast<long>(steps));
         stalled.push_back(Stall());
         ScriptedServer server({stalled, stalled});
-        MakeNewsProfile(server.Address());
+        ClearTempHome();
+        MakeNewsProfile(server.Address(), {kGroup});
         auto const start = std::chrono::steady_clock::now();
         Sitting([&] {
             ClickRow("treeProfiles", kGroup);
@@ -225,7 +221,7 @@ TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
             EXPECT_EQ(Text("lblStatus"), "Downloading headers") << "it says what it waits for";
             ChooseFromMenuBar("mnuHelp_About");
             Click("btnCloseAbout");
-            ClickRow("treeProfiles", "work"); // the group is left
+            ClickRow("treeProfiles", "usenet"); // the group is left
             EXPECT_TRUE(WaitFor([] { return RunningDownloads() == 0; }));
             EXPECT_EQ(Rows("treeMessageHeaders"), QStringList());
             ClickRow("treeProfiles", kGroup);
@@ -239,12 +235,13 @@ TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
 /// Rows of a profile that was deleted stay until the next folder is opened. They lead nowhere.
 TEST(HostileNews, RowsOfADeletedProfileAreHarmless) {
     ScriptedServer server(Open(1) + Script{Expect("XOVER 1-1"), Send("224\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n.\r\n")});
-    MakeNewsProfile(server.Address());
+    ClearTempHome();
+    MakeNewsProfile(server.Address(), {kGroup});
     Sitting([&] {
         ClickRow("treeProfiles", kGroup);
         ASSERT_TRUE(Downloaded(1));
         ChooseFromMenuBar("mnuSettings_NewsAccounts");
-        ClickRow("treeNewsAccounts_Accounts", "work");
+        ClickRow("treeNewsAccounts_Accounts", "usenet");
         WhenAsked("Delete it");
         Click("btnDeleteNewsAccount");
         Click("btnCloseNewsAccounts");

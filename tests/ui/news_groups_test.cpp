@@ -19,13 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string Profile() { return Root() + "news/work/"; }
-
-void MakeNewsProfile(std::string const &server = "127.0.0.1:1") {
-    fs::create_directories(Profile() + "groups");
-    std::ofstream(Root() + "news/work.dat")
-        << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
-}
+std::string Profile() { return Root() + "news/usenet/"; }
 
 void StoreListing(std::string const &text) { std::ofstream(Profile() + "listing", std::ios::binary) << text; }
 
@@ -39,7 +33,7 @@ QStringList Stored() {
 }
 
 void OpenGroups() {
-    ChooseFromRowMenu("treeProfiles", "work", {"News", "Un/Subscribe"});
+    ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
     Find("dlgNews");
 }
 
@@ -61,7 +55,7 @@ class NewsGroups : public testing::Test {
   protected:
     void SetUp() override {
         ClearTempHome();
-        MakeNewsProfile();
+        MakeNewsProfile("127.0.0.1:1");
     }
 };
 
@@ -129,7 +123,7 @@ TEST_F(NewsGroups, SubscribedWithAClickAndFoundInTheTree) {
         EXPECT_FALSE(currentProfile);
         QStringList rows = Rows("treeProfiles");
         rows.sort();
-        EXPECT_EQ(rows, (QStringList{"local.group7", "local.group9", "local.music", "work"}));
+        EXPECT_EQ(rows, (QStringList{"local.group7", "local.group9", "local.music", "usenet"}));
     });
     Sitting([] {
         EXPECT_EQ(Rows("treeProfiles").size(), 4);
@@ -184,7 +178,7 @@ TEST_F(NewsGroups, ClosingTheDialogClosesTheConnection) {
         EXPECT_EQ(recv(ends[1], &byte, 1, MSG_DONTWAIT), 0) << "closed without a word";
         close(ends[1]);
 
-        ClickRow("treeProfiles", "work");
+        ClickRow("treeProfiles", "usenet");
         Click("btnCheckEmail");
         EXPECT_EQ(Text("lblStatus"), "Choose a newsgroup to read first");
         ClickRow("treeProfiles", "local.old");

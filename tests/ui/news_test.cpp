@@ -51,7 +51,7 @@ bool Downloaded(int rows) {
 void MakeProfileByHand(std::string const &server) {
     ChooseFromMenuBar("mnuSettings_NewsAccounts");
     Click("btnNewNewsAccount");
-    Type("txtNewsAccount_AccountName", "work");
+    Type("txtNewsAccount_AccountName", "usenet");
     Type("txtNewsAccount_NEWSServer", QString::fromStdString(server));
     Type("txtNewsAccount_Username", "alice");
     Type("txtNewsAccount_Password", "secret");
@@ -62,7 +62,7 @@ void MakeProfileByHand(std::string const &server) {
 }
 
 void SubscribeByHand() {
-    ChooseFromRowMenu("treeProfiles", "work", {"News", "Un/Subscribe"});
+    ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
     Find("dlgNews");
     Click("btnGetNewsListing");
     EXPECT_TRUE(Rows("treeNews").contains("|test.other")) << Text("lblNewsHint").toStdString();
@@ -70,8 +70,8 @@ void SubscribeByHand() {
     Press("txtNewsFind", Qt::Key_Return);
     ClickRow("treeNews", "test.general");
     Click("btnCloseNews");
-    EXPECT_EQ(Rows("treeProfiles"), (QStringList{"work", "test.general"}));
-    EXPECT_TRUE(fs::exists(Root() + "news/work/groups/test.general "));
+    EXPECT_EQ(Rows("treeProfiles"), (QStringList{"usenet", "test.general"}));
+    EXPECT_TRUE(fs::exists(Root() + "news/usenet/groups/test.general "));
 }
 
 /// Opens the group from the tree, up to the question.
@@ -89,7 +89,7 @@ void ReadAnArticle() {
     EXPECT_TRUE(Text("webEmailMessage").contains("\n.profile is a file.\n..\nThe end of 4."))
         << "as it was written: " << Text("webEmailMessage").toStdString();
     EXPECT_TRUE(FileText(Root() + ".tmp/originalmsg").ends_with("The end of 4.\r\n"));
-    EXPECT_FALSE(fs::exists(Root() + "news/work/tmp"));
+    EXPECT_FALSE(fs::exists(Root() + "news/usenet/tmp"));
     TakePicture("base", "news-article.png");
     int const rows = RowCount();
     Press("treeMessageHeaders", Qt::Key_Delete);
@@ -139,18 +139,18 @@ class News : public testing::Test {
             EXPECT_EQ(Text("lblStatus"), "");
         });
         Sitting([] {
-            ASSERT_EQ(Rows("treeProfiles"), (QStringList{"work", "test.general"}));
+            ASSERT_EQ(Rows("treeProfiles"), (QStringList{"usenet", "test.general"}));
             OpenGroup();
             Click("tlgDownloadAll");
             Click("btnDownloadNewsPrompt_OK");
             ASSERT_TRUE(Downloaded(kArticles)) << RowCount();
-            ClickRow("treeProfiles", "work");
+            ClickRow("treeProfiles", "usenet");
             EXPECT_EQ(RowCount(), 0) << "a profile by itself has nothing to show";
             EXPECT_LT(CurrentNewsProfile()->serverSocket, 1);
-            ChooseFromRowMenu("treeProfiles", "work", {"News", "Un/Subscribe"});
+            ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
             ClickRow("treeNews", "test.general");
             Click("btnCloseNews");
-            EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
+            EXPECT_EQ(Rows("treeProfiles"), QStringList("usenet"));
         });
     }
 };

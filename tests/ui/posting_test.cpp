@@ -11,11 +11,7 @@
 #include <QTest>
 #include <QTreeView>
 
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -26,13 +22,6 @@ constexpr char kPrivate[] = "From: Dave <dave@example.net>\nReply-To: Dave <home
                             "Newsgroups: test.general\nFollowup-To: poster\nSubject: Private\n"
                             "Date: Mon, 02 Nov 2026 11:00:00 +0000\nMessage-ID: <private@example.net>\n\n"
                             "By mail, please.\n";
-
-void MakeNewsProfile(std::string const &server) {
-    fs::create_directories(Root() + "news/work/groups");
-    std::ofstream(Root() + "news/work.dat")
-        << server << "\nalice\nc2VjcmV0\nAlice\nalice@example.org\n/none\n\n\n\n\n\n";
-    std::ofstream(Root() + "news/work/groups/test.general ");
-}
 
 QWidget *Window() { return Find("pic_btnSend")->window(); }
 
@@ -77,7 +66,7 @@ class PostingJourney : public testing::Test {
             GTEST_SKIP() << "the news server switches users, which takes root";
         ASSERT_GT(news.Port(), 0);
         ASSERT_TRUE(news.Put(kRoot));
-        MakeNewsProfile(news.Address());
+        MakeNewsProfile(news.Address(), {"test.general "});
     }
     InnServer news{{"--access", "required"}};
 };
@@ -93,7 +82,7 @@ TEST_F(PostingJourney, WrittenAnsweredAndFoundInTheGroup) {
         ASSERT_TRUE(RowsCome(1));
         Click("btnCompose");
         EXPECT_EQ(Field(kGroup)->text(), "test.general");
-        EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), "work");
+        EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), "usenet");
         EXPECT_EQ(Window()->findChildren<QWidget *>(QStringLiteral("pic_btnAddressBook")).size(), 0);
         TypeInto(Field(kSubject), "New thread");
         TypeInto(Find("pic_multiMessage"), "Hello group");
@@ -113,7 +102,7 @@ TEST_F(PostingJourney, WrittenAnsweredAndFoundInTheGroup) {
         Click("pic_btnSend");
         ASSERT_TRUE(WindowGoes());
 
-        ClickRow("treeProfiles", "work");
+        ClickRow("treeProfiles", "usenet");
         ClickRow("treeProfiles", "test.general"); // opened anew, with what has come meanwhile
         ASSERT_TRUE(RowsCome(3));
         EXPECT_EQ(FatherOf("New thread"), "");
@@ -134,7 +123,7 @@ TEST_F(PostingJourney, ForwardedOrAnsweredByMail) {
             Click("btnReply");
             EXPECT_EQ(Field(kGroup)->text(), mail ? "Dave <home@example.net>" : "");
             EXPECT_EQ(Window()->windowTitle(), "Reply...");
-            EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), mail ? "home" : "work");
+            EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), mail ? "home" : "usenet");
             if (!mail) {
                 EXPECT_EQ(Text("lblStatus"), "The author asks for an answer by mail");
             }

@@ -18,7 +18,7 @@ void MakeProfile(std::string const &server, bool leaveOnServer, int interval = 3
                  std::string const &user = "alice");
 
 /// Makes the news profile "usenet" of alice on the server "host:port", with subscriptions.
-void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups);
+void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups = {});
 
 /// Lets alice's profile "home" send through the SMTP server "host:port".
 void SendThrough(std::string const &server);
