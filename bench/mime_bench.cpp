@@ -44,8 +44,8 @@ std::string HeaderBlock() {
     std::string text;
     for (int hop = 0; hop < 8; hop++)
         text += "Received: from relay.example (relay.example [192.0.2.1])\r\n\tby mx.example with ESMTPS id 4XyZ\r\n"
-                "\tfor <somebody@example.net>; Sat, 21 Nov 2026 05:00:00 +0000\r\n";
-    return text + "From: \"Some Body\" <some.body@example.org>\r\nTo: a@example.net,\r\n b@example.net\r\n"
+                "\tfor <somebody@example.org>; Sat, 21 Nov 2026 05:00:00 +0000\r\n";
+    return text + "From: \"Some Body\" <some.body@example.org>\r\nTo: a@example.org,\r\n b@example.org\r\n"
                   "Subject: Minutes of the meeting\r\nDate: Sat, 21 Nov 2026 05:00:00 +0000\r\nMIME-Version: 1.0\r\n"
                   "Content-Type: text/plain; charset=utf-8\r\n\r\nBody\r\n";
 }

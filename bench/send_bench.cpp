@@ -94,7 +94,7 @@ class Sender : public SendTest {
 
     /// Sends a message on this thread.
     bool Send(std::string const &text, std::string const &encoded) {
-        Compose("bob@example.net", text);
+        Compose("bob@example.org", text);
         if (!encoded.empty())
             AddPart("a.bin", "APPLICATION/OCTET-STREAM", encoded);
         double const begin = Now(), busyBegin = ProcessorSeconds();
@@ -131,7 +131,7 @@ double SendRaw(std::string const &server, std::string const &message) {
     char line[1000];
     ReadServerLine(socket.Get(), line, sizeof line);
     for (char const *command :
-         {"HELO localhost", "MAIL FROM: <ann@example.org>", "RCPT TO: <bob@example.net>", "DATA"}) {
+         {"HELO localhost", "MAIL FROM: <ann@example.org>", "RCPT TO: <bob@example.org>", "DATA"}) {
         WriteServerLine(socket.Get(), command);
         ReadServerLine(socket.Get(), line, sizeof line);
     }

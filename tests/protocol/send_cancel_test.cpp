@@ -66,7 +66,7 @@ class CancelTest : public SendTest {
 };
 
 TEST_F(CancelTest, AtEachAnswer) {
-    Script const hello = SmtpHello({"bob@example.net"});
+    Script const hello = SmtpHello({"bob@example.org"});
     // After 0, 1, ... of the client's lines the server says nothing more.
     int const expected[] = {0, 1, 2, 3, 4};
     for (int const lines : expected) {
@@ -81,7 +81,7 @@ TEST_F(CancelTest, AtEachAnswer) {
         }
         Serve({script + Script{Stall()}});
         if (!state)
-            Compose("bob@example.net", "text");
+            Compose("bob@example.org", "text");
         CancelWhen(
             [&] {
                 std::string const all = server->Received();
@@ -131,14 +131,14 @@ TEST_F(CancelTest, WhileANewsServerTakesNoMoreOrSaysGoodbye) {
 TEST_F(CancelTest, WhileConnecting) {
     FullListener const full;
     WriteProfile(full.Address());
-    Compose("bob@example.net", "text");
+    Compose("bob@example.org", "text");
     CancelWhen([&] { return !OutboxRows().empty(); }, 0);
     EXPECT_EQ(screen.Status(), "");
 }
 
 TEST_F(CancelTest, WhileTheServerTakesNoMore) {
-    Serve({SmtpHello({"bob@example.net"}) + Script{Pause(1500)}});
-    Compose("bob@example.net", "text");
+    Serve({SmtpHello({"bob@example.org"}) + Script{Pause(1500)}});
+    Compose("bob@example.org", "text");
     AddPart("large", "unknown", std::string(30 << 20, 'A'));
     CancelWhen([&] { return server->Received().ends_with("DATA\r\n"); }, 0);
     // The attachment is there again.
@@ -150,15 +150,15 @@ TEST_F(CancelTest, WhileTheServerTakesNoMore) {
 }
 
 TEST_F(CancelTest, AfterTheFinalDotTheCopyStays) {
-    Serve({SmtpHello({"bob@example.net"}) + Script{Until("\r\n.\r\n"), Stall()}});
-    Compose("bob@example.net", "text");
+    Serve({SmtpHello({"bob@example.org"}) + Script{Until("\r\n.\r\n"), Stall()}});
+    Compose("bob@example.org", "text");
     CancelWhen([&] { return server->Received().ends_with("\r\n.\r\n\r\n"); }, 1);
     EXPECT_TRUE(Outbox()[0].ends_with("\n\ntext"));
 }
 
 TEST_F(CancelTest, WithTheWindowGone) {
-    Serve({SmtpHello({"bob@example.net"}) + Script{Pause(1500)}});
-    Compose("bob@example.net", "text");
+    Serve({SmtpHello({"bob@example.org"}) + Script{Pause(1500)}});
+    Compose("bob@example.org", "text");
     AddPart("large", "unknown", std::string(30 << 20, 'A'));
     PressSend();
     ASSERT_TRUE(screen.PaintUntil([&] { return server->Received().ends_with("DATA\r\n"); }));
@@ -172,10 +172,10 @@ TEST_F(CancelTest, WithTheWindowGone) {
 }
 
 TEST_F(CancelTest, ASecondSendTakesTheFirstOnesPlace) {
-    Script first = SmtpHello({"bob@example.net"});
+    Script first = SmtpHello({"bob@example.org"});
     first.back() = Stall(); // instead of taking the text
-    Serve({first, SmtpHello({"bob@example.net"}) + SmtpTakes()});
-    Compose("bob@example.net", "text");
+    Serve({first, SmtpHello({"bob@example.org"}) + SmtpTakes()});
+    Compose("bob@example.org", "text");
     PressSend();
     ASSERT_TRUE(screen.PaintUntil([&] { return server->Received().find("DATA") != std::string::npos; }));
     PressSend();
@@ -188,8 +188,8 @@ TEST_F(CancelTest, ASecondSendTakesTheFirstOnesPlace) {
 TEST_F(CancelTest, AtAnyMoment) {
     for (int moment = 0; moment < 60; moment++) {
         SCOPED_TRACE(moment);
-        Serve({SmtpHello({"bob@example.net"}) + Script{Until("\r\n.\r\n"), Pause(2), Send("250 ok\r\n")}});
-        Compose("bob@example.net", "text");
+        Serve({SmtpHello({"bob@example.org"}) + Script{Until("\r\n.\r\n"), Pause(2), Send("250 ok\r\n")}});
+        Compose("bob@example.org", "text");
         AddPart("a", "unknown", std::string(400'000, 'A'));
         size_t const before = Outbox().size();
         PressSend();

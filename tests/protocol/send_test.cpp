@@ -16,7 +16,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-std::string const kHeader = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.net\r\n"
+std::string const kHeader = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.org\r\n"
                             "Subject: Hello\r\n";
 std::string const kCommands = "HELO localhost\r\nMAIL FROM: <ann@example.org>\r\n";
 std::string const kLost = "Error|Failed to get a socket, verify server information";
@@ -32,15 +32,15 @@ std::string Data(ScriptedServer const &server) {
 }
 
 TEST_F(SendTest, PlainMessageByteForByte) {
-    Serve({SmtpHello({"bob@example.net"}) + SmtpTakes()});
-    Compose("bob@example.net", "One\n.two\n\n..three\nend");
+    Serve({SmtpHello({"bob@example.org"}) + SmtpTakes()});
+    Compose("bob@example.org", "One\n.two\n\n..three\nend");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(server->Problems(), "");
     EXPECT_TRUE(WindowGone());
     EXPECT_TRUE(state->sent);
     EXPECT_EQ(shownAlerts, Strings{});
     std::string const all = server->Received();
-    std::string const begin = kCommands + "RCPT TO: <bob@example.net>\r\nDATA\r\n";
+    std::string const begin = kCommands + "RCPT TO: <bob@example.org>\r\nDATA\r\n";
     ASSERT_EQ(all.substr(0, begin.size()), begin);
     EXPECT_EQ(Plain(all.substr(begin.size())),
               kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend\r\n.\r\n\r\nQUIT\r\n");
@@ -54,16 +54,16 @@ TEST_F(SendTest, PlainMessageByteForByte) {
 }
 
 TEST_F(SendTest, AttachmentsSignatureAndCcByteForByte) {
-    server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.net", "c@x.org", "d@x.org"}) + SmtpTakes());
+    server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.org", "c@x.org", "d@x.org"}) + SmtpTakes());
     std::string const signature = TempHome() + "/signature";
     std::ofstream(signature, std::ios::binary) << std::string("--\n.Ann\n\0.\n", 11);
     WriteProfile(server->Address(), signature);
-    Compose("bob@example.net", ".", "Hello", "Carl <c@x.org>; d@x.org");
+    Compose("bob@example.org", ".", "Hello", "Carl <c@x.org>; d@x.org");
     AddPart("a.tgz", "APPLICATION/X-TAR-GZ\t", "QUJD\nREVG");
     AddPart("", "unknown", "");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(server->Problems(), "");
-    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.net\r\n"
+    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.org\r\n"
                                "CC: Carl <c@x.org>; d@x.org\r\nSubject: Hello\r\n"
                                "MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"BOUNDARY\"\r\n\r\n"
                                "BOUNDARY\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n \n\n";
@@ -166,7 +166,7 @@ struct Spoiled {
 std::vector<Spoiled> SpoiledDialogues() {
     Script const greeting{Send("220 ready\r\n"), Expect("HELO localhost")};
     Script const helo = greeting + Script{Send("250 hello\r\n"), Expect("MAIL FROM: <ann@example.org>")};
-    Script const mail = helo + Script{Send("250 ok\r\n"), Expect("RCPT TO: <bob@example.net>")};
+    Script const mail = helo + Script{Send("250 ok\r\n"), Expect("RCPT TO: <bob@example.org>")};
     Script const rcpt = mail + Script{Send("250 ok\r\n"), Expect("DATA")};
     Script const data = rcpt + Script{Send("354 go on\r\n")};
     Script const dot = data + Script{Until("\r\n.\r\n")};
@@ -213,7 +213,7 @@ TEST_F(SendTest, EveryFailureKeepsTheWholeCopyAndGivesTheWindowBack) {
         SCOPED_TRACE(spoiled.name);
         Serve({spoiled.script});
         if (!state)
-            Compose("bob@example.net", "text");
+            Compose("bob@example.org", "text");
         shownAlerts.clear();
         int const descriptors = CountDescriptors();
         ASSERT_TRUE(SendNow());
@@ -228,7 +228,7 @@ TEST_F(SendTest, EveryFailureKeepsTheWholeCopyAndGivesTheWindowBack) {
         server.reset();
     }
     // The same window can send in the end.
-    Serve({SmtpHello({"bob@example.net"}) + SmtpTakes("240 posted\r\n")});
+    Serve({SmtpHello({"bob@example.org"}) + SmtpTakes("240 posted\r\n")});
     shownAlerts.clear();
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(server->Problems(), "");
@@ -241,7 +241,7 @@ TEST_F(SendTest, WithoutAServerTheWindowStaysShutUnlessTheTextWouldBeLost) {
         ScriptedServer gone{Script{}};
         WriteProfile(gone.Address());
     }
-    Compose("bob@example.net", "text");
+    Compose("bob@example.org", "text");
     AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(shownAlerts, Strings{kLost});
@@ -309,10 +309,10 @@ TEST_F(SendTest, OddTextsAndSignatures) {
         std::ofstream(TempHome() + "/large");
         ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
         mkfifo((TempHome() + "/pipe").c_str(), 0600);
-        server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.net"}) + SmtpTakes());
+        server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.org"}) + SmtpTakes());
         WriteProfile(server->Address(), each.signature);
         shownAlerts.clear();
-        Compose("bob@example.net", each.text);
+        Compose("bob@example.org", each.text);
         ASSERT_TRUE(SendNow());
         EXPECT_EQ(server->Problems(), "");
         EXPECT_EQ(shownAlerts, each.alert.empty() ? Strings{} : Strings{each.alert});
@@ -327,7 +327,7 @@ TEST_F(SendTest, SlowAndSplitAnswersAreNoFailure) {
            Script{Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n", 1), Skip(), Send("250 ok\r\n"), Skip(),
                   Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300), Send("250 ok\r\n", 1), Expect(""),
                   Expect("QUIT")}});
-    Compose("bob@example.net", "text");
+    Compose("bob@example.org", "text");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(server->Problems(), "");
     EXPECT_TRUE(WindowGone());

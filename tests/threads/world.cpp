@@ -64,9 +64,9 @@ constexpr int kArticles = 700;
 std::string Article(int number) {
     std::string const subject = "article-" + std::to_string(number);
     std::string const group = number % 10 ? "test.general" : "test.other";
-    return "From: Writer <writer@example.net>\nNewsgroups: " + group + "\nSubject: " + subject +
-           "\nDate: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <" + subject + "@example.net>\n" +
-           (number % 3 ? "References: <article-" + std::to_string(number / 2) + "@example.net>\n" : "") +
+    return "From: Writer <writer@example.org>\nNewsgroups: " + group + "\nSubject: " + subject +
+           "\nDate: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <" + subject + "@example.org>\n" +
+           (number % 3 ? "References: <article-" + std::to_string(number / 2) + "@example.org>\n" : "") +
            "\nThe text of " + subject + ".\n" + std::string(static_cast<size_t>(number % 7 * 1000), '.') + "\n";
 }
 

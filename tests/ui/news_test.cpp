@@ -24,10 +24,10 @@ constexpr int kArticles = 520;
 std::string Article(int number) {
     std::string const id = std::to_string(number);
     bool const answer = number % 2 == 0;
-    return "From: Writer " + id + " <writer@example.net>\nNewsgroups: test.general\nSubject: " +
+    return "From: Writer " + id + " <writer@example.org>\nNewsgroups: test.general\nSubject: " +
            (answer ? "Re: Matter " + std::to_string(number - 1) : "Matter " + id) +
-           "\nDate: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <" + id + "@example.net>\n" +
-           (answer ? "References: <" + std::to_string(number - 1) + "@example.net>\n" : "") + "\nThe words of " + id +
+           "\nDate: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <" + id + "@example.org>\n" +
+           (answer ? "References: <" + std::to_string(number - 1) + "@example.org>\n" : "") + "\nThe words of " + id +
            ".\n.profile is a file.\n..\nThe end of " + id + ".\n";
 }
 
@@ -172,7 +172,7 @@ TEST_F(News, AnArticleThatIsGoneLeavesAnEmptyPageAndTheServersWord) {
         ASSERT_TRUE(Downloaded(2)) << Text("lblStatus").toStdString();
         ClickRow("treeMessageHeaders", "|Matter 1|");
         ASSERT_TRUE(WaitFor([] { return Text("webEmailMessage").contains("The words of 1."); }));
-        ASSERT_TRUE(server.Control({"cancel", "<2@example.net>"}));
+        ASSERT_TRUE(server.Control({"cancel", "<2@example.org>"}));
         ClickRow("treeMessageHeaders", "Re: Matter 1|");
         EXPECT_TRUE(WaitFor([] { return Text("webEmailMessage").trimmed().isEmpty(); }));
         EXPECT_TRUE(Text("lblStatus").startsWith("423")) << Text("lblStatus").toStdString();

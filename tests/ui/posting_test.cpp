@@ -15,12 +15,12 @@
 
 namespace {
 
-constexpr char kRoot[] = "From: Carol <carol@example.net>\nNewsgroups: test.general,test.other\nSubject: Root\n"
-                         "Date: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <root@example.net>\n\n"
+constexpr char kRoot[] = "From: Carol <carol@example.org>\nNewsgroups: test.general,test.other\nSubject: Root\n"
+                         "Date: Mon, 02 Nov 2026 10:00:00 +0000\nMessage-ID: <root@example.org>\n\n"
                          "Who reads this?\n";
-constexpr char kPrivate[] = "From: Dave <dave@example.net>\nReply-To: Dave <home@example.net>\n"
+constexpr char kPrivate[] = "From: Dave <dave@example.org>\nReply-To: Dave <home@example.org>\n"
                             "Newsgroups: test.general\nFollowup-To: poster\nSubject: Private\n"
-                            "Date: Mon, 02 Nov 2026 11:00:00 +0000\nMessage-ID: <private@example.net>\n\n"
+                            "Date: Mon, 02 Nov 2026 11:00:00 +0000\nMessage-ID: <private@example.org>\n\n"
                             "By mail, please.\n";
 
 QWidget *Window() { return Find("pic_btnSend")->window(); }
@@ -121,7 +121,7 @@ TEST_F(PostingJourney, ForwardedOrAnsweredByMail) {
             ASSERT_TRUE(RowsCome(2));
             ShowArticle("Private", "By mail");
             Click("btnReply");
-            EXPECT_EQ(Field(kGroup)->text(), mail ? "Dave <home@example.net>" : "");
+            EXPECT_EQ(Field(kGroup)->text(), mail ? "Dave <home@example.org>" : "");
             EXPECT_EQ(Window()->windowTitle(), "Reply...");
             EXPECT_EQ(qobject_cast<QComboBox *>(Find("pic_DropDown"))->currentText(), mail ? "home" : "usenet");
             if (!mail) {
