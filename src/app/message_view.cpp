@@ -43,7 +43,10 @@ bool Selects(PtCallbackInfo_t const &cbinfo) {
 }
 
 void TellCannotWrite(std::string const &path, int reason) {
-    SetStatus("Cannot write " + path + ": " + strerror(reason));
+    if (reason == ENOENT) // TempDir is made when a start finds the user's directory, so not by the very first one
+        SetStatus("Messages can be shown from the next start on: please close Corvanta and start it again");
+    else
+        SetStatus("Cannot write " + path + ": " + strerror(reason));
 }
 
 /// Opens a file of TempDir anew; a failure is told in lblStatus.

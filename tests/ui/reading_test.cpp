@@ -32,8 +32,8 @@ class Reading : public testing::Test {
 TEST_F(Reading, ProfileMadeThenCheckedAndRead) {
     server.Put("alice", PlainMail("first letter"));
     server.Put("alice", PlainMail("second <b>letter</b>"));
-    Sitting([&] { EXPECT_TRUE(PageShows("Corvanta")) << "the home page"; });
     Sitting([&] {
+        EXPECT_TRUE(PageShows("Corvanta")) << "the home page";
         ChooseFromMenuBar("mnuSettings_Accounts");
         Click("btnNewEmailAccount");
         Type("txtAccount_AccountName", "home");
@@ -50,6 +50,11 @@ TEST_F(Reading, ProfileMadeThenCheckedAndRead) {
         ASSERT_TRUE(WaitFor([] { return Rows("treeMessageHeaders").size() == 2; }));
         EXPECT_EQ(Rows("treeMessageHeaders").first(),
                   "|first letter|sender@example.org|Mon, 02 Nov 2026 10:00:00 +0000");
+        ClickRow("treeMessageHeaders", "first");
+        EXPECT_TRUE(Text("lblStatus").startsWith("Messages can be shown from the next start on"));
+    });
+    Sitting([&] {
+        OpenInbox();
         ClickRow("treeMessageHeaders", "second <b>letter</b>");
         EXPECT_TRUE(PageShows("The text of second <b>letter</b>.")) << Text("webEmailMessage").toStdString();
         EXPECT_EQ(FileText(Root() + ".tmp/originalmsg"), PlainMail("second <b>letter</b>"));
