@@ -29,6 +29,11 @@ int PtAlert(PtWidget_t *, PhPoint_t const *, char const *title, PhImage_t const 
     return default_button;
 }
 
+int PtFileSelection(PtWidget_t *, PhPoint_t const *, char const *, char const *, char const *, char const *,
+                    char const *, char const *, PtFileSelectionInfo_t *, int) {
+    return -1;
+}
+
 namespace {
 
 long Scalar(PtWidget_t *widget, long resource) {

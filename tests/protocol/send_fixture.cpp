@@ -13,12 +13,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// The profiles' dialog, which comes along with their files, would ask the windowing side.
-int PtFileSelection(PtWidget_t *, PhPoint_t const *, char const *, char const *, char const *, char const *,
-                    char const *, char const *, PtFileSelectionInfo_t *, int) {
-    return -1;
-}
-
 Script operator+(Script left, Script const &right) {
     left.insert(left.end(), right.begin(), right.end());
     return left;
