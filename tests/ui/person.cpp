@@ -4,6 +4,7 @@
 
 #include "app/start.h"
 #include "ui/links.h"
+#include "ui/widgets.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -23,6 +24,7 @@
 #include <QTimer>
 #include <QTreeView>
 
+#include <cstring>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -103,6 +105,19 @@ QTreeView *Tree(char const *name) {
     auto *const tree = qobject_cast<QTreeView *>(Find(name));
     EXPECT_TRUE(tree) << name << " is no list";
     return tree;
+}
+
+/// Waits until the program lets a list be used: a check blocks the lists while it runs.
+void WaitUntilUsable(char const *name) {
+    WaitFor([name] {
+        PtEnter(0);
+        bool blocked = false;
+        for (int i = 1; i < ABN_count; i++)
+            if (AbWidgets[i] && strcmp(AbNames[i], name) == 0)
+                blocked = PtWidgetFlags(AbWidgets[i]) & Pt_BLOCKED;
+        PtLeave(0);
+        return !blocked;
+    });
 }
 
 /// The middle of the row that contains `text`, scrolled into view; empty when there is none.
@@ -296,6 +311,7 @@ QStringList Rows(char const *tree) {
 }
 
 void ClickRow(char const *name, QString const &text) {
+    WaitUntilUsable(name);
     QTreeView *const tree = Tree(name);
     QRect const place = PlaceOf(tree, text);
     if (!place.isEmpty())
@@ -304,6 +320,7 @@ void ClickRow(char const *name, QString const &text) {
 }
 
 void DoubleClickRow(char const *name, QString const &text) {
+    WaitUntilUsable(name);
     QTreeView *const tree = Tree(name);
     QPoint const place = PlaceOf(tree, text).center();
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, place);
@@ -313,6 +330,7 @@ void DoubleClickRow(char const *name, QString const &text) {
 }
 
 void ChooseFromRowMenu(char const *name, QString const &text, QStringList const &entries) {
+    WaitUntilUsable(name);
     QTreeView *const tree = Tree(name);
     QPoint const place = PlaceOf(tree, text).center();
     // A right press opens the menu; the menu itself sees the release.

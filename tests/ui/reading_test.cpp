@@ -51,7 +51,8 @@ TEST_F(Reading, ProfileMadeThenCheckedAndRead) {
         EXPECT_EQ(Rows("treeMessageHeaders").first(),
                   "|first letter|sender@example.org|Mon, 02 Nov 2026 10:00:00 +0000");
         ClickRow("treeMessageHeaders", "first");
-        EXPECT_TRUE(Text("lblStatus").startsWith("Messages can be shown from the next start on"));
+        EXPECT_TRUE(
+            WaitFor([] { return Text("lblStatus").startsWith("Messages can be shown from the next start on"); }));
     });
     Sitting([&] {
         OpenInbox();
