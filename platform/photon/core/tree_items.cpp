@@ -188,6 +188,8 @@ void Unlink(PtWidget_t *tree, PtGenTreeItem_t *first, PtGenTreeItem_t *last) {
     }
     if (Seen(father))
         Restructure(*state);
+    if (father && !father->son)
+        father->list.flags &= ~kPtItemSeen; // an open one tells of its next first row as if it was never read
     PtMarkDirty(*tree, kDirtyTree);
 }
 
