@@ -3,6 +3,7 @@
 
 #include "vserver/page_server.h"
 
+#include <cstdlib>
 #include <iostream>
 #include <iterator>
 #include <random>
