@@ -29,6 +29,8 @@ finish() {
     exit "$status"
 }
 trap finish EXIT
+set -E
+trap 'echo "demo: line $LINENO failed: $BASH_COMMAND" >&2' ERR
 trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
@@ -108,7 +110,8 @@ make_news() {
 
 start_program() {
     local wrapper
-    wrapper=$(ldconfig -p | awk '/libnss_wrapper\.so /{print $NF; exit}')
+    # To the list's end: ldconfig would die of a pipe closed early, and the pipeline with it.
+    wrapper=$(ldconfig -p | awk '/libnss_wrapper\.so /{path = $NF} END {print path}')
     [ -n "$wrapper" ] || die "libnss_wrapper.so is not installed"
     mkdir -m 700 "$work/runtime"
     # A proxy would be connected to in place of the local server.
@@ -128,12 +131,13 @@ start_screen() {
 }
 
 find_window() {
-    window=$(xdotool search --onlyvisible --pid "$app" --name '^Corvanta$' 2>/dev/null | head -n 1)
+    local found
+    mapfile -t found < <(xdotool search --onlyvisible --pid "$app" --name '^Corvanta$' 2>/dev/null || true)
+    window=${found[0]-}
     [ -n "$window" ]
 }
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
-commands() { cat "$work"/pop3/*.log 2>/dev/null; }
-logged_in() { commands | grep -q "Login: user=<$account>"; }
+logged_in() { grep -qs "Login: user=<$account>" "$work"/pop3/*.log; }
 page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
 
 article_written() { grep -qs "Newsgroups:" "$home/.Corvanta/.tmp/msg.html"; }
