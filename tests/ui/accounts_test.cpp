@@ -4,6 +4,7 @@
 #include "fixtures/temp_home.h"
 #include "pop/check_mail.h"
 #include "store/folder.h"
+#include "ui/account_steps.h"
 #include "ui/person.h"
 #include "ui/sample.h"
 #include "ui/widgets.h"
@@ -33,14 +34,7 @@ void FillNewProfile() {
     EXPECT_EQ(Text("txtAccount_AccountName"), "home") << "punctuation is refused key by key";
     Type("txtAccount_POPServer", "127.0.0.1:1");
     Type("txtAccount_SMTPServer", "mail.example.org");
-    Type("txtAccount_Username", "alice");
-    Type("txtAccount_Password", "secres");
-    Press("txtAccount_Password", Qt::Key_Backspace);
-    TypeMore("txtAccount_Password", "t");
-    EXPECT_EQ(Text("txtAccount_Password"), "******");
-    Type("txtAccount_Fullname", "Alice Archer");
-    Type("txtAccount_Email", "alice@example.org");
-    Type("txtAccount_Signature", "/home/alice/.signature");
+    TypeAccount("txtAccount_");
 }
 
 TEST(Accounts, FirstStartProfileEditedAndFoundAgain) {
@@ -156,17 +150,7 @@ TEST(Accounts, DeletingAsksAndRemovesAll) {
         OpenAccounts();
         FillNewProfile();
         Click("btnAccount_Save");
-        ClickRow("treeAccounts_Accounts", "home");
-        WhenAsked("Cancel");
-        Click("btnDeleteEmailAccount");
-        EXPECT_EQ(Boxes().last(), "Warning!|Are you sure you want to \npermanently delete this profile?");
-        EXPECT_TRUE(fs::exists(Root() + "home.dat"));
-        ClickRow("treeAccounts_Accounts", "home");
-        WhenAsked("Delete it");
-        Click("btnDeleteEmailAccount");
-        EXPECT_FALSE(fs::exists(Root() + "home.dat"));
-        EXPECT_FALSE(fs::exists(Root() + "home"));
-        EXPECT_EQ(Rows("treeAccounts_Accounts"), QStringList());
+        DeleteAccount("treeAccounts_Accounts", "btnDeleteEmailAccount", Root() + "home");
         EXPECT_EQ(Rows("treeProfiles"), QStringList());
     });
 }

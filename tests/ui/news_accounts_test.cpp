@@ -2,11 +2,10 @@
 
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
+#include "ui/account_steps.h"
 #include "ui/person.h"
 #include "ui/sample.h"
 #include "widgets/open_profile.h"
-
-#include <QLineEdit>
 
 #include <filesystem>
 #include <fstream>
@@ -33,14 +32,7 @@ void FillNewProfile(char const *name = "work") {
     EXPECT_EQ(Text("lblNewsAccountsTitle"), "New Profile");
     TypeMore("txtNewsAccount_AccountName", name);
     Type("txtNewsAccount_NEWSServer", "127.0.0.1:1119");
-    Type("txtNewsAccount_Username", "alice");
-    Type("txtNewsAccount_Password", "secres");
-    Press("txtNewsAccount_Password", Qt::Key_Backspace);
-    TypeMore("txtNewsAccount_Password", "t");
-    EXPECT_EQ(Text("txtNewsAccount_Password"), "******");
-    Type("txtNewsAccount_Fullname", "Alice Archer");
-    Type("txtNewsAccount_Email", "alice@example.org");
-    Type("txtNewsAccount_Signature", "/home/alice/.signature");
+    TypeAccount("txtNewsAccount_");
 }
 
 /// A profile with two groups, and names among them that lead elsewhere or that no field can hold.
@@ -135,16 +127,7 @@ TEST_F(NewsAccounts, DeletingAsksAndRemovesAll) {
         rows.sort();
         EXPECT_EQ(rows.mid(4), (QStringList{"local.music", "local.test", "work"}));
         OpenNewsAccounts();
-        ClickRow("treeNewsAccounts_Accounts", "work");
-        WhenAsked("Cancel");
-        Click("btnDeleteNewsAccount");
-        EXPECT_EQ(Boxes().last(), "Warning!|Are you sure you want to \npermanently delete this profile?");
-        EXPECT_TRUE(fs::exists(News("work.dat")));
-        ClickRow("treeNewsAccounts_Accounts", "work");
-        WhenAsked("Delete it");
-        Click("btnDeleteNewsAccount");
-        EXPECT_TRUE(fs::is_empty(News("")));
-        EXPECT_EQ(Rows("treeNewsAccounts_Accounts"), QStringList());
+        DeleteAccount("treeNewsAccounts_Accounts", "btnDeleteNewsAccount", News("work"));
         EXPECT_EQ(Rows("treeProfiles"), (QStringList{"home", "Inbox", "Outbox", "Saved"}));
     });
 }
