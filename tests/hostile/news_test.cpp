@@ -43,11 +43,6 @@ std::set<std::string> FilesOutside() {
     return names;
 }
 
-Script operator+(Script left, Script const &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 /// A connection on which the group is opened, with these numbers, up to the overview.
 Script Open(int articles) {
     std::string list = "211 follows\r\n";

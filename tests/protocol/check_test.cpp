@@ -25,11 +25,6 @@ Script Hello(std::string const &stat) {
             Send("+OK logged in\r\n"), Expect("STAT"),       Send(stat + "\r\n")};
 }
 
-Script operator+(Script left, Script const &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 /// A message and the exchange in which it is fetched.
 std::string Message(std::string const &subject) {
     return "Subject: " + subject + "\r\nFrom: a@b\r\nDate: today\r\n\r\nbody\r\n";

@@ -23,11 +23,6 @@ namespace {
 
 using namespace std::string_literals;
 
-Script operator+(Script left, Script const &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 /// An overview line of the article <number>, without its end.
 std::string Line(int number, std::string const &references = "") {
     std::string const text = std::to_string(number);

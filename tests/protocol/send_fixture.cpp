@@ -13,11 +13,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-Script operator+(Script left, Script const &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 Script SmtpHello(std::vector<std::string> const &recipients) {
     Script script{Send("220 ready\r\n"), Expect("HELO localhost"), Send("250 hello\r\n"),
                   Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n")};

@@ -15,7 +15,6 @@
 Script SmtpHello(std::vector<std::string> const &recipients);
 /// The message, the final answer and the end.
 Script SmtpTakes(std::string const &answer = "250 2.0.0 Ok: queued\r\n");
-Script operator+(Script left, Script const &right);
 
 class SendTest : public testing::Test {
   protected:
