@@ -11,13 +11,9 @@
 
 /// One of the dialogs: its widgets, which are null while it is not there, and where its profiles are.
 struct AccountDialog {
-    PtWidget_t *const &window, *const &list, *const &newButton, *const &editButton, *const &deleteButton,
-                                                                                        *const &closeButton;
-    PtWidget_t *const &pane,
-        *const &title, *const &name, *const &userName, *const &password, *const &hiddenPassword,
-                                                                             *const &fullName, *const &emailAddress,
-                                                                                                   *const
-                                                                                                       &signatureFile;
+    using Widget = PtWidget_t *const;
+    Widget &window, &list, &newButton, &editButton, &deleteButton, &closeButton;
+    Widget &pane, &title, &name, &userName, &password, &hiddenPassword, &fullName, &emailAddress, &signatureFile;
     char const *folder;                      ///< below ConfigRoot: "" or "news/"
     int (*load)(PtWidget_t *tree, int mode); ///< adds the profiles to a tree
 };
