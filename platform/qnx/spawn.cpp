@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,7 +11,8 @@
 
 namespace {
 
-/// What a child gets: descriptors 0 to 2, no blocked signals and the default SIGPIPE, whatever this program set.
+/// What a child gets: no input (one that asks something on the terminal would keep a caller that waits for it), the
+/// descriptors 1 and 2, no blocked signals and the default SIGPIPE, whatever this program set.
 class Setup {
   public:
     Setup() {
@@ -32,7 +34,10 @@ class Setup {
     Setup &operator=(Setup const &) = delete;
 
     int Run(pid_t &child, char const *path, char *const *arguments) {
-        if (int const error = posix_spawn_file_actions_addclosefrom_np(&files_, STDERR_FILENO + 1))
+        int error = posix_spawn_file_actions_addopen(&files_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        if (!error)
+            error = posix_spawn_file_actions_addclosefrom_np(&files_, STDERR_FILENO + 1);
+        if (error)
             return error;
         return posix_spawn(&child, path, &files_, &attributes_, arguments, environ);
     }

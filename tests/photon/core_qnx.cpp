@@ -71,13 +71,21 @@ TEST(Spawn, RunsWaitsAndReports) {
     EXPECT_EQ(WEXITSTATUS(child_status), 3);
 }
 
-TEST(Spawn, GivesTheChildThreeDescriptors) {
-    int const kept = fcntl(open("/dev/null", O_RDONLY), F_DUPFD, 77); // not close-on-exec
+TEST(Spawn, GivesTheChildNoInputAndNoOtherDescriptors) {
+    int terminal[2];
+    ASSERT_EQ(pipe(terminal), 0);
+    int const own = dup(STDIN_FILENO);
+    dup2(terminal[0], STDIN_FILENO);
+    int const kept = fcntl(terminal[0], F_DUPFD, 77); // not close-on-exec
     ASSERT_GE(kept, 77);
     int const status = spawnl(P_WAIT, "/bin/sh", "sh", "-c",
-                              "for fd in /proc/$$/fd/*; do case $fd in */77) exit 1;; esac; done", nullptr);
+                              "test ! -p /dev/stdin || exit 2\n"
+                              "for fd in /proc/$$/fd/*; do case $fd in */77) exit 1;; esac; done",
+                              nullptr);
     EXPECT_EQ(status, 0);
-    close(kept);
+    dup2(own, STDIN_FILENO);
+    for (int const descriptor : {own, kept, terminal[0], terminal[1]})
+        close(descriptor);
 }
 
 TEST(Spawn, GoesOnWaitingAfterASignal) {
