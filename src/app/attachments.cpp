@@ -24,9 +24,9 @@ bool IsListed(PtTreeItem_t const *wanted) {
     return item;
 }
 
-/// Returns 0, or the errno of what failed.
+/// Returns 0, or the errno of what failed; a pipe that nobody reads is not waited for.
 int SavePart(char const *path, PartHeaders const &part) {
-    Fd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    Fd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0600));
     if (!file.Valid())
         return errno;
     errno = EIO;
