@@ -8,11 +8,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <future>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -37,6 +39,23 @@ bool IsUsable(addrinfo const &entry) {
            reinterpret_cast<sockaddr_in const *>(entry.ai_addr)->sin_addr.s_addr != INADDR_BROADCAST;
 }
 
+/// getaddrinfo, which takes as long as the name's servers want: on a thread of its own when the caller holds the
+/// library.
+int LookUp(char const *host, char const *port, addrinfo const &hints, addrinfo *&found) {
+    auto const look = [&] { return getaddrinfo(host, port, &hints, &found); };
+    if (!HoldsLibrary())
+        return look();
+    std::future<int> result;
+    try {
+        result = std::async(std::launch::async, look);
+    } catch (std::system_error const &) {
+        return look(); // no thread to be had: nothing is painted then
+    }
+    WaitOutsideLibrary(
+        [&](Clock::time_point slice) { return result.wait_until(slice) == std::future_status::ready; });
+    return result.get();
+}
+
 std::vector<addrinfo const *> Resolve(Address const &address, AddressList &list) {
     std::vector<addrinfo const *> usable;
     if (!address.host[0] || address.port < 1 || address.port > 65535)
@@ -47,7 +66,7 @@ std::vector<addrinfo const *> Resolve(Address const &address, AddressList &list)
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICSERV;
     addrinfo *found = nullptr;
-    if (getaddrinfo(address.host, port, &hints, &found) != 0)
+    if (LookUp(address.host, port, hints, found) != 0)
         return usable;
     list.reset(found);
     for (addrinfo const *entry = found; entry; entry = entry->ai_next)
@@ -64,10 +83,10 @@ bool IsSet(CancelFlag cancelled) { return cancelled && *cancelled; }
 /// Waits until the attempt is over, looking at the flag now and then.
 bool WaitConnected(int socket, Clock::time_point deadline, CancelFlag cancelled) {
     if (!cancelled)
-        return WaitFor(socket, POLLOUT, deadline);
+        return WaitAndPaint(socket, POLLOUT, deadline);
     while (!IsSet(cancelled)) {
         auto const slice = Clock::now() + kCancelSlice;
-        if (WaitFor(socket, POLLOUT, std::min(slice, deadline)))
+        if (WaitAndPaint(socket, POLLOUT, std::min(slice, deadline)))
             return true;
         if (slice >= deadline)
             return false;

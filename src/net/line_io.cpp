@@ -10,14 +10,10 @@
 
 namespace {
 
-/// A peer that never ends its line is given up: after so many bytes, or so many times the silence it may keep.
-constexpr size_t kLongestLine = 16 << 20;
-constexpr int kLongestLineWaits = 10;
-
 /// Receives within the time that `seconds` leave. The bound that every connection of ours has for itself saves asking
-/// first whether something is there.
+/// first whether something is there; who holds the library must not stand still in it.
 ssize_t Receive(int socket, char *bytes, size_t size, int flags, int seconds, Clock::time_point deadline) {
-    bool const bounded = seconds == kSilenceSeconds;
+    bool const bounded = seconds == kSilenceSeconds && !HoldsLibrary();
     for (;;) {
         ssize_t const got = recv(socket, bytes, size, flags | (bounded ? 0 : MSG_DONTWAIT));
         if (got >= 0)
@@ -26,7 +22,7 @@ ssize_t Receive(int socket, char *bytes, size_t size, int flags, int seconds, Cl
             continue;
         if (errno == EAGAIN && bounded)
             errno = ETIMEDOUT;
-        if (errno != EAGAIN || seconds <= 0 || !WaitFor(socket, POLLIN, deadline))
+        if (errno != EAGAIN || seconds <= 0 || !WaitAndPaint(socket, POLLIN, deadline))
             return -1;
     }
 }
@@ -57,7 +53,7 @@ int ReadLine(int socket, char *buffer, int size, int seconds, bool (*ends)(char)
     if (socket < 1)
         return -1;
     auto const silence = std::chrono::seconds(seconds);
-    auto const latest = Clock::now() + kLongestLineWaits * silence;
+    auto const latest = Clock::now() + LongestWait(seconds);
     size_t position = 0;
     size_t room = width ? width - 1 : 0;
     while (position < kLongestLine) {

@@ -9,16 +9,17 @@
 namespace {
 
 /// Reads the greeting to its LF, whatever it holds: ReadServerLine would stop at a tab or an 8-bit letter and take
-/// the rest for the next reply.
+/// the rest for the next reply. One that does not end is given up like a line.
 bool ReadGreeting(int socket) {
     char bytes[kReplyWidth];
-    auto const latest = Clock::now() + std::chrono::seconds(10 * kSilenceSeconds);
-    while (Clock::now() < latest) {
+    auto const latest = Clock::now() + LongestWait(kSilenceSeconds);
+    for (size_t received = 0; received < kLongestLine && Clock::now() < latest;) {
         int const got = ReadServerBytes(socket, bytes, sizeof bytes);
         if (got <= 0)
             return false;
         if (memchr(bytes, '\n', static_cast<size_t>(got)))
             return true;
+        received += static_cast<size_t>(got);
     }
     return false;
 }

@@ -1,7 +1,8 @@
 #pragma once
 // Server addresses, connections and command lines, shared by POP3 (RFC 1939), SMTP (RFC 5321) and NNTP (RFC 3977).
 // A connection attempt is bounded to 30 s over all of a host's addresses, silence of a peer to 60 s: then the
-// connection counts as lost. SIGPIPE never comes up.
+// connection counts as lost. SIGPIPE never comes up. A thread that holds the library leaves it during each wait, and
+// paints: whoever calls from a callback looks afterwards whether what it works on is still there.
 
 #include "base/account.h"
 

@@ -12,8 +12,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
-#include <future>
-#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -21,7 +19,6 @@ namespace {
 /// The group list is taken from the server in pieces of this size, and the last one is cut: see CopyBody.
 constexpr size_t kListingPiece = 500;
 constexpr size_t kListingCut = 5;
-constexpr auto kRepaint = std::chrono::milliseconds(50);
 
 /// In place of an answer's number. Lost is what AskNews says, too.
 constexpr int32_t kLost = -1, kRefused = -2;
@@ -33,27 +30,6 @@ bool IsGood(int32_t code) { return code / 100 == 2; }
 
 int MakeFile(std::string const &path) {
     return path.empty() ? -1 : open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-}
-
-/// Connecting takes as long as the server's name and the network want; who holds the library lock has a window to
-/// paint meanwhile.
-int ConnectAndPaint(char const *server, std::atomic<bool> const *cancelled) {
-    auto const connect = [=] { return OpenServerConnection(server, kNntp, 1, cancelled); };
-    if (!HoldsLibrary())
-        return connect();
-    std::future<int> socket;
-    try {
-        socket = std::async(std::launch::async, connect);
-    } catch (std::system_error const &) {
-        return connect(); // no thread to be had: nothing is painted then
-    }
-    for (bool connected = false; !connected;) {
-        PtLeave(0);
-        connected = socket.wait_for(kRepaint) == std::future_status::ready;
-        PtEnter(0);
-        PtFlush();
-    }
-    return socket.get();
 }
 
 /// Sends one half of a login, which shall not stay behind in memory.
@@ -160,7 +136,7 @@ bool StoreNumbers(int socket, std::string const &path, Stopped const &stopped, s
 } // namespace
 
 int httpget(char const *server, std::atomic<bool> const *cancelled) {
-    Fd socket(ConnectAndPaint(server, cancelled));
+    Fd socket(OpenServerConnection(server, kNntp, 1, cancelled));
     if (!socket.Valid())
         return -1;
     NntpReader reader = AnswerReader(socket.Get(), [cancelled] { return cancelled && *cancelled; });

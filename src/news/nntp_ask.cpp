@@ -1,9 +1,9 @@
 #include "news/nntp_ask.h"
 
-#include "Pt.h"
 #include "base/text.h"
 #include "net/server.h"
 #include "news/answer_copy.h"
+#include "widgets/toolkit.h"
 
 #include <algorithm>
 
@@ -13,13 +13,6 @@ namespace {
 constexpr size_t kStatusLineWidth = 1000;
 
 } // namespace
-
-bool HoldsLibrary() {
-    if (PtEnter(0) < 0)
-        return true;
-    PtLeave(0);
-    return false;
-}
 
 NntpReader AnswerReader(int socket, std::function<bool()> stopped) {
     NntpReader reader(socket, std::move(stopped));

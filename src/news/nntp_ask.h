@@ -8,9 +8,6 @@
 #include <functional>
 #include <string>
 
-/// True when this thread holds the library lock: it has a window to paint while it waits.
-bool HoldsLibrary();
-
 /// A reader for one answer of the server. For a thread that holds the library lock it leaves the library during each
 /// wait and paints the window after it.
 NntpReader AnswerReader(int socket, std::function<bool()> stopped = {});

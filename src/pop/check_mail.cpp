@@ -110,6 +110,8 @@ void ListHeaders(Session &session) {
         missing = header ? 0 : missing + 1;
         // What was not listed for want of a connection is new at the next check.
         session.whole = profile.serverSocket > 0 && missing <= kMostMissing;
+        if (missing > kMostMissing)
+            SetStatus("The mail server has no headers for its messages");
         if (!session.whole)
             return;
         ShowProgress(number, session.count, number == first || number == session.count);

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -101,6 +102,8 @@ class Spool {
   public:
     Spool() {
         PrintText(path_, sizeof path_, "/tmp/Corvanta-%d", static_cast<int>(getpid()));
+        static std::mutex making; // another session would make its own between the two calls
+        std::lock_guard const lock(making);
         unlink(path_);
         file_ = Fd(open(path_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
         whole_ = file_.Valid();

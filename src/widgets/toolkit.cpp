@@ -6,6 +6,13 @@
 
 char AlertFont[80] = "";
 
+bool HoldsLibrary() {
+    if (PtLeave(0) < 0)
+        return false;
+    PtEnter(0);
+    return true;
+}
+
 void SetStatus(std::string const &text) {
     ToolkitGuard const guard;
     SetWidgetText(ABW_lblStatus, text.c_str());

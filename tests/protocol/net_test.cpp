@@ -6,6 +6,7 @@
 #include "fixtures/scripted_server.h"
 #include "net/session_lock.h"
 #include "protocol/screen.h"
+#include "widgets/toolkit.h"
 
 #include <arpa/inet.h>
 #include <csignal>
@@ -132,6 +133,24 @@ TEST(ReadServerLine, FailsWithoutALineEnd) {
     EXPECT_STREQ(line, "def");
     EXPECT_EQ(ReadServerLine(0, line, sizeof line), -1);
     EXPECT_EQ(ReadServerLine(-1, line, sizeof line), -1);
+}
+
+TEST(ReadServerLine, LeavesTheLibraryToOthersWhileItWaits) {
+    Screen screen;
+    Pair pair;
+    timeval const bound{10, 0};
+    setsockopt(pair.here, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
+    std::thread other([&] {
+        SetStatus("somebody else");
+        EXPECT_TRUE(screen.WaitUntilPainted("somebody else"));
+        pair.Put("+OK\r\n");
+    });
+    screen.RunCallback([&] {
+        char line[100];
+        EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line), 5);
+        EXPECT_EQ(PtEnter(0), -EDEADLK); // the callback has the library again
+    });
+    other.join();
 }
 
 TEST(ReadServerLine, DropsAnEndlessLineAndStaysInStep) {
