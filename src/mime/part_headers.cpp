@@ -37,27 +37,37 @@ void TakeContentType(PartHeaders &part, std::string_view line) {
         TakeParameter(part.name, line.substr(static_cast<size_t>(found - line.data()) + 5));
 }
 
-/// Takes one line of the header block. `pending` tells that the line before was one whose parameters may follow.
-void TakeHeaderLine(PartHeaders &part, std::string_view line, bool &pending) {
-    if (pending || line[0] == '\t') {
-        StripQuotes(part.name);
+/// What one line of the header block leaves for the next.
+struct LineState {
+    bool pending = false; ///< parameters may follow
+    bool quoted = false;  ///< the name still is as it was copied; going through it at every line would take long
+};
+
+/// Takes one line of the header block.
+void TakeHeaderLine(PartHeaders &part, std::string_view line, LineState &state) {
+    if (state.pending || line[0] == '\t') {
+        if (state.quoted)
+            StripQuotes(part.name);
+        state.quoted = false;
         if (StartsWithNoCase(line, "\tname=\""))
             TakeParameter(part.name, line.substr(7));
         if (StartsWithNoCase(line, "\tfilename=\""))
             TakeParameter(part.fileName, line.substr(11));
     }
-    pending = false;
+    state.pending = false;
     if (line.size() > 13 && StartsWithNoCase(line, "Content-Type:")) {
         TakeContentType(part, line);
-        pending = true;
+        state.pending = true;
     }
     if (StartsWithNoCase(line, "Content-Disposition:"))
-        pending = true;
+        state.pending = true;
     // Mailers write "=" and a quote behind these; neither is looked at.
     if (line.size() > 9 && StartsWithNoCase(line, " filename"))
         TakeBlankParameter(part.fileName, line, 10);
-    if (line.size() > 5 && StartsWithNoCase(line, " name"))
+    if (line.size() > 5 && StartsWithNoCase(line, " name")) {
         TakeBlankParameter(part.name, line, 6);
+        state.quoted = true;
+    }
     if (line.size() > 26 && StartsWithNoCase(line, "Content-Transfer-Encoding:"))
         CopyText(part.encoding, line.substr(26));
 }
@@ -76,12 +86,12 @@ PartPlace ParsePart(std::string_view text, std::string_view boundary, PartHeader
     std::string_view rest = text;
     std::string_view line;
     size_t headerBytes = 0;
-    bool pending = false;
+    LineState state;
     for (;;) {
         line = TakeLine(rest, kLineWidth);
         if (line.empty() || line == boundary)
             break;
-        TakeHeaderLine(part, line, pending);
+        TakeHeaderLine(part, line, state);
         headerBytes += line.size() + 1;
         if (line.size() < 2)
             break;

@@ -60,6 +60,13 @@ TEST(HostileMail, TimeGrowsWithTheText) {
         },
         10'000);
     ExpectLinear(
+        "header lines behind a name",
+        [](size_t n) {
+            return Multipart("--b\r\n\tname=\"" + std::string(n, 'n') + "\"\r\n" + Repeated("\tx\n", 1'000 * n) +
+                             "\r\nabcd\r\n--b--\r\n");
+        },
+        240);
+    ExpectLinear(
         "one header line", [](size_t n) { return "X: " + std::string(100 * n, 'x') + "\r\n\r\nb"; }, 10'000);
 }
 
