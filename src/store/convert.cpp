@@ -12,7 +12,6 @@
 #include <endian.h>
 #include <fcntl.h>
 #include <limits>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -100,9 +99,9 @@ char const *ReadMessageRow(char const *profile, char const *folder, int32_t numb
 }
 
 int ConvertIndexAt(std::string_view path) {
-    Fd const old(open(InFolder(path, "index").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+    Fd const old(open(InFolder(path, "index").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     // Two conversions at once would write the same new file.
-    if (!old.Valid() || flock(old.Get(), LOCK_EX) != 0)
+    if (!old.Valid() || !LockExclusive(old.Get()))
         return -1;
     std::string const index = InFolder(path, "index2");
     if (access(index.c_str(), F_OK) == 0)

@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <limits>
 #include <memory>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -51,8 +50,8 @@ int32_t AddRecord(std::string_view path, std::string_view row, Fd &file) {
     return file.Valid() ? number : -1;
 }
 
-bool SyncPath(std::string const &path, int flags) {
-    Fd const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | flags));
+bool SyncPath(std::string const &path) {
+    Fd const file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     return file.Valid() && fsync(file.Get()) == 0;
 }
 
@@ -68,7 +67,7 @@ int CreateFolder(char const *path) {
         return -1;
     IndexHeader const header = MakeIndexHeader(0);
     struct stat status;
-    if (flock(file.Get(), LOCK_EX) != 0 || fstat(file.Get(), &status) != 0)
+    if (!LockExclusive(file.Get()) || fstat(file.Get(), &status) != 0)
         return -1;
     // Another process may have found the file empty and put it right between the open and the lock.
     if (status.st_size < kIndexHeaderSize && !WriteAt(file.Get(), &header, sizeof header, 0))
@@ -83,7 +82,7 @@ int32_t AppendMessage(char const *path, std::string_view text) {
     int32_t const number = AddRecord(path, row, file);
     if (number < 0)
         return -1;
-    bool const written = flock(file.Get(), LOCK_EX) == 0 && WriteAll(file.Get(), text);
+    bool const written = LockExclusive(file.Get()) && WriteAll(file.Get(), text);
     bool const closed = file.Reset();
     if (written && closed)
         return number;
@@ -124,21 +123,25 @@ int DeleteMessage(char const *path, int32_t number) {
 }
 
 bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit) {
-    Fd const file(open(InFolder(path, "index2").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    struct stat status;
-    if (!file.Valid() || fstat(file.Get(), &status) != 0)
+    // Nobody waits for the writer of a FIFO.
+    Fd const file(open(InFolder(path, "index2").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!file.Valid())
         return false;
-    if (status.st_size < kIndexHeaderSize)
-        LockedIndex{path}; // repairs it
     auto const block = std::make_unique_for_overwrite<IndexRecord[]>(kReadBlock);
+    bool repaired = false;
     for (long offset = kIndexHeaderSize;;) {
         ssize_t const got = pread(file.Get(), block.get(), kReadBlock * sizeof(IndexRecord), offset);
         if (got < 0 && errno == EINTR)
             continue;
         // Each read begins at a record, so that one just being appended is seen whole or not at all.
         long const whole = got / static_cast<long>(sizeof(IndexRecord));
-        if (whole <= 0)
-            return true;
+        if (whole <= 0) {
+            if (repaired || !IsCut(file.Get(), path))
+                return true;
+            // What is put right stands behind what was read.
+            LockedIndex{path};
+            repaired = true;
+        }
         for (long i = 0; i < whole; i++) {
             IndexRecord &record = block[static_cast<size_t>(i)];
             record.number = RecordNumber(record);
@@ -159,10 +162,10 @@ bool SyncFolder(char const *path, int32_t const *numbers, int count) {
             return false;
     } else {
         for (int i = 0; i < count; i++)
-            if (!SyncPath(MessagePath(path, numbers[i]), 0) && errno != ENOENT)
+            if (!SyncPath(MessagePath(path, numbers[i])) && errno != ENOENT)
                 return false;
     }
-    return SyncPath(InFolder(path, "index2"), 0) && fsync(directory.Get()) == 0;
+    return SyncPath(InFolder(path, "index2")) && fsync(directory.Get()) == 0;
 }
 
 char *ReadMessageFile(char const *path, int32_t number, int spare, long *length) {

@@ -46,8 +46,8 @@ int DeleteMessage(char const *path, int32_t number);
 int ConvertFolderIndex(char const *profile, char const *folder);
 
 /// Calls `visit` for each record that is not deleted, in the index's order, reading in blocks and taking no lock; a
-/// short record at the end is ignored. The record is valid during the call only. Returns false when the index
-/// cannot be opened.
+/// short record at the end is ignored. Only an index that was cut is locked, to put it right. The record is valid
+/// during the call only. Returns false when the index cannot be opened.
 bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit);
 
 /// Brings what was stored in the folder safely to disk: the files of the numbers given, the index, the directory.

@@ -41,6 +41,52 @@ std::vector<int32_t> StoredNumbers(std::string_view path) {
     return numbers;
 }
 
+/// Whether a message's file is there with more than its name.
+bool HasText(std::string_view path, int32_t number) {
+    struct stat status;
+    return lstat(MessagePath(path, number).c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+}
+
+/// What an index says of itself.
+struct IndexState {
+    long size = 0;
+    long records = 0;       ///< whole ones
+    int32_t lastNumber = 0; ///< 0 as well when the header was cut off before it
+};
+
+bool ReadState(int descriptor, IndexState &state) {
+    struct stat status;
+    if (fstat(descriptor, &status) != 0)
+        return false;
+    state.size = status.st_size;
+    state.records = std::max(0L, (state.size - kIndexHeaderSize) / kRecordSize);
+    int32_t last = 0;
+    if (pread(descriptor, &last, sizeof last, kLastNumberOffset) == sizeof last)
+        state.lastNumber = FromDisk(last);
+    else if (state.size >= kIndexHeaderSize)
+        return false;
+    return true;
+}
+
+/// The offset behind so many records.
+constexpr long EndOf(long records) { return kIndexHeaderSize + records * kRecordSize; }
+
+/// IsCut of an index in this state.
+bool IsCut(int descriptor, std::string_view path, IndexState const &state) {
+    bool const torn = state.size < kIndexHeaderSize || state.size != EndOf(state.records);
+    if (torn || state.lastNumber < 0)
+        return true;
+    if (state.records >= state.lastNumber)
+        return false;
+    // Fewer records than numbers: the folder was converted, numbers were wasted, or the end is gone.
+    IndexRecord record{};
+    if (state.records > 0 && pread(descriptor, &record, sizeof record, EndOf(state.records - 1)) != sizeof record)
+        return false;
+    int32_t const last = RecordNumber(record);
+    bool const deleted = state.records > 0 && last == 0;
+    return (!deleted && last < state.lastNumber - 1) || (last != state.lastNumber && HasText(path, state.lastNumber));
+}
+
 } // namespace
 
 std::string InFolder(std::string_view path, std::string_view name) {
@@ -84,55 +130,57 @@ bool WriteAt(int descriptor, void const *bytes, size_t size, long offset) {
     return true;
 }
 
+bool LockExclusive(int descriptor) {
+    int locked;
+    while ((locked = flock(descriptor, LOCK_EX)) != 0 && errno == EINTR)
+        continue;
+    return locked == 0;
+}
+
+bool IsCut(int descriptor, std::string_view path) {
+    IndexState state;
+    return ReadState(descriptor, state) && IsCut(descriptor, path, state);
+}
+
 LockedIndex::LockedIndex(std::string_view path)
     : file_(open(InFolder(path, "index2").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW)) {
-    if (!file_.Valid())
-        return;
-    int locked;
-    while ((locked = flock(file_.Get(), LOCK_EX)) != 0 && errno == EINTR)
-        continue;
-    if (locked != 0 || !Load(path))
+    if (file_.Valid() && (!LockExclusive(file_.Get()) || !Load(path)))
         file_.Reset();
 }
 
 bool LockedIndex::Load(std::string_view path) {
-    struct stat status;
-    if (fstat(file_.Get(), &status) != 0)
+    IndexState state;
+    if (!ReadState(file_.Get(), state))
         return false;
-    int32_t last = 0;
-    if (status.st_size < kIndexHeaderSize)
-        return Rebuild(path);
-    if (pread(file_.Get(), &last, sizeof last, kLastNumberOffset) != sizeof last)
-        return false;
-    lastNumber_ = FromDisk(last);
-    long const records = (status.st_size - kIndexHeaderSize) / kRecordSize;
-    end_ = kIndexHeaderSize + records * kRecordSize;
-    if (lastNumber_ < 0) {
-        // Not a number we ever wrote: go on behind what lies in the folder.
-        std::vector<int32_t> const numbers = StoredNumbers(path);
-        lastNumber_ = numbers.empty() ? 0 : numbers.back();
-    }
-    return true;
+    lastNumber_ = state.lastNumber;
+    end_ = EndOf(state.records);
+    return !IsCut(file_.Get(), path, state) || Restore(path);
 }
 
-bool LockedIndex::Rebuild(std::string_view path) {
-    std::vector<int32_t> const numbers = StoredNumbers(path);
-    lastNumber_ = numbers.empty() ? 0 : numbers.back();
+/// Puts the header right and lists the messages that lie in the folder and have no record.
+bool LockedIndex::Restore(std::string_view path) {
+    std::vector<int32_t> const stored = StoredNumbers(path);
     // A number handed out for a message deleted since is in the header alone, if that much of it is left.
-    int32_t last = 0;
-    if (pread(file_.Get(), &last, sizeof last, kLastNumberOffset) == sizeof last)
-        lastNumber_ = std::max(lastNumber_, FromDisk(last));
+    lastNumber_ = std::max({0, lastNumber_, stored.empty() ? 0 : stored.back()});
     IndexHeader const header = MakeIndexHeader(lastNumber_);
     // The header first: whatever happens to the rows, no number comes twice.
     if (!WriteAt(file_.Get(), &header, sizeof header, 0))
         return false;
-    std::vector<IndexRecord> records;
-    for (int32_t number : numbers)
-        if (IndexRecord record; RecordOfMessage(path, number, record))
-            records.push_back(record);
-    if (!WriteAt(file_.Get(), records.data(), records.size() * sizeof(IndexRecord), kIndexHeaderSize))
+    std::vector<int32_t> listed;
+    FindRecord([&listed](int32_t number, long) {
+        listed.push_back(number);
         return false;
-    end_ = kIndexHeaderSize + static_cast<long>(records.size()) * kRecordSize;
+    });
+    std::sort(listed.begin(), listed.end());
+    std::vector<IndexRecord> records;
+    for (int32_t number : stored)
+        // A file without text is of an append that was broken off.
+        if (IndexRecord record; !std::binary_search(listed.begin(), listed.end(), number) && HasText(path, number) &&
+                                RecordOfMessage(path, number, record))
+            records.push_back(record);
+    if (!WriteAt(file_.Get(), records.data(), records.size() * sizeof(IndexRecord), end_))
+        return false;
+    end_ += static_cast<long>(records.size()) * kRecordSize;
     return true;
 }
 
@@ -153,22 +201,30 @@ long LockedIndex::Find(int32_t number) const {
         return -1;
     // In a folder that was never converted the n-th record is that of number n.
     IndexRecord record;
-    long const likely = kIndexHeaderSize + (number - 1L) * kRecordSize;
+    long const likely = EndOf(number - 1L);
     if (likely < end_ && pread(file_.Get(), &record, sizeof record, likely) == kRecordSize &&
         RecordNumber(record) == number)
         return likely;
+    long found = -1;
+    FindRecord([&](int32_t listed, long offset) {
+        found = listed == number ? offset : -1;
+        return found >= 0;
+    });
+    return found;
+}
+
+/// Calls `visit(number, offset)` for each record until it returns true.
+template <class Visit> void LockedIndex::FindRecord(Visit visit) const {
     auto const block = std::make_unique_for_overwrite<IndexRecord[]>(kSearchBlock);
     for (long offset = kIndexHeaderSize; offset < end_;) {
         ssize_t const got = pread(file_.Get(), block.get(), kSearchBlock * sizeof(IndexRecord), offset);
-        long const whole = got / kRecordSize;
+        long const whole = std::min(got / kRecordSize, (end_ - offset) / kRecordSize);
         if (whole <= 0)
-            break;
-        for (long i = 0; i < whole; i++)
-            if (RecordNumber(block[static_cast<size_t>(i)]) == number)
-                return offset + i * kRecordSize;
-        offset += whole * kRecordSize;
+            return;
+        for (long i = 0; i < whole; i++, offset += kRecordSize)
+            if (visit(RecordNumber(block[static_cast<size_t>(i)]), offset))
+                return;
     }
-    return -1;
 }
 
 bool LockedIndex::Overwrite(long offset, IndexRecord const &record) const {

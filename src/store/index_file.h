@@ -29,10 +29,17 @@ int32_t RecordFlags(IndexRecord const &record);
 /// Writes all of `bytes` at `offset`. Returns false on an error.
 bool WriteAt(int descriptor, void const *bytes, size_t size, long offset);
 
+/// Takes the exclusive flock of an open file; waits for it. Closing the file gives it back.
+bool LockExclusive(int descriptor);
+
+/// Whether the open index of the folder `path` was cut: in its header, in a record, or so that messages may lie in
+/// the folder whose records are gone. An index with a number that nobody wrote counts as cut.
+bool IsCut(int descriptor, std::string_view path);
+
 /// The index of a folder, open for changes under the exclusive flock that serialises them; released with the object.
 class LockedIndex {
   public:
-    /// Waits for the lock. An index whose header was cut off gets a new one, with the messages that lie in the
+    /// Waits for the lock. An index that was cut gets its header back, and records of the messages that lie in the
     /// folder.
     explicit LockedIndex(std::string_view path);
     bool Valid() const { return file_.Valid(); }
@@ -47,7 +54,8 @@ class LockedIndex {
 
   private:
     bool Load(std::string_view path);
-    bool Rebuild(std::string_view path);
+    bool Restore(std::string_view path);
+    template <class Visit> void FindRecord(Visit visit) const;
 
     Fd file_;
     int32_t lastNumber_ = 0;

@@ -151,11 +151,11 @@ TEST_F(FolderTest, DeleteFindsRecordsWhereverTheyAre) {
     // A converted index has its numbers anywhere.
     std::string index = kNewIndex;
     index[4] = 9;
-    for (unsigned char number : {9, 3, 0, 4})
+    for (unsigned char number : {4, 3, 0, 9})
         index += Record(number, number ? "r" : "");
     WriteFile(path_ + "/index2", index);
     EXPECT_EQ(DeleteMessage(Path(), 3), 0);
-    EXPECT_EQ(Rows(), "9:r\n4:r\n");
+    EXPECT_EQ(Rows(), "4:r\n9:r\n");
     EXPECT_EQ(DeleteMessage(Path(), 9), -1) << "its file was missing";
     EXPECT_EQ(Rows(), "4:r\n") << "but its record is gone";
     EXPECT_EQ(AppendMessage(Path(), Message("new").c_str()), 10);
@@ -232,6 +232,11 @@ TEST_F(FolderTest, ReadMessageFile) {
     std::filesystem::create_directory(path_ + "/9");
     for (int32_t number : {2, 7, 8, 9})
         EXPECT_FALSE(ReadMessageFile(Path(), number, 1, &length)) << number;
+    std::filesystem::rename(path_ + "/7", path_ + "/index2");
+    EXPECT_EQ(Rows(), "");
+    EXPECT_FALSE(SyncFolder(Path(), nullptr, 0));
+    std::filesystem::rename(path_ + "/index2", path_ + "/index");
+    EXPECT_EQ(ConvertFolderIndex("office", "Inbox"), -1);
 }
 
 TEST_F(FolderTest, NoDescriptorAndNoLockIsLeft) {
