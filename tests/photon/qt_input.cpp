@@ -119,6 +119,11 @@ int Hot(PtWidget_t *, void *data, PtCallbackInfo_t *) { return ++*static_cast<in
 
 TEST_F(Input, Hotkeys) {
     int deleted = 0, checked = 0;
+    PtWidget_t *other = PtCreateWidget(PtWindow, window_, 0, nullptr); // with a hotkey of its own
+    PtRealizeWidget(other);
+    PtAddHotkeyHandler(other, 'j', 0, 0, &checked, Hot);
+    Key(N<QPushButton>("btnOne"), Qt::Key_J);
+    EXPECT_EQ(checked, 0);
     PtAddHotkeyHandler(W("treeOne"), Pk_Delete, 0, 0, &deleted, Hot);
     PtAddHotkeyHandler(window_, 'k', Pk_KM_Ctrl, 0, &checked, Hot);
     Key(N<QPushButton>("btnOne"), Qt::Key_Delete); // wherever in the window the focus is

@@ -122,8 +122,8 @@ bool FindHotkey(PtWidget &widget, QKeyEvent const &key, PtWidget *&owner, PtHotk
             found = hotkey;
             return true;
         }
-    for (PtWidget *child : widget.children)
-        if (FindHotkey(*child, key, owner, found))
+    for (PtWidget *child : widget.children) // a window inside it has hotkeys of its own
+        if (!child->widget_class->is_window && FindHotkey(*child, key, owner, found))
             return true;
     return false;
 }
