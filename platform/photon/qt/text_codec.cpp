@@ -1,37 +1,10 @@
 #include "qt/text_codec.h"
 
+#include "core/utf8.h"
+
 #include <algorithm>
 
 namespace {
-
-struct Character {
-    char32_t code;
-    int bytes;
-};
-
-/// The character that `text` (not empty) begins with. RFC 3629: no overlong forms, no surrogates, at most U+10FFFF.
-Character Next(std::string_view text) {
-    auto const byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    unsigned char const lead = byte(0);
-    int const length = lead < 0x80                    ? 1
-                       : lead >= 0xC2 && lead <= 0xDF ? 2
-                       : (lead & 0xF0) == 0xE0        ? 3
-                       : lead >= 0xF0 && lead <= 0xF4 ? 4
-                                                      : 0;
-    if (length == 1)
-        return {lead, 1};
-    if (length == 0 || text.size() < static_cast<size_t>(length))
-        return {lead, 1};
-    char32_t code = lead & (0xFF >> (length + 1));
-    for (int i = 1; i < length; i++) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return {lead, 1};
-        code = code << 6 | (byte(i) & 0x3F);
-    }
-    bool const good = length == 2 || (length == 3 && code >= 0x800 && (code < 0xD800 || code > 0xDFFF)) ||
-                      (length == 4 && code >= 0x10000 && code <= 0x10FFFF);
-    return good ? Character{code, length} : Character{lead, 1};
-}
 
 bool IsControl(char32_t code) {
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
@@ -55,9 +28,10 @@ char32_t Shown(char32_t code, std::string_view rest, TextShape shape) {
 /// Calls `step(code shown or 0)` for each character until it answers false.
 template <class Step> void Walk(std::string_view bytes, TextShape shape, Step step) {
     while (!bytes.empty()) {
-        Character const character = Next(bytes);
-        bytes.remove_prefix(character.bytes);
-        if (!step(Shown(character.code, bytes, shape)))
+        size_t length = 0;
+        char32_t const code = PtCharAt(bytes, length);
+        bytes.remove_prefix(length);
+        if (!step(Shown(code, bytes, shape)))
             return;
     }
 }
@@ -65,10 +39,7 @@ template <class Step> void Walk(std::string_view bytes, TextShape shape, Step st
 int Units(char32_t code) { return code == 0 ? 0 : code > 0xFFFF ? 2 : 1; }
 
 size_t BytesOf(std::string_view bytes, int characters) {
-    size_t at = 0;
-    for (; characters > 0 && at < bytes.size(); characters--)
-        at += Next(bytes.substr(at)).bytes;
-    return at;
+    return PtCharOffset(bytes, static_cast<size_t>(std::max(characters, 0)));
 }
 
 } // namespace
@@ -118,12 +89,7 @@ int UnitsAt(std::string_view bytes, TextShape shape, int character) {
 
 std::string_view FirstCharacters(std::string_view bytes, int count) { return bytes.substr(0, BytesOf(bytes, count)); }
 
-int CountCharacters(std::string_view bytes) {
-    int count = 0;
-    for (; !bytes.empty(); count++)
-        bytes.remove_prefix(Next(bytes).bytes);
-    return count;
-}
+int CountCharacters(std::string_view bytes) { return static_cast<int>(PtCountChars(bytes)); }
 
 std::string ReplaceCharacters(std::string_view bytes, int start, int end, std::string_view inserted) {
     size_t const from = BytesOf(bytes, start);
