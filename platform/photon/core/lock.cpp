@@ -13,7 +13,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <pthread.h>
 
 namespace {
 
@@ -73,18 +72,6 @@ struct LeaveAtThreadEnd {
 };
 thread_local LeaveAtThreadEnd leave_at_thread_end;
 
-/// Thread cancellation is off as long as it lives: other threads rely on what this one has on its stack.
-class CancelOff {
-  public:
-    CancelOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old_); }
-    ~CancelOff() { pthread_setcancelstate(old_, nullptr); }
-    CancelOff(CancelOff const &) = delete;
-    CancelOff &operator=(CancelOff const &) = delete;
-
-  private:
-    int old_ = 0;
-};
-
 /// Stands in the queue of waiters as long as it lives.
 class InQueue {
   public:
@@ -133,7 +120,7 @@ void ServeFlush(Guard &guard) {
 bool MayTakeAtOnce() { return !owner && (!first_waiter || Clock::now() - first_waiter->since < kPatience); }
 
 void Acquire(Guard &guard) {
-    CancelOff const cancel_off;
+    PtCancelOff const cancel_off;
     Thread const self = Self();
     bool const gui = self == gui_thread;
     if (gui)
@@ -232,7 +219,7 @@ namespace {
 
 /// Leaves a request with the GUI thread and waits until it has painted.
 void FlushFromWorker(PtDisplay &display) {
-    CancelOff const cancel_off;
+    PtCancelOff const cancel_off;
     Guard guard(mutex);
     if (gui_away || !gui_thread)
         return;

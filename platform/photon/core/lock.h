@@ -5,6 +5,8 @@
 // between PtEnter and PtLeave. A worker's PtFlush needs the GUI thread to paint while the worker keeps the lock:
 // it leaves a request, and whoever on the GUI thread waits for the lock serves such requests meanwhile.
 
+#include <pthread.h>
+
 /// Names the calling thread as the GUI thread and takes the lock for it (PtInit).
 void PtLockInit();
 
@@ -18,6 +20,18 @@ bool PtOnGuiThread();
 bool PtLockHeld();
 /// True while the GUI thread paints for a worker that keeps the lock: deliveries nested inside must not take it.
 bool PtServingFlush();
+
+/// Thread cancellation is off as long as it lives: other threads rely on what this one has on its stack.
+class PtCancelOff {
+  public:
+    PtCancelOff() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old_); }
+    ~PtCancelOff() { pthread_setcancelstate(old_, nullptr); }
+    PtCancelOff(PtCancelOff const &) = delete;
+    PtCancelOff &operator=(PtCancelOff const &) = delete;
+
+  private:
+    int old_ = 0;
+};
 
 /// Lets the calling thread's lock go for the length of a modal wait and takes it back at the end of its life. Works
 /// on the GUI thread (whose nested loop takes the lock for each delivery) and on workers.

@@ -4,7 +4,9 @@
 
 #include <QLayout>
 
+#include <algorithm>
 #include <charconv>
+#include <climits>
 #include <cstring>
 
 namespace {
@@ -68,9 +70,9 @@ int OptionLength(std::string const &text, int whole, int fallback) {
     auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc())
         return fallback;
-    if (end != text.data() + text.size() && *end == '%')
-        return static_cast<int>(static_cast<long>(whole) * number / 100);
-    return number;
+    bool const percent = end != text.data() + text.size() && *end == '%';
+    long const length = percent ? static_cast<long>(whole) * number / 100 : number;
+    return static_cast<int>(std::clamp(length, long{SHRT_MIN}, long{SHRT_MAX})); // what a window system counts in
 }
 
 QRect FitInto(QRect window, QRect screen) {

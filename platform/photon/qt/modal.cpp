@@ -39,6 +39,7 @@ bool RunModal(std::function<void(ModalDone done)> const &open) {
     auto wait = std::make_shared<Wait>();
     ModalDone const done = [wait] { wait->Finish(); };
     if (!PtOnGuiThread()) {
+        PtCancelOff const cancel_off; // the box writes to this stack
         TheApplication()->Post([open, done] { open(done); });
         PtLockPause const pause;
         std::unique_lock guard(wait->mutex);
