@@ -8,7 +8,9 @@
 #include <QDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <thread>
@@ -69,6 +71,25 @@ TEST_F(Dialogs, AlertByButtonKeyAndFrame) {
     EXPECT_EQ(Ask(2, 1), 1);
     WhenOpen("PtAlert", [](QDialog &dialog) { dialog.close(); });
     EXPECT_EQ(Ask(1, 0), 1); // without an escape button it is the default
+}
+
+// What a server says may be of any length: the box stays on the screen, its button with it.
+TEST_F(Dialogs, AlertWithALongMessageStaysOnTheScreen) {
+    char const *buttons[] = {"&Close"};
+    std::string lines;
+    for (int i = 0; i < 500; i++)
+        lines += "line\n";
+    for (std::string const &message : {std::string(5000, 'w'), lines}) {
+        WhenOpen("PtAlert", [](QDialog &dialog) {
+            QRect const screen = dialog.screen()->availableGeometry();
+            EXPECT_TRUE(screen.contains(dialog.geometry())) << dialog.width() << " x " << dialog.height();
+            auto *button = dialog.findChild<QPushButton *>(QStringLiteral("PtAlert_1"));
+            EXPECT_TRUE(dialog.rect().contains(button->geometry()));
+            PressButton(dialog, "PtAlert_1");
+        });
+        EXPECT_EQ(PtAlert(window_, nullptr, "Error", nullptr, message.c_str(), nullptr, 1, buttons, nullptr, 1, 1, 0),
+                  1);
+    }
 }
 
 TEST_F(Dialogs, PromptTakesNoEmptyEntryAndKeepsWithinItsBuffer) {
@@ -154,6 +175,46 @@ TEST_F(Dialogs, AlertsFromWorkersAreIndependent) {
     EXPECT_TRUE(ProcessEventsUntil([&] { return answers == 2; }));
     first.join();
     second.join();
+}
+
+int ChooseFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    auto *info = static_cast<PtFileSelectionInfo_t *>(data);
+    return PtFileSelection(nullptr, nullptr, "Save", info->fspec, nullptr, nullptr, nullptr, nullptr, info,
+                           Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
+}
+
+// The question whether to replace a file is Qt's, in a loop of Qt's own.
+TEST_F(Dialogs, WorkersGetInWhileTheFileDialogAsks) {
+    QTemporaryDir const directory;
+    std::string const path = directory.filePath(QStringLiteral("there")).toStdString();
+    QFile file(QString::fromStdString(path));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    PtFileSelectionInfo_t info{};
+    snprintf(info.fspec, sizeof info.fspec, "%s", path.c_str());
+    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, ChooseFile, &info);
+    std::thread worker;
+    std::atomic<bool> entered = false;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &look, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (box && !worker.joinable())
+            worker = std::thread([&] {
+                PtEnter(0);
+                PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "from the worker", 0);
+                PtFlush();
+                PtLeave(0);
+                entered = true;
+            });
+        else if (box && entered)
+            QTest::mouseClick(box->button(QMessageBox::Yes), Qt::LeftButton);
+    });
+    look.start(5);
+    WhenOpen("PtFileSelection", [](QDialog &dialog) { QMetaObject::invokeMethod(&dialog, "accept"); });
+    Click(N<QPushButton>("btnOne"));
+    worker.join();
+    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
+    EXPECT_EQ(info.path, path);
+    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
 }
 
 TEST(Fonts, Names) {

@@ -1,5 +1,6 @@
 // Questions in a box: PtAlert and PtPrompt.
 
+#include "core/utf8.h"
 #include "qt/image.h"
 #include "qt/label.h"
 #include "qt/labels.h"
@@ -20,6 +21,16 @@ namespace {
 
 constexpr int kMargin = 16;                    // pixels around and between a box's parts
 constexpr int kNarrowest = 280, kWidest = 520; // of the message
+constexpr int kMostCharacters = 1500, kMostLines = 20;
+
+/// As much of a message as a box has room for on a small screen: servers' answers are among them.
+QString Bounded(QString const &text) {
+    qsizetype end = std::min<qsizetype>(text.size(), kMostCharacters);
+    for (qsizetype i = 0, lines = 0; i < end; i++)
+        if (text[i] == QLatin1Char('\n') && ++lines == kMostLines)
+            end = i;
+    return end < text.size() ? text.left(end) + QStringLiteral("...") : text;
+}
 
 /// A question as it was asked, in copies: the box outlives nothing of the caller's.
 struct Question {
@@ -102,7 +113,7 @@ void Box::AddMessage(QVBoxLayout &column) {
     auto *message = new QLabel(this);
     message->setObjectName(objectName() + QLatin1String("_message"));
     message->setTextFormat(Qt::PlainText);
-    message->setText(ShownText(question_.message, TextShape::Lines));
+    message->setText(Bounded(ShownText(question_.message, TextShape::Lines)));
     message->setFont(FontByName(question_.font, message->font()));
     message->setTextInteractionFlags(Qt::TextSelectableByMouse);
     // Long lines wrap; short ones keep the breaks they came with and no more.
@@ -208,8 +219,13 @@ int PtPrompt(PtWidget_t *parent, PhPoint_t const *location, char const *title, P
         return button;
     // An entry that was left alone keeps its bytes.
     std::string bytes = entry == ShownText(question.entry, TextShape::Line) ? question.entry : entry.toStdString();
-    while (bytes.size() >= static_cast<size_t>(text_length))
-        bytes.resize(FirstCharacters(bytes, CountCharacters(bytes) - 1).size());
-    memcpy(text, bytes.c_str(), bytes.size() + 1);
+    size_t fits = 0; // whole characters
+    for (size_t next; (next = fits + PtCharBytes(std::string_view(bytes).substr(fits))) > fits;) {
+        if (next >= static_cast<size_t>(text_length))
+            break;
+        fits = next;
+    }
+    memcpy(text, bytes.data(), fits);
+    text[fits] = 0;
     return button;
 }

@@ -6,11 +6,13 @@
 #include "qt/events.h"
 #include "qt/style.h"
 
+#include <QAbstractEventDispatcher>
 #include <QEventLoop>
 #include <QIcon>
 #include <QPalette>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QThread>
 #include <QTimer>
 
 #include <algorithm>
@@ -48,39 +50,64 @@ QEventLoop *main_loop = nullptr;
 /// The lock of an outermost delivery. A callback that left the library for good has taken it away already.
 class HeldByDelivery {
   public:
-    HeldByDelivery() { PtLockAcquireGui(); }
+    /// `keep`: somebody further out holds the lock.
+    explicit HeldByDelivery(bool keep) : keep_(keep) { PtLockAcquireGui(); }
     ~HeldByDelivery() {
-        if (PtLockHeld())
+        if (!keep_ && PtLockHeld())
             PtLockReleaseGui();
     }
     HeldByDelivery(HeldByDelivery const &) = delete;
     HeldByDelivery &operator=(HeldByDelivery const &) = delete;
+
+  private:
+    bool const keep_;
 };
 
 } // namespace
 
-Application::Application(int &argc, char **argv) : QApplication(argc, argv) {}
+Application::Application(int &argc, char **argv) : QApplication(argc, argv) {
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this,
+            &Application::AboutToWait);
+}
 
 Application *TheApplication() { return application; }
 
 bool Application::notify(QObject *receiver, QEvent *event) {
-    if (!PtOnGuiThread() || PtServingFlush() || PtLockHeld())
-        return !PtOnGuiThread() || PtServingFlush() ? QApplication::notify(receiver, event)
-                                                    : Deliver(receiver, event);
+    if (!PtOnGuiThread() || PtServingFlush())
+        return QApplication::notify(receiver, event);
+    if (PtLockHeld() && thread()->loopLevel() <= loop_level_)
+        return Deliver(receiver, event);
     if (receiver == &waker_ && event->type() == kSoon && Paced())
         return true;
-    HeldByDelivery const held;
+    return DeliverOutermost(receiver, event);
+}
+
+bool Application::DeliverOutermost(QObject *receiver, QEvent *event) {
+    bool const lent = std::exchange(lent_, false) || PtLockHeld();
+    HeldByDelivery const held(lent);
+    int const outer_level = std::exchange(loop_level_, thread()->loopLevel());
     QElapsedTimer clock;
     clock.start();
     depth_++;
-    PtFreeDestroyed();
+    if (depth_ == 1) // a nested loop's caller may hold on to widgets
+        PtFreeDestroyed();
     SyncViews();
     bool const paints = receiver == &waker_ || event->type() == QEvent::UpdateRequest;
     bool const result = Deliver(receiver, event);
     depth_--;
+    loop_level_ = outer_level;
+    lent_ = false;
     if (paints)
         frame_cost_ += clock.nsecsElapsed();
     return result;
+}
+
+/// Lets workers in while a loop waits that was begun inside a delivery. (Loops of ours are begun without the lock.)
+void Application::AboutToWait() {
+    if (thread()->loopLevel() <= loop_level_ || !PtLockHeld())
+        return;
+    lent_ = true;
+    PtLockReleaseGui();
 }
 
 bool Application::Deliver(QObject *receiver, QEvent *event) {

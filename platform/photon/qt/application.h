@@ -14,7 +14,8 @@
 
 /// Takes the lock at the outermost delivery of an event to the GUI thread, brings the views up to date, delivers and
 /// lets the lock go. Deliveries inside a held one, or inside a paint for a worker's flush, go straight through;
-/// those of a nested loop (whose caller has let the lock go) are outermost again.
+/// those of a nested loop are outermost again. A loop of Qt's own (a question of the file dialog, a drag) begins
+/// with the lock held: it is let go while that loop waits, and held again when it ends.
 class Application : public QApplication {
   public:
     Application(int &argc, char **argv);
@@ -32,7 +33,9 @@ class Application : public QApplication {
     int depth() const { return depth_; }
 
   private:
+    bool DeliverOutermost(QObject *receiver, QEvent *event);
     bool Deliver(QObject *receiver, QEvent *event);
+    void AboutToWait();
     bool Paced();
     void SyncDone(QEvent::Type asked);
     void Painted();
@@ -46,6 +49,8 @@ class Application : public QApplication {
     bool painted_ = false; ///< some window, once
     std::vector<std::function<void()>> after_paint_;
     int depth_ = 0;
+    int loop_level_ = 0; ///< loops that ran when the delivery under way began
+    bool lent_ = false;  ///< a loop of Qt's own waits: its caller holds the lock again when it ends
 };
 
 /// The application object, null before PtInit.
