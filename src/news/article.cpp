@@ -16,7 +16,7 @@
 namespace {
 
 constexpr size_t kArticlePiece = 5000;
-constexpr int32_t kArticleFollows = 220, kServiceUnavailable = 503;
+constexpr int32_t kArticleFollows = 220, kServerCloses = 400, kServiceUnavailable = 503;
 
 /// The file that an article passes through. It goes with this.
 class Spool {
@@ -114,7 +114,8 @@ ArticleText GetNewsArticle(int socket, NewsProfile &profile, int32_t number, cha
     auto const stopped = WhenStopped(profile);
     NntpReader reader = AnswerReader(socket, stopped);
     int32_t code = AskNews(reader, socket, command, answer);
-    if ((code < 0 && !reader.Stopped()) || code == kServiceUnavailable) {
+    // A connection that was idle for too long may say so before it is closed (RFC 3977 3.2.1).
+    if ((code < 0 && !reader.Stopped()) || code == kServerCloses || code == kServiceUnavailable) {
         socket = Reconnect(profile, userName, password, answer);
         if (socket < 0)
             return NoText();

@@ -33,6 +33,8 @@ constexpr size_t kLargestOverview = size_t{2} << 30;
 constexpr size_t kLargestHead = size_t{16} << 20;
 
 bool IsGood(int32_t code) { return code / 100 == 2; }
+/// RFC 3977 6.1.4, 6.2.2: 420 no current article, 421 no next one, 423 none of that number.
+bool IsNoArticle(int32_t code) { return code / 10 == 42; }
 
 /// The number behind a status line's code.
 int32_t NumberIn(std::string_view answer) {
@@ -111,6 +113,10 @@ bool Download::PlaceCursor() {
             perror("getnewsheaders: select() 1");
         Drop(ReasonOf(AnswerEnd::kLost));
     }
+    // The group is at its end, or empty: nothing new. Any other refusal the person shall know, and another connection
+    // may do better.
+    if (code >= 0 && !IsGood(code) && !IsNoArticle(code))
+        Drop(answer.c_str());
     if (!IsGood(code))
         return false;
     if (int32_t const number = NumberIn(answer); number > 0)

@@ -1,22 +1,12 @@
 // The news side against scripted servers: splits, lies, drops, floods.
 
-#include "news/nntp.h"
-
 #include "base/fd.h"
+#include "fixtures/news_scripts.h"
 #include "fixtures/process.h"
-#include "fixtures/scripted_server.h"
-#include "net/server.h"
 #include "news/answer_copy.h"
-#include "news/article.h"
-#include "news/news_files.h"
-#include "protocol/news_account.h"
-#include "protocol/screen.h"
-#include "widgets/toolkit.h"
+#include "protocol/news_fixture.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
 #include <thread>
 
 namespace {
@@ -31,34 +21,14 @@ Script LoginWith(char const *answer) {
     return {Expect("AUTHINFO USER alice"), Send("381 More\r\n"), Expect("AUTHINFO PASS secret"), Send(answer)};
 }
 
-Script Joined(Script first, Script const &second) {
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-class News : public testing::Test {
+class News : public NewsTest {
   protected:
-    /// An account whose connection is open to a server that greets and then plays the first script; each further
-    /// script is a connection more.
-    void Open(std::vector<Script> scripts) {
-        for (Script &script : scripts)
-            script.insert(script.begin(), Send("200 Welcome\r\n"));
-        server = std::make_unique<ScriptedServer>(scripts);
-        profile = MakeNewsProfile(server->Address());
-        profile->serverSocket = httpget(profile->server);
-        ASSERT_GT(profile->serverSocket, 0);
-        shownAlerts.clear();
+    /// An account whose connection is open to a server that plays the first script.
+    void Open(std::vector<Script> const &scripts) {
+        Serve(scripts);
+        Connect();
     }
-
-    int GetListing() {
-        int result = 0;
-        screen.RunCallback([&] {
-            result = getnewsgrouplisting(profile->serverSocket, *profile, ListingPath("usenet").c_str(), "alice",
-                                         "secret");
-        });
-        return result;
-    }
-
+    int GetListing() { return NewsTest::GetListing(profile->serverSocket); }
     /// The listing after an answer whose body, and all behind it, is `stream`.
     std::string Listing(std::string const &stream, size_t piece = 0) {
         Open({{Expect("LIST"), Send("215 Groups follow\r\n"), Expect("LIST"), Send(stream, piece)}});
@@ -66,33 +36,6 @@ class News : public testing::Test {
         EXPECT_EQ(profile->serverSocket, -1);
         return FileText(ListingPath("usenet"));
     }
-
-    int32_t Select(std::string const &group) {
-        int32_t first = 0;
-        screen.RunCallback([&] {
-            first = selectnewsgroup(profile->serverSocket, *profile, group.c_str(), "alice", "secret", &answer);
-        });
-        return first;
-    }
-
-    /// The article's text, "(none)" for none.
-    std::string Article(int number) {
-        std::string text = "(none)";
-        screen.RunCallback([&] {
-            size_t length = 0;
-            ArticleText const article =
-                GetNewsArticle(profile->serverSocket, *profile, number, "alice", "secret", answer, length);
-            if (article)
-                text.assign(article.get(), length);
-        });
-        EXPECT_FALSE(std::filesystem::exists(SpoolPath("usenet")));
-        return text;
-    }
-
-    Screen screen;
-    std::unique_ptr<ScriptedServer> server;
-    AccountRef<NewsProfile> profile;
-    std::string answer;
 };
 
 TEST_F(News, Connecting) {
@@ -122,14 +65,13 @@ TEST_F(News, Connecting) {
 
 TEST_F(News, LoginsThatFail) {
     // What is in the account's fields is never more than one line each.
-    Open({{Expect("AUTHINFO USER alice"), Send("381 More\r\n"), Expect("AUTHINFO PASS secret"), Send("481 No\r\n")},
-          {Skip()}});
+    Open({LoginWith("481 No\r\n"), {Skip()}});
     EXPECT_EQ(NntpAuthinfo(profile->serverSocket, "alice\r\nQUIT", "secret\nQUIT"), 481);
     EXPECT_EQ(shownAlerts, Alerts{"Error|481 No"});
     EXPECT_EQ(server->Received(), "AUTHINFO USER alice\r\nAUTHINFO PASS secret\r\n");
-    CloseConnection(*profile, httpget(profile->server));
+    Connect();
     EXPECT_EQ(NntpAuthinfo(profile->serverSocket, "alice", "secret"), -1);
-    EXPECT_EQ(shownAlerts.size(), 1u);
+    EXPECT_EQ(shownAlerts, Alerts());
 }
 
 TEST_F(News, ListingEndsAtItsMark) {
@@ -147,31 +89,23 @@ TEST_F(News, ListingEndsAtItsMark) {
     EXPECT_EQ(Listing(list + ".\r\n" + second), list + ".\r\n" + second.substr(0, second.size() - 5));
     // Pieces of 500 bytes: the one that ends the mark is the last.
     std::string many;
-    for (int i = 100; i < 160; i++)
+    for (int i = 10'000; i < 99'999; i++)
         many += "group.number" + std::to_string(i) + " 12 1 y\r\n";
-    std::string const stream = many + ".\r\n" + many + many;
     size_t const end = (many.size() + 3 + 499) / 500 * 500;
-    EXPECT_EQ(Listing(stream), stream.substr(0, end - 5));
-}
-
-TEST_F(News, LargeListing) {
-    std::string list;
-    for (int i = 0; i < 100000; i++)
-        list += "example.group.number" + std::to_string(i) + " 0000012345 0000000001 y\r\n";
-    EXPECT_TRUE(Listing(list + ".\r\n") == list.substr(0, list.size() - 2));
+    EXPECT_TRUE(Listing(many + ".\r\n" + many) == (many + ".\r\n" + many).substr(0, end - 5));
 }
 
 TEST_F(News, ListingAfterLogin) {
-    Script const asked{Expect("LIST"), Send("480 Who are you\r\n")};
-    Open({Joined(asked, Joined(LoginWith("281 Fine\r\n"),
-                               {Expect("LIST"), Send("215 Groups\r\n", 1), Send("a.one 3 1 y\r\n.\r\n")}))});
+    Script const asked = Answer("LIST", "480 Who are you");
+    Open({asked + LoginWith("281 Fine\r\n") +
+          Script{Expect("LIST"), Send("215 Groups\r\n", 1), Send("a.one 3 1 y\r\n.\r\n")}});
     EXPECT_EQ(GetListing(), 1);
     EXPECT_EQ(FileText(ListingPath("usenet")), "a.one 3 1 y");
-    Open({Joined(asked, LoginWith("481 No\r\n"))});
+    Open({asked + LoginWith("481 No\r\n")});
     EXPECT_EQ(GetListing(), -1);
     EXPECT_EQ(shownAlerts, kRefusedAlerts);
     EXPECT_EQ(FileText(ListingPath("usenet")), "");
-    Open({{Expect("LIST"), Send("502 Not for you\r\n"), Expect("LIST"), Stall()}});
+    Open({Answer("LIST", "502 Not for you") + Script{Expect("LIST"), Stall()}});
     EXPECT_EQ(GetListing(), -1);
     EXPECT_EQ(screen.Status(), "502 Not for you");
 }
@@ -183,8 +117,7 @@ TEST_F(News, SelectingAGroup) {
                     std::string(5000, '0') + "1\r\n9\r\n.\r\n",
                 7),
            Expect("ARTICLE 5"), Send("423 In step\r\n")}});
-    profile->headersDone = 7;
-    profile->batchSize = 7;
+    profile->headersDone = profile->batchSize = 7;
     EXPECT_EQ(Select("example.one "), 5);
     EXPECT_EQ(answer, "211 3 5 9 example.one");
     EXPECT_EQ(profile->articleCount, 3);
@@ -202,55 +135,51 @@ TEST_F(News, GroupAnswersAreNotBelieved) {
     struct {
         char const *status;
         int32_t first, count, last;
+        char const *list = "211 0 list\r\n.\r\n";
     } const cases[] = {{"211 0 1 0 g", 1, 0, 0},
                        {"211 -3 -5 -9 g", 0, 0, 0},
                        {"211 99999999999 2147483648 99999999999999999999 g", INT32_MAX, INT32_MAX, INT32_MAX},
                        {"211", 0, 0, 0},
-                       {"211 g", 0, 0, 0}};
+                       {"211 g", 0, 0, 0},
+                       // No such command: the group is selected all the same, without its numbers.
+                       {"211 1 1 1 g", 1, 1, 1, "500 What?\r\n"}};
     for (auto const &one : cases) {
-        Open({{Expect("GROUP g"), Send(one.status + "\r\n"s), Expect("LISTGROUP"), Send("211 0 list\r\n.\r\n")}});
+        Open({{Expect("GROUP g"), Send(one.status + "\r\n"s), Expect("LISTGROUP"), Send(one.list)}});
         EXPECT_EQ(Select("g"), one.first) << one.status;
         EXPECT_EQ(profile->articleCount, one.count) << one.status;
         EXPECT_EQ(profile->lastArticle, one.last) << one.status;
         EXPECT_EQ(FileText(NumberListPath("usenet", "g")), "");
     }
-    // No such command: the group is selected all the same, without its numbers.
-    Open({{Expect("GROUP g"), Send("211 1 1 1 g\r\n"), Expect("LISTGROUP"), Send("500 What?\r\n")}});
-    EXPECT_EQ(Select("g"), 1);
 }
 
 TEST_F(News, GroupsThatCannotBeSelected) {
-    Open({Joined({Expect("GROUP no.such"), Send("411 No such group\r\n"), Expect("GROUP g"), Send("480 Login\r\n")},
-                 LoginWith("481 No\r\n")),
-          Joined({Expect("GROUP %s%n"), Send("480 Login\r\n")},
-                 Joined(LoginWith("281 Fine\r\n"), {Expect("GROUP %s%n"), Send("211 1 2 2 g\r\n"),
-                                                    Expect("LISTGROUP"), Send("211 list\r\n2\r\n2")}))});
+    Script const asked = Answer("GROUP %s%n", "480 Login");
+    Open(
+        {Answer("GROUP no.such", "411 No such group") + asked + LoginWith("481 No\r\n"),
+         asked + LoginWith("281 Fine\r\n") +
+             Script{Expect("GROUP %s%n"), Send("211 1 2 2 g\r\n"), Expect("LISTGROUP"), Send("211 list\r\n2\r\n2")}});
     profile->headersDone = profile->batchSize = profile->articleCursor = 7;
+    for (std::string const &name :
+         {""s, " "s, "."s, ".."s, "../a"s, "a/b"s, "a\r\nPOST"s, "a\tb"s, std::string(200, 'a')}) {
+        EXPECT_EQ(Select(name), -1) << name;
+        EXPECT_EQ(answer, "This is not the name of a newsgroup");
+    }
+    EXPECT_EQ(server->Received(), "");
+    EXPECT_EQ(profile->headersDone, 7);
     EXPECT_EQ(Select("no.such"), -1);
     EXPECT_EQ(answer, "411 No such group");
     EXPECT_EQ(profile->headersDone, 0);
     EXPECT_EQ(profile->batchSize, 7);
     EXPECT_EQ(profile->articleCursor, 7);
     EXPECT_FALSE(std::filesystem::exists(NumberListPath("usenet", "no.such")));
-    EXPECT_EQ(Select("g"), -1);
+    EXPECT_EQ(Select("%s%n"), -1);
     EXPECT_EQ(shownAlerts, kRefusedAlerts);
     // The second connection breaks off within the numbers.
-    CloseConnection(*profile, httpget(profile->server));
+    Connect();
     EXPECT_EQ(Select("%s%n"), -1);
     EXPECT_EQ(answer, kLost);
     EXPECT_EQ(profile->serverSocket, -1);
     EXPECT_EQ(server->Problems(), "");
-}
-
-TEST_F(News, NamesThatAreNoneStayHere) {
-    Open({{Stall()}});
-    for (std::string const &name :
-         {""s, " "s, "."s, ".."s, "../a"s, "a/b"s, "a\r\nPOST"s, "a\tb"s, std::string(200, 'a')}) {
-        EXPECT_EQ(Select(name), -1) << name;
-        EXPECT_EQ(answer, "This is not the name of a newsgroup");
-    }
-    EXPECT_GT(profile->serverSocket, 0);
-    EXPECT_EQ(server->Received(), "");
 }
 
 TEST_F(News, ArticlesAsTheyCome) {
@@ -268,21 +197,19 @@ TEST_F(News, ArticlesAsTheyCome) {
         }
     // What follows the end mark comes along, and never becomes the next answer.
     Open({{Expect("ARTICLE 1"),
-           Send("220 1 <a@b>\r\nSubject: a\r\n\r\n.\r\n221 2 <c@d>\r\n" + std::string(9000, 'x'))},
-          {}});
+           Send("220 1 <a@b>\r\nSubject: a\r\n\r\n.\r\n221 2 <c@d>\r\n" + std::string(9000, 'x'))}});
     EXPECT_TRUE(Article(1).starts_with("Subject: a\r\n\r\n.\r\n221 2"));
     EXPECT_EQ(profile->serverSocket, -1);
 }
 
-Script const kSelectAgain{Expect("GROUP example.one"), Send("211 9 1 9 example.one\r\n"), Expect("LISTGROUP"),
-                          Send("211 list\r\n1\r\n9\r\n.\r\n")};
+Script const kSelectAgain = Group("example.one", {1, 9});
+Script const kRefused = Answer("ARTICLE 4", "503 Away");
 
 TEST_F(News, ArticlesThatNeedANewConnection) {
     Script const again =
-        Joined(kSelectAgain, {Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\n.\r\n"), Stall()});
-    Script const beginnings[] = {{Expect("ARTICLE 4"), Send("503 Too long away\r\n")}, {Expect("ARTICLE 4")}, {}};
-    for (Script const &beginning : beginnings) {
-        Open({beginning, again});
+        kSelectAgain + Script{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\n.\r\n"), Stall()};
+    for (Script const &first : {kRefused, Answer("ARTICLE 4", "400 Idle"), Script{}}) {
+        Open({first, again});
         CopyText(profile->currentGroup, "example.one");
         profile->articleCursor = profile->headersDone = profile->batchSize = 5;
         EXPECT_EQ(Article(4), "From: a\r\n\r\n.\r\n");
@@ -293,27 +220,23 @@ TEST_F(News, ArticlesThatNeedANewConnection) {
         EXPECT_EQ(profile->headersDone, 5);
         EXPECT_EQ(profile->batchSize, 5);
     }
-    // Never opened.
-    Open({{}, again});
-    CloseConnection(*profile);
+    Serve({again}); // never opened
     CopyText(profile->currentGroup, "example.one");
     EXPECT_EQ(Article(4), "From: a\r\n\r\n.\r\n");
 }
 
 TEST_F(News, ArticlesThatCannotBeHad) {
-    Script const refused{Expect("ARTICLE 4"), Send("503 Away\r\n")};
-    Script const gone{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\nhalf\r\n.")};
     struct {
         std::vector<Script> scripts;
         char const *answer;
         bool open;
     } const cases[] = {
-        {{refused, Joined(kSelectAgain, Joined(refused, {Stall()}))}, "503 Away", true},
-        {{refused, Joined(kSelectAgain, {Expect("ARTICLE 4")})}, kLost, false},
-        {{refused, {Expect("GROUP example.one"), Send("411 Gone\r\n"), Stall()}}, "411 Gone", false},
-        {{refused, {}}, kLost, false},
-        {{gone}, kLost, false},
-        {{{Expect("ARTICLE 4"), Send("480 Login\r\n"), Stall()}}, "480 Login", true},
+        {{kRefused, kSelectAgain + kRefused + Script{Stall()}}, "503 Away", true},
+        {{kRefused, kSelectAgain + Script{Expect("ARTICLE 4")}}, kLost, false},
+        {{kRefused, Answer("GROUP example.one", "411 Gone") + Script{Stall()}}, "411 Gone", false},
+        {{kRefused, {}}, kLost, false},
+        {{{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\nhalf\r\n.")}}, kLost, false},
+        {{Answer("ARTICLE 4", "480 Login") + Script{Stall()}}, "480 Login", true},
     };
     for (auto const &one : cases) {
         int const before = CountDescriptors();
@@ -337,11 +260,11 @@ TEST_F(News, AnswersThatDoNotFit) {
     EXPECT_EQ(profile->serverSocket, -1);
     // A full disk.
     std::filesystem::create_symlink("/dev/full", SpoolPath("usenet"));
-    profile->serverSocket = httpget(profile->server);
+    Connect();
     EXPECT_EQ(Article(4), "(none)");
     EXPECT_EQ(answer, "The news server's answer could not be stored");
     std::filesystem::create_symlink("/dev/full", ListingPath("usenet"));
-    profile->serverSocket = httpget(profile->server);
+    Connect();
     EXPECT_EQ(GetListing(), -1);
     EXPECT_EQ(screen.Status(), "The news server's answer could not be stored");
 }

@@ -5,7 +5,7 @@
 #include "news/article.h"
 #include "news/nntp.h"
 #include "pop/message.h"
-#include "protocol/news_account.h"
+#include "protocol/news_fixture.h"
 #include "protocol/screen.h"
 
 #include <gtest/gtest.h>
