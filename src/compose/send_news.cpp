@@ -8,7 +8,9 @@
 #include "profiles/news_profile_file.h"
 #include "widgets/toolkit.h"
 
+#include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 namespace {
@@ -65,13 +67,26 @@ class Posting {
         return !sink.WireFailed() && !sink.CopyFailed();
     }
 
+    /// Appends the article to the file, whole or not at all. Another window's thread may be at it as well.
+    bool AppendTo(int file) {
+        off_t const before = file >= 0 && flock(file, LOCK_EX) == 0 ? lseek(file, 0, SEEK_END) : -1;
+        if (before < 0)
+            return false;
+        if (Write(-1, file) && fdatasync(file) == 0)
+            return true;
+        if (ftruncate(file, before) != 0)
+            perror("unsent article: ftruncate()");
+        return false;
+    }
+
     /// Saves the person's text, since the window goes. False when it cannot be saved; the window stays then.
     bool KeepUnsent() {
         if (state_.cancelled)
             return false;
         std::string const path = FolderDirectory("news", profile_.name) + kUnsentFile;
-        Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600));
-        bool const kept = file.Valid() && Write(-1, file.Get()) && fdatasync(file.Get()) == 0 && file.Reset();
+        // Nobody waits for a FIFO's reader.
+        Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+        bool const kept = AppendTo(file.Get()) && file.Reset();
         SetStatus(kept ? "The article was not posted, its text is in " + path
                        : "The article was not posted, and its text could not be saved");
         return kept;

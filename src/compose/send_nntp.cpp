@@ -34,7 +34,6 @@ NntpEnd TellNotAllowed(NntpPosting const &posting) {
 NntpEnd SendArticle(NntpPosting &posting) {
     if (!posting.writeArticle() || posting.cancelled || !EndMessage(posting.socket))
         return NntpEnd::kLost;
-    posting.finalDotSent = true;
     WaitForFinalAnswer(posting.socket);
     if (!ReadAnswer(posting))
         return NntpEnd::kLost;

@@ -34,8 +34,7 @@ struct NntpPosting {
     std::function<void(std::string const &)> alert;
     std::atomic<bool> const &cancelled;
 
-    std::string answer = {};   ///< the last answer
-    bool finalDotSent = false; ///< from here on the server may have the article
+    std::string answer = {}; ///< the last answer
 };
 
 /// Goes through the dialogue up to QUIT. The greeting is read and not judged. A server that wants to know who posts
