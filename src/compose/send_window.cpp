@@ -9,7 +9,8 @@ namespace {
 constexpr PhDim_t kSendingSize{450, 45};
 constexpr PhDim_t kEditingSize{450, 400};
 
-/// Blocks or unblocks all that the person could change the message with, and resizes the window.
+/// Blocks or unblocks all that the person could change the message with, and resizes the window. Nothing is on its
+/// way yet, or not any more: the progress bar is empty.
 void SetSending(ComposeState &state, bool sending) {
     ToolkitGuard const guard;
     if (!state.window)
@@ -19,6 +20,7 @@ void SetSending(ComposeState &state, bool sending) {
           state.attachButton, state.profileChooser, state.toBookButton, state.ccBookButton})
         if (widget)
             PtSetResource(widget, Pt_ARG_FLAGS, sending ? Pt_TRUE : Pt_FALSE, Pt_BLOCKED | Pt_GHOST);
+    PtSetResource(state.progressBar, Pt_ARG_GAUGE_VALUE, 0, 0);
     PtSetResource(state.window, Pt_ARG_DIM, sending ? &kSendingSize : &kEditingSize, 0);
     PtFlush();
 }
