@@ -8,34 +8,28 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
+
+namespace fs = std::filesystem;
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
-std::string const kLost = "Error|Failed to get a socket, verify server information";
-
-Script const kGreeting{Send("200 ready\r\n"), Expect("POST")};
-Script const kMayPost{Send("340 go on\r\n")};
-Script const kDot{Until("\r\n.\r\n")};
-Script const kTaken{Send("240 got it\r\n"), Expect(""), Expect("QUIT")};
-Script const kLogin{Send("480 who are you\r\n"), Expect("AUTHINFO USER ann"), Send("381 password\r\n"),
-                    Expect("AUTHINFO PASS secret")};
-
 class PostTest : public SendTest {
   protected:
-    std::string Unsent() const { return FileText(ConfigRoot() + "news/home/unsent"); }
-
     /// Writes one article that the server takes. Returns what went over the wire between POST and QUIT.
     std::string Post(std::string const &groups, std::string const &text, std::string const &subject = "Hello",
                      std::string const &references = "") {
-        ServeNews({kGreeting + kMayPost + kDot + kTaken});
+        ServeNews({kMayPost + NewsTakes()});
         ComposeArticle(groups, text, subject, references);
+        return PostIt();
+    }
+
+    std::string PostIt() {
         EXPECT_TRUE(SendNow());
         EXPECT_EQ(server->Problems(), "");
         EXPECT_TRUE(WindowGone());
         EXPECT_EQ(shownAlerts, Strings{});
-        screen.RunCallback([&] { ReleaseCompose(std::exchange(state, nullptr)); });
+        CloseWindow();
         std::string const all = server->Received();
         std::string const begin = "POST\r\n", end = "\r\n.\r\n\r\nQUIT\r\n";
         if (!all.starts_with(begin) || !all.ends_with(end))
@@ -44,130 +38,71 @@ class PostTest : public SendTest {
     }
 };
 
-TEST_F(PostTest, ByteForByte) {
-    std::string const begin = "NEWSGROUPS: test.general\r\nFROM: ann@example.org\r\nSUBJECT: Hello\r\n";
-    EXPECT_EQ(Post("test.general", "One\n.two\n\n..three"), begin + "\r\n\n\nOne\r\n..two\r\n\r\n...three");
-    // The line of the references ends twice.
-    EXPECT_EQ(Post("test.general", "x", "Hello", "<1@a> <2@b>"), begin + "REFERENCES: <1@a> <2@b>\n\r\n\r\n\n\nx");
-    EXPECT_EQ(Post("test.general ", std::string(71, 'x') + " y"),
-              begin + "\r\n\n\n" + std::string(71, 'x') + " \r\ny");
-    EXPECT_FALSE(std::filesystem::exists(ConfigRoot() + "news/home/unsent"));
-    EXPECT_FALSE(std::filesystem::exists(ConfigRoot() + "home")) << "there is no copy";
-}
+std::string const kHeader = "NEWSGROUPS: test.general\r\nFROM: ann@example.org\r\nSUBJECT: Hello\r\n";
 
-TEST_F(PostTest, NoFieldAddsALineOrABlank) {
-    EXPECT_EQ(Post("a.b, c.d\r\nX-Evil: 1", "x", "one\r\n\r\ntwo", "<1@a>\r\n\r\n.\r\nX: y"),
-              "NEWSGROUPS: a.b,c.dX-Evil:1\r\nFROM: ann@example.org\r\nSUBJECT: onetwo\r\n"
+TEST_F(PostTest, ByteForByte) {
+    EXPECT_EQ(Post("test.general ", "One\n.two\n\n..three"), kHeader + "\r\n\n\nOne\r\n..two\r\n\r\n...three");
+    // The line of the references ends twice.
+    EXPECT_EQ(Post("test.general", "x", "Hello", "<1@a> <2@b>"), kHeader + "REFERENCES: <1@a> <2@b>\n\r\n\r\n\n\nx");
+    // No field adds a line, and none but the subject a blank.
+    EXPECT_EQ(Post("a.b, c.d\r\nX-Evil: 1", "x", "one\r\n\r\ntwo x", "<1@a>\r\n\r\n.\r\nX: y"),
+              "NEWSGROUPS: a.b,c.dX-Evil:1\r\nFROM: ann@example.org\r\nSUBJECT: onetwo x\r\n"
               "REFERENCES: <1@a>.X: y\n\r\n\r\n\n\nx");
+    EXPECT_FALSE(fs::exists(UnsentPath()));
+    EXPECT_FALSE(fs::exists(ConfigRoot() + "home")) << "there is no copy";
 }
 
 TEST_F(PostTest, AttachmentsAndSignature) {
     std::ofstream(TempHome() + "/signature") << ".Ann\n";
-    server = std::make_unique<ScriptedServer>(kGreeting + kMayPost + kDot + kTaken);
+    ServeNews({kMayPost + NewsTakes()});
     WriteNewsProfile(server->Address(), TempHome() + "/signature");
     ComposeArticle("test.general", "text");
     AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
-    ASSERT_TRUE(SendNow());
-    std::string const all = server->Received();
-    EXPECT_NE(all.find("SUBJECT: Hello\r\n\r\nMIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\""),
-              all.npos);
-    EXPECT_NE(all.find("\r\n \n\ntext\n\n..Ann\n\r\n\r\n----Corvanta-"), all.npos);
-    EXPECT_NE(all.find("\r\nContent-Type: TEXT/PLAIN; name:\"a.txt\"\nContent-Disposition: attachment; "
-                       "filename=\"a.txt\"\nContent-Transfer-Encoding: BASE64\r\n\nQUJD\n\r\n\r\n----Corvanta-"),
-              all.npos);
-    EXPECT_TRUE(WindowGone());
+    std::string const article = PostIt();
+    EXPECT_TRUE(article.starts_with(kHeader + "\r\nMIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\""));
+    EXPECT_NE(article.find("\r\n \n\ntext\n\n..Ann\n\r\n\r\n----Corvanta-"), article.npos) << article;
+    EXPECT_NE(article.find("\nContent-Transfer-Encoding: BASE64\r\n\nQUJD\n\r\n\r\n----Corvanta-"), article.npos);
 }
-
-TEST_F(PostTest, LogsInWhenAsked) {
-    ServeNews({kGreeting + kLogin + Script{Send("281 welcome\r\n"), Expect("POST")} + kMayPost + kDot + kTaken});
-    ComposeArticle("test.general", "text");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
-    EXPECT_EQ(shownAlerts, Strings{});
-}
-
-TEST_F(PostTest, NoGroupSendsNothing) {
-    WriteNewsProfile("127.0.0.1:1");
-    ComposeArticle("", "text");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(shownAlerts, Strings{});
-    screen.RunCallback([&] { PtSetResource(state->toField, Pt_ARG_TEXT_STRING, "  ", 0); });
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(shownAlerts, Strings{"Error|There is no group in the Group field that the message could be posted to"});
-}
-
-/// A step at which the server spoils the dialogue, and what the person then sees.
-struct Spoiled {
-    char const *name;
-    Script script;
-    Strings alerts;
-};
 
 TEST_F(PostTest, EveryFailureGivesTheTextBack) {
-    Script const post = kGreeting, reset{Reset()}, quit{Expect("QUIT")};
-    Script const body = post + kMayPost + kDot;
-    Script const login = post + kLogin;
-    Script const again = login + Script{Send("281 welcome\r\n"), Expect("POST")};
-    Strings const lost{kLost};
-    std::vector<Spoiled> const dialogues{
-        {"no greeting", {}, lost},
-        {"half a greeting", {Send("200 re")}, lost},
-        {"closes after POST", post, lost},
-        {"answers without end", post + Script{Flood("3", 40 << 20)}, lost},
-        {"closes at the user", post + Script{Send("480 who\r\n"), Expect("AUTHINFO USER ann")}, lost},
-        {"closes at the password", login, lost},
-        {"closes at the second POST", again, lost},
-        {"login refused",
-         login + Script{Send("481 %s<b>no</b>\r\n")},
-         {"Error|481 %s<b>no</b>", "Error|Could not authenticate to server"}},
-        {"resets in the article", post + kMayPost + reset, lost},
-        {"closes after the dot", body, lost},
-        {"half an answer", body + Script{Send("240 go")}, lost},
-        {"article refused",
-         body + Script{Send("441 No valid newsgroups in \"a.b\"\r\n"), Expect("")} + quit,
-         {"Error|441 No valid newsgroups in \"a.b\""}},
-        {"answer without a number", body + Script{Send("\r\n"), Expect("")} + quit, {"Error|"}},
-    };
-    for (Spoiled const &spoiled : dialogues) {
-        SCOPED_TRACE(spoiled.name);
-        ServeNews({spoiled.script});
-        if (!state)
-            ComposeArticle("a.b", "text");
-        shownAlerts.clear();
-        int const descriptors = CountDescriptors();
-        ASSERT_TRUE(SendNow());
-        EXPECT_LE(CountDescriptors(), descriptors + 1); // the server's own
-        EXPECT_EQ(shownAlerts, spoiled.alerts);
-        EXPECT_TRUE(Editable());
-        EXPECT_FALSE(state->sent);
-        server.reset();
-    }
-    EXPECT_EQ(Unsent(), "");
+    ComposeArticle("a.b", "text");
+    Script const login(kMayPostAfterLogin.begin(), kMayPostAfterLogin.end() - 3);
+    Script const dot = kMayPost + Script{Until("\r\n.\r\n")}, end{Expect(""), Expect("QUIT")};
+    auto const nothingSaved = [&] { EXPECT_FALSE(fs::exists(UnsentPath())); };
+    ExpectGivenBack(LostAtEachAnswer(kMayPostAfterLogin + NewsTakes()), nothingSaved);
+    ExpectGivenBack({{"resets in the article", kMayPost + Script{Reset()}, {kLost}},
+                     {"login refused",
+                      login + Script{Send("481 %s<b>no</b>\r\n")},
+                      {"Error|481 %s<b>no</b>", "Error|Could not authenticate to server"}},
+                     {"article refused",
+                      dot + Script{Send("441 No valid newsgroups in \"a.b\"\r\n")} + end,
+                      {"Error|441 No valid newsgroups in \"a.b\""}},
+                     {"an answer without a number", dot + Script{Send("\r\n")} + end, {"Error|"}}},
+                    nothingSaved);
     // The same window can post in the end.
-    ServeNews({kGreeting + kMayPost + kDot + Script{Send("250 ok\r\n"), Expect(""), Expect("QUIT")}});
+    ServeNews({kMayPostAfterLogin + NewsTakes("250 ok\r\n")});
     shownAlerts.clear();
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(server->Problems(), "");
     EXPECT_TRUE(WindowGone());
+    EXPECT_EQ(shownAlerts, Strings{});
 }
 
 TEST_F(PostTest, AWindowThatIsOfNoMoreUseLeavesItsTextInAFile) {
     std::string const article = "NEWSGROUPS: a.b\r\nFROM: ann@example.org\r\nSUBJECT: Hello\r\n\r\n\n\n.text\r\n\r\n";
     Script const refused{Send("440 no posting here\r\n"), Expect("QUIT")};
-    for (Script const &script : {kGreeting + refused + Script{Send("205 bye\r\n")}, kGreeting + refused,
-                                 kGreeting + kLogin + Script{Send("281 welcome\r\n"), Expect("POST")} + refused}) {
-        ServeNews({script});
+    for (Script const &dialogue : {kMayPost, kMayPostAfterLogin}) {
+        ServeNews({Script(dialogue.begin(), dialogue.end() - 1) + refused});
         ComposeArticle("a.b", ".text");
         shownAlerts.clear();
         ASSERT_TRUE(SendNow());
         EXPECT_EQ(server->Problems(), "");
         EXPECT_EQ(shownAlerts, Strings{"Error|440 no posting here"});
         EXPECT_TRUE(WindowGone());
-        screen.RunCallback([&] { ReleaseCompose(std::exchange(state, nullptr)); });
+        CloseWindow();
     }
-    EXPECT_EQ(Unsent(), article + article + article);
-    EXPECT_EQ(screen.Status(), "The article was not posted, its text is in " + ConfigRoot() + "news/home/unsent");
+    EXPECT_EQ(FileText(UnsentPath()), article + article);
+    EXPECT_EQ(screen.Status(), "The article was not posted, its text is in " + UnsentPath());
     server.reset();
     // No server at all: the window stays as it is.
     ComposeArticle("a.b", ".text");
@@ -175,12 +110,29 @@ TEST_F(PostTest, AWindowThatIsOfNoMoreUseLeavesItsTextInAFile) {
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(shownAlerts, Strings{kLost});
     EXPECT_FALSE(Editable());
-    EXPECT_EQ(Unsent(), article + article + article + article);
-    // Nowhere to keep it: the person has it back.
-    std::filesystem::remove_all(ConfigRoot() + "news/home");
-    ASSERT_TRUE(SendNow());
-    EXPECT_TRUE(Editable());
-    EXPECT_EQ(screen.Status(), "The article was not posted, and its text could not be saved");
+    EXPECT_EQ(FileText(UnsentPath()), article + article + article);
+}
+
+TEST_F(PostTest, WhatCannotBeSavedIsGivenBackAndLeavesNoHalfArticle) {
+    WriteNewsProfile("127.0.0.1:1");
+    ComposeArticle("a.b", "text");
+    auto const expectGivenBack = [&] {
+        ASSERT_TRUE(SendNow());
+        EXPECT_TRUE(Editable());
+        EXPECT_EQ(screen.Status(), "The article was not posted, and its text could not be saved");
+    };
+    std::ofstream(UnsentPath()) << "earlier";
+    {
+        // A file that cannot grow beyond 20 bytes stands for a full disk.
+        FileSizeLimit const full(20);
+        expectGivenBack();
+    }
+    EXPECT_EQ(FileText(UnsentPath()), "earlier");
+    fs::remove(UnsentPath());
+    mkfifo(UnsentPath().c_str(), 0600);
+    expectGivenBack();
+    fs::remove_all(ConfigRoot() + "news/home");
+    expectGivenBack();
 }
 
 TEST(References, OfAFollowUp) {

@@ -1,6 +1,7 @@
 #include "protocol/send_fixture.h"
 
 #include "base/paths.h"
+#include "fixtures/process.h"
 #include "mime/headers.h"
 #include "mime/render.h"
 #include "store/folder.h"
@@ -13,7 +14,43 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-Script SmtpHello(std::vector<std::string> const &recipients) {
+std::string const kLost = "Error|Failed to get a socket, verify server information";
+
+namespace {
+
+Script const kPost{Send("200 ready\r\n"), Expect("POST")};
+Script const kGoOn{Send("340 go on\r\n")};
+Script const kLogin{Send("480 who are you\r\n"),    Expect("AUTHINFO USER ann"), Send("381 password\r\n"),
+                    Expect("AUTHINFO PASS secret"), Send("281 welcome\r\n"),     Expect("POST")};
+
+} // namespace
+
+Script const kMayPost = kPost + kGoOn, kMayPostAfterLogin = kPost + kLogin + kGoOn;
+
+Script NewsTakes(std::string const &answer) { return SmtpTakes(answer); }
+
+std::vector<Script> BeforeEachAnswer(Script const &dialogue) {
+    std::vector<Script> scripts;
+    for (auto step = dialogue.begin(); step != dialogue.end(); ++step)
+        if (step->kind == Step::kSend)
+            scripts.emplace_back(dialogue.begin(), step);
+    return scripts;
+}
+
+std::vector<Spoiled> LostAtEachAnswer(Script const &dialogue) {
+    std::vector<Spoiled> spoiled;
+    for (Script const &before : BeforeEachAnswer(dialogue)) {
+        std::string const place = ", step " + std::to_string(before.size());
+        spoiled.push_back({"closes" + place, before, {kLost}});
+        if (!before.empty()) // a connection that is reset at once may count as none
+            spoiled.push_back({"resets" + place, before + Script{Reset()}, {kLost}});
+        spoiled.push_back({"half an answer" + place, before + Script{Send("2")}, {kLost}});
+        spoiled.push_back({"a line without end" + place, before + Script{Flood("2", 40 << 20)}, {kLost}});
+    }
+    return spoiled;
+}
+
+Script SmtpHello(Strings const &recipients) {
     Script script{Send("220 ready\r\n"), Expect("HELO localhost"), Send("250 hello\r\n"),
                   Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n")};
     for (std::string const &recipient : recipients)
@@ -44,13 +81,8 @@ bool IsBlocked(PtWidget_t *widget) { return (PtWidgetFlags(widget) & Pt_BLOCKED)
 SendTest::SendTest() { mkdir(ConfigRoot().c_str(), 0700); }
 
 SendTest::~SendTest() {
-    if (!state)
-        return;
-    screen.RunCallback([&] {
-        if (state->window)
-            PtDestroyWidget(state->window);
-        ReleaseCompose(state);
-    });
+    if (state)
+        CloseWindow();
 }
 
 void SendTest::WriteProfile(std::string const &smtpServer, std::string const &signature) {
@@ -139,11 +171,41 @@ bool SendTest::SendNow() {
     return WaitForEnd();
 }
 
+void SendTest::CloseWindow() {
+    screen.RunCallback([&] {
+        if (state->window)
+            PtDestroyWidget(state->window);
+        ReleaseCompose(std::exchange(state, nullptr));
+    });
+}
+
+void SendTest::ExpectGivenBack(std::vector<Spoiled> const &dialogues, std::function<void()> const &check) {
+    for (Spoiled const &spoiled : dialogues) {
+        SCOPED_TRACE(spoiled.name);
+        if (state->kind == kComposeNews)
+            ServeNews({spoiled.script});
+        else
+            Serve({spoiled.script});
+        shownAlerts.clear();
+        int const descriptors = CountDescriptors();
+        ASSERT_TRUE(SendNow());
+        EXPECT_LE(CountDescriptors(), descriptors + 1); // the server's own
+        EXPECT_EQ(shownAlerts, spoiled.alerts);
+        EXPECT_TRUE(Editable());
+        EXPECT_FALSE(state->sent);
+        check();
+        server.reset();
+    }
+}
+
 bool SendTest::Editable() {
     ToolkitGuard const guard;
     PhDim_t *size = nullptr;
     if (!state->window || PtGetResource(state->window, Pt_ARG_DIM, &size, 0) != 0)
         return false;
+    int const *progress = nullptr;
+    PtGetResource(state->progressBar, Pt_ARG_GAUGE_VALUE, &progress, 0);
+    EXPECT_EQ(*progress, 0);
     bool const open = !IsBlocked(state->toField) && !IsBlocked(state->messageText) && !IsBlocked(state->sendButton);
     bool const shut = IsBlocked(state->toField) && IsBlocked(state->messageText) && IsBlocked(state->sendButton);
     EXPECT_TRUE(open || shut);
@@ -155,8 +217,8 @@ bool SendTest::Editable() {
 
 std::string SendTest::Folder() const { return FolderDirectory("home", "Outbox"); }
 
-std::vector<std::string> SendTest::Outbox() {
-    std::vector<std::string> texts;
+Strings SendTest::Outbox() {
+    Strings texts;
     EXPECT_TRUE(ReadFolderIndex(Folder().c_str(), [&](IndexRecord const &record) {
         texts.push_back(FileText(Folder() + std::to_string(record.number)));
     }));
@@ -167,13 +229,15 @@ std::vector<std::string> SendTest::Outbox() {
     return texts;
 }
 
-std::vector<std::string> SendTest::OutboxRows() {
-    std::vector<std::string> rows;
+Strings SendTest::OutboxRows() {
+    Strings rows;
     ReadFolderIndex(Folder().c_str(), [&](IndexRecord const &record) {
         rows.emplace_back(record.row, strnlen(record.row, sizeof record.row));
     });
     return rows;
 }
+
+std::string SendTest::UnsentPath() const { return ConfigRoot() + "news/home/unsent"; }
 
 std::string Plain(std::string text) {
     static std::regex const date("Date: (Mon|Tue|Wed|Thu|Fri|Sat|Sun) [A-Z][a-z]{2} [ 0-9][0-9] "

@@ -6,15 +6,36 @@
 #include "fixtures/scripted_server.h"
 #include "protocol/screen.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <string_view>
 
+using Strings = std::vector<std::string>;
+
+extern std::string const kLost; ///< the alert of a connection that failed
+
 /// What the server says when all goes well, up to the message.
-Script SmtpHello(std::vector<std::string> const &recipients);
+Script SmtpHello(Strings const &recipients);
 /// The message, the final answer and the end.
 Script SmtpTakes(std::string const &answer = "250 2.0.0 Ok: queued\r\n");
+
+/// Posting without and with a login: what is said up to the article; the article, the final answer and the end.
+extern Script const kMayPost, kMayPostAfterLogin;
+Script NewsTakes(std::string const &answer = "240 got it\r\n");
+
+/// A dialogue up to each of the server's answers, which it does not give any more.
+std::vector<Script> BeforeEachAnswer(Script const &dialogue);
+
+/// A dialogue that the server spoils, and what the person is then told.
+struct Spoiled {
+    std::string name;
+    Script script;
+    Strings alerts;
+};
+/// The connection is lost in several ways at each of the server's answers.
+std::vector<Spoiled> LostAtEachAnswer(Script const &dialogue);
 
 class SendTest : public testing::Test {
   protected:
@@ -40,15 +61,21 @@ class SendTest : public testing::Test {
     bool SendNow();
     void PressSend();
     bool WaitForEnd();
+    /// Closes the window, unless it has gone already, and forgets it.
+    void CloseWindow();
+    /// Sends the text of the window to each server in turn; each time it is given back, and `check` holds.
+    void ExpectGivenBack(std::vector<Spoiled> const &dialogues, std::function<void()> const &check);
 
-    /// The window is open, and the fields can be edited.
+    /// The window is open, and the fields can be edited; nothing is on its way.
     bool Editable();
     bool WindowGone() const { return !state->window; }
 
     std::string Folder() const;
     /// The texts of the Outbox's messages, by index and files; fails the test when the two do not agree.
-    std::vector<std::string> Outbox();
-    std::vector<std::string> OutboxRows();
+    Strings Outbox();
+    Strings OutboxRows();
+    /// The file of articles that could not be posted.
+    std::string UnsentPath() const;
 
     Screen screen;
     std::unique_ptr<ScriptedServer> server;
