@@ -271,6 +271,10 @@ QString Text(char const *name) {
     return {};
 }
 
+bool PageShows(QString const &text) {
+    return WaitFor([&] { return Text("webEmailMessage").contains(text); });
+}
+
 void ChooseFromMenuBar(char const *entry) {
     auto *const bar = Find("base")->findChild<QMenuBar *>();
     ASSERT_TRUE(bar);

@@ -35,6 +35,8 @@ void TypeMore(char const *name, QString const &text);
 void Press(char const *name, Qt::Key key, Qt::KeyboardModifiers modifiers = {});
 /// The text of a label, field, spin box or page.
 QString Text(char const *name);
+/// Waits until the page of the message view shows `text`.
+bool PageShows(QString const &text);
 /// Opens the menu of the menu bar that holds the entry, and clicks it.
 void ChooseFromMenuBar(char const *entry);
 

@@ -1,5 +1,6 @@
-// Every window there is, as the desktop's scale and colours make it. scripts/screenshots.sh runs this on X11 and
-// Wayland for a look at the pictures; what a program can see of them is checked here.
+// A walk through all windows: as the desktop's scale and colours make them, and as a screen reader gets them.
+// scripts/screenshots.sh runs this on X11 and Wayland for a look at the pictures; what a program can see of them is
+// checked here.
 
 #include "fixtures/scripted_server.h"
 #include "fixtures/temp_home.h"
@@ -7,18 +8,16 @@
 #include "ui/person.h"
 #include "ui/sample.h"
 
-#include <QAction>
-#include <QApplication>
+#include <QAccessible>
 #include <QGuiApplication>
+#include <QHeaderView>
+#include <QIcon>
 #include <QImage>
 #include <QLabel>
-#include <QMenu>
-#include <QMenuBar>
 #include <QPushButton>
 #include <QTest>
 #include <QTreeView>
 #include <QWidget>
-#include <QWindow>
 
 #include <algorithm>
 #include <cmath>
@@ -67,13 +66,87 @@ void ExpectReadable(QWidget *window) {
     }
 }
 
+using Roles = std::initializer_list<QAccessible::Role>;
+
+bool OneOf(Roles roles, QAccessible::Role role) { return std::find(roles.begin(), roles.end(), role) != roles.end(); }
+
+/// What a person acts on or reads; the rest is frames, layouts and windows.
+constexpr Roles kControls{QAccessible::PushButton, QAccessible::CheckBox,    QAccessible::RadioButton,
+                          QAccessible::ComboBox,   QAccessible::SpinBox,     QAccessible::EditableText,
+                          QAccessible::Tree,       QAccessible::List,        QAccessible::Table,
+                          QAccessible::MenuItem,   QAccessible::ProgressBar, QAccessible::Document,
+                          QAccessible::ButtonMenu, QAccessible::PageTab};
+/// Their parts need no names of their own; cells are read as the list's contents.
+constexpr Roles kWholes{QAccessible::ComboBox, QAccessible::SpinBox, QAccessible::Tree,
+                        QAccessible::List,     QAccessible::Table,   QAccessible::ScrollBar};
+
+/// The number of controls that can be seen below `top`. Each has a name, and nothing else takes the focus.
+int Controls(QAccessibleInterface *top) {
+    if (!top || !top->isValid() || top->state().invisible)
+        return 0;
+    QAccessible::Role const role = top->role();
+    auto const *const widget = qobject_cast<QWidget const *>(top->object());
+    bool const takesFocus = widget && widget->focusPolicy() & Qt::TabFocus;
+    // A page is a static text to read.
+    bool const control = OneOf(kControls, role) || (takesFocus && role == QAccessible::StaticText);
+    std::string const name = top->object() ? top->object()->objectName().toStdString() : "?";
+    EXPECT_TRUE(!control || !top->text(QAccessible::Name).trimmed().isEmpty()) << name << " has no name";
+    EXPECT_TRUE(control || !takesFocus) << name << " takes the focus as role " << role;
+    int controls = control;
+    for (int child = 0; !OneOf(kWholes, role) && child < top->childCount(); child++)
+        controls += Controls(top->child(child));
+    return controls;
+}
+
 /// What holds for every window, and its picture.
-void Look(char const *part, char const *file) {
+void Look(char const *part, char const *file, int controls) {
+    SCOPED_TRACE(file);
     QWidget *const window = Find(part)->window();
-    EXPECT_FALSE(window->windowTitle().isEmpty()) << file;
-    EXPECT_FALSE(window->windowIcon().pixmap(32).isNull()) << file;
+    EXPECT_FALSE(window->windowTitle().isEmpty());
+    EXPECT_FALSE(window->windowIcon().pixmap(32).isNull());
     ExpectReadable(window);
+    EXPECT_GE(Controls(QAccessible::queryAccessibleInterface(window)), controls);
     TakePicture(part, file);
+}
+
+QTreeView *List(char const *name) { return qobject_cast<QTreeView *>(Find(name)); }
+
+/// A picture of its own in front of each kind of row, room around the texts, and no column behind the edge.
+void LookAtRows() {
+    QTreeView const *const folders = List("treeProfiles");
+    QAbstractItemModel const *const model = folders->model();
+    QModelIndex const mail = model->index(0, 0);
+    QList<QImage> pictures;
+    for (QModelIndex const &row :
+         {mail, model->index(0, 0, mail), model->index(1, 0, mail), model->index(2, 0, mail), model->index(1, 0)}) {
+        pictures << row.data(Qt::DecorationRole).value<QIcon>().pixmap(16).toImage();
+        EXPECT_FALSE(pictures.last().isNull()) << row.data().toString().toStdString();
+        EXPECT_EQ(pictures.count(pictures.last()), 1) << row.data().toString().toStdString();
+        EXPECT_GE(folders->visualRect(row).height(), folders->fontMetrics().height() + 6);
+    }
+    QTreeView const *const list = List("treeMessageHeaders");
+    QHeaderView const *const heading = list->header();
+    EXPECT_EQ(heading->length(), list->viewport()->width());
+    for (int column = 1; column < heading->count(); column++)
+        EXPECT_GE(heading->sectionSize(column), 80) << column;
+    EXPECT_EQ(list->visualRect(list->model()->index(0, 1)).height(),
+              list->visualRect(list->model()->index(3, 1)).height());
+}
+
+/// The lists as a screen reader reads them, cell by cell.
+void ReadCells() {
+    QAccessibleTableInterface *const table =
+        QAccessible::queryAccessibleInterface(List("treeMessageHeaders"))->tableInterface();
+    ASSERT_TRUE(table);
+    EXPECT_EQ(table->rowCount(), 5);
+    EXPECT_EQ(table->columnCount(), 4);
+    EXPECT_EQ(table->columnDescription(1), "Subject");
+    EXPECT_EQ(table->cellAt(4, 1)->text(QAccessible::Name).trimmed(), "Pictures from the ridge and the pier");
+    EXPECT_TRUE(table->isRowSelected(4));
+    QAccessibleTableInterface *const folders =
+        QAccessible::queryAccessibleInterface(List("treeProfiles"))->tableInterface();
+    ASSERT_TRUE(folders);
+    EXPECT_EQ(folders->cellAt(1, 0)->text(QAccessible::Name).trimmed(), "Inbox");
 }
 
 class Windows : public testing::Test {
@@ -104,31 +177,32 @@ void LookAtDialogs() {
     ChooseFromMenuBar("mnuSettings_Accounts");
     ClickRow("treeAccounts_Accounts", "home");
     Click("btnEditEmailAccount");
-    Look("dlgAccounts", "mail-profiles.png");
+    Look("dlgAccounts", "mail-profiles.png", 15);
     Click("btnCancelAccounts");
     Click("btnCloseAccounts_Activated");
 
     ChooseFromMenuBar("mnuSettings_NewsAccounts");
     Click("btnNewNewsAccount");
     Type("txtNewsAccount_AccountName", "usenet");
-    Look("dlgNewsAccounts", "news-profiles.png");
+    Look("dlgNewsAccounts", "news-profiles.png", 14);
     Click("btnCancelNewsAccounts");
     Click("btnCloseNewsAccounts");
 
     Click("btnAddressBook");
     Click("btnAddContact");
     Type("txtContactName", "Ann Archer");
-    Look("winAddressBook", "address-book.png");
+    Look("winAddressBook", "address-book.png", 6);
     Escape("txtContactName");
     EXPECT_TRUE(WaitFor([] { return !IsShown("winAddressBook"); })) << "Escape closes a dialog";
 
     ChooseFromMenuBar("mnuMessage_ViewSource");
-    Look("dlgViewSource", "message-source.png");
+    Look("dlgViewSource", "message-source.png", 2);
     Escape("txtViewSource");
     EXPECT_TRUE(WaitFor([] { return !IsShown("dlgViewSource"); }));
 
     ChooseFromMenuBar("mnuHelp_About");
-    Look("dlgAbout", "about.png");
+    EXPECT_EQ(Text("lblAboutName"), "Corvanta");
+    Look("dlgAbout", "about.png", 1);
     Escape("btnCloseAbout");
     EXPECT_TRUE(WaitFor([] { return !IsShown("dlgAbout"); }));
 }
@@ -136,15 +210,15 @@ void LookAtDialogs() {
 /// A group of a server that says it has 1,000 articles, and lists its groups no more.
 void LookAtNews() {
     ClickRow("treeProfiles", "test.general");
-    Look("dlgDownloadNewsPrompt", "news-prompt.png");
+    Look("dlgDownloadNewsPrompt", "news-prompt.png", 3);
     Type("numNewsCount", "0");
     Click("btnDownloadNewsPrompt_OK");
     Click("btnCompose");
-    Look("pic_btnSend", "news-compose.png");
+    Look("pic_btnSend", "news-compose.png", 7);
     Click("pic_btnCancel");
     ASSERT_TRUE(WaitFor([] { return !IsShown("pic_btnSend"); }));
     ChooseFromRowMenu("treeProfiles", "usenet", {"News", "Un/Subscribe"});
-    Look("dlgNews", "newsgroups.png");
+    Look("dlgNews", "newsgroups.png", 6);
     Escape("txtNewsFind");
     EXPECT_TRUE(WaitFor([] { return !IsShown("dlgNews"); }));
 }
@@ -155,14 +229,16 @@ TEST_F(Windows, AreAtHomeOnTheDesktop) {
             EXPECT_EQ(QGuiApplication::desktopFileName(), "corvanta");
             ASSERT_TRUE(WaitFor([] { return Text("webEmailMessage").contains("Corvanta"); }));
             Wait(500);
-            Look("base", "user-guide.png");
+            Look("base", "user-guide.png", 14);
             OpenPictures();
-            Look("base", "main.png");
+            LookAtRows();
+            ReadCells();
+            Look("base", "main.png", 14);
             EXPECT_GE(Contrast(Qt::black, Ground(Find("webEmailMessage"))), 15) << "the page stays dark on light";
             LookAtDialogs();
 
             Click("btnReply");
-            Look("pic_btnSend", "reply.png");
+            Look("pic_btnSend", "reply.png", 10);
             WhenAsked("Discard it");
             Click("pic_btnCancel");
             EXPECT_TRUE(WaitFor([] { return !IsShown("pic_btnSend"); }));
