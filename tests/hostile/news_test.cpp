@@ -1,7 +1,7 @@
 // A news server that wants to hurt, in front of the real main window: what it sends is shown or refused in bounded
 // time, the window can be used, it says what happened, and nothing is written outside of the profile's directory.
 
-#include "fixtures/scripted_server.h"
+#include "fixtures/news_scripts.h"
 #include "fixtures/temp_home.h"
 #include "news/header_download.h"
 #include "ui/person.h"
@@ -9,14 +9,13 @@
 #include "widgets/open_profile.h"
 
 #include <QElapsedTimer>
-#include <QTest>
-#include <QTreeView>
+#include <QWidget>
 
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <memory>
+#include <numeric>
 #include <set>
 
 namespace fs = std::filesystem;
@@ -43,18 +42,11 @@ std::set<std::string> FilesOutside() {
     return names;
 }
 
-/// A connection on which the group is opened, with these numbers, up to the overview.
-Script Open(int articles) {
-    std::string list = "211 follows\r\n";
-    for (int number = 1; number <= articles; number++)
-        list += std::to_string(number) + "\r\n";
-    return {Send("200 ready\r\n"),
-            Expect(std::string("GROUP ") + kGroup),
-            Send("211 " + std::to_string(articles) + " 1 " + std::to_string(articles) + " x\r\n"),
-            Expect("LISTGROUP"),
-            Send(list + ".\r\n"),
-            Expect("HEAD"),
-            Send("221 1 <1>\r\nSubject: x\r\n.\r\n")};
+/// A connection on which the group is opened, with articles 1 to `last`, up to the overview.
+Script Open(int last) {
+    std::vector<int> numbers(static_cast<size_t>(last));
+    std::iota(numbers.begin(), numbers.end(), 1);
+    return Script{Send("200 ready\r\n")} + Group(kGroup, numbers) + Head(1);
 }
 
 std::string Times(size_t count, std::string const &text) {
@@ -91,29 +83,22 @@ std::vector<Article> HostileArticles() {
             {"6", "|endless|", head + "\r\n", "", "The news server's answer is too large", size_t{600} << 20}};
 }
 
-/// The overview of those articles, and of some that have no fields, no number, no end.
-std::string Overview(std::vector<Article> const &articles) {
-    std::string answer = "224 follows\r\n";
-    for (Article const &article : articles) {
-        std::string const subject = article.row.substr(1, article.row.size() - 2);
-        answer += article.number + "\t" + subject + "\ta@b\ttoday\t<" + article.number + ">\t\t100\t2\r\n";
-    }
-    return answer + "no tabs at all\r\n\r\n7\r\n8\t" + std::string(1'000'000, 'x') +
-           "\r\n9\t%s%n\t\t\xff\xfe\r\n.\r\n";
-}
-
-Script Answers(std::vector<Article> const &articles) {
+/// The overview of those articles, and of some that have no fields, no number, no end; then the articles.
+Script Serve(std::vector<Article> const &articles) {
+    std::vector<std::string> lines{"no tabs at all", "", "7", "8\t" + std::string(1'000'000, 'x'),
+                                   "9\t%s%n\t\t\xff\xfe"};
     Script script;
     for (Article const &article : articles) {
-        script.push_back(Expect("ARTICLE " + article.number));
-        if (article.text.empty())
-            script.push_back(Send(article.status + "\r\n"));
-        else if (article.flood > 0)
-            script = script + Script{Send("220 follows\r\n" + article.text), Flood("and on\r\n", article.flood)};
-        else
-            script.push_back(Send("220 follows\r\n" + article.text + "\r\n.\r\n"));
+        std::string const subject = article.row.substr(1, article.row.size() - 2);
+        lines.push_back(article.number + "\t" + subject + "\ta@b\ttoday\t<" + article.number + ">\t\t100\t2");
+        std::string const command = "ARTICLE " + article.number;
+        script = script + (article.text.empty()
+                               ? Answer(command, article.status)
+                               : Answer(command, "220 follows\r\n" + article.text + (article.flood ? "" : "\r\n.")));
+        if (article.flood > 0)
+            script.push_back(Flood("and on\r\n", article.flood));
     }
-    return script;
+    return Open(9) + Xover("1-9", lines) + script;
 }
 
 bool Downloaded(qsizetype rows) {
@@ -122,7 +107,7 @@ bool Downloaded(qsizetype rows) {
 
 TEST(HostileNews, IsShownOrRefusedAndStaysInItsDirectory) {
     std::vector<Article> const articles = HostileArticles();
-    ScriptedServer server(Open(9) + Script{Expect("XOVER 1-9"), Send(Overview(articles))} + Answers(articles));
+    ScriptedServer server(Serve(articles));
     ClearTempHome();
     MakeNewsProfile(server.Address(), {kGroup});
     fs::create_directories(Root() + ".tmp");
@@ -137,10 +122,12 @@ TEST(HostileNews, IsShownOrRefusedAndStaysInItsDirectory) {
             QElapsedTimer time;
             time.start();
             ClickRow("treeMessageHeaders", QString::fromStdString(article.row));
-            EXPECT_TRUE(
-                WaitFor([&] { return Text("webEmailMessage").contains(QString::fromStdString(article.shown)); },
-                        kShownWithin))
-                << Text("webEmailMessage").left(300).toStdString();
+            bool const fetched = !article.text.empty() && !article.flood;
+            auto const isShown = [&] {
+                QString const page = Text("webEmailMessage");
+                return fetched ? page.contains(QString::fromStdString(article.shown)) : page.trimmed().isEmpty();
+            };
+            EXPECT_TRUE(WaitFor(isShown, kShownWithin)) << Text("webEmailMessage").left(300).toStdString();
             EXPECT_EQ(Text("lblStatus").toStdString(), article.status);
             EXPECT_FALSE(fs::exists(Profile() + "tmp"));
             EXPECT_LT(time.elapsed(), kShownWithin);
@@ -153,25 +140,6 @@ TEST(HostileNews, IsShownOrRefusedAndStaysInItsDirectory) {
     EXPECT_EQ(server.Problems(), "");
     fs::remove_all(TempHome() + "/.config");
     EXPECT_EQ(FilesOutside(), before);
-}
-
-TEST(HostileNews, AServerThatStopsInTheMiddleIsTold) {
-    std::string const some = "224 follows\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n";
-    ScriptedServer server(
-        {Open(2) + Script{Expect("XOVER 1-2"), Send(some)},
-         Open(2) + Script{Expect("XOVER 1-2"), Send("502 <b>no</b> " + std::string(2000, 'x') + "\r\n")}});
-    ClearTempHome();
-    MakeNewsProfile(server.Address(), {kGroup});
-    Sitting([&] {
-        ClickRow("treeProfiles", kGroup);
-        ASSERT_TRUE(Downloaded(1));
-        EXPECT_TRUE(WaitFor([] { return Text("lblStatus") == "Lost the connection to the news server"; }));
-        Click("btnCheckEmail");
-        ASSERT_TRUE(Downloaded(0)); // the group begins anew
-        EXPECT_TRUE(WaitFor([] { return Text("lblStatus").startsWith("502 <b>no</b> xxx"); }))
-            << Text("lblStatus").toStdString();
-        TakePicture("base", "hostile-refusal.png");
-    });
 }
 
 TEST(HostileNews, ARefusedLoginIsToldAsItIs) {
@@ -188,20 +156,12 @@ TEST(HostileNews, ARefusedLoginIsToldAsItIs) {
         EXPECT_TRUE(Boxes()[0].startsWith("Error|481 <b>%s%n</b> ")) << Boxes()[0].toStdString();
         EXPECT_EQ(Boxes()[1], "Error|Could not authenticate to server");
         EXPECT_EQ(RunningDownloads(), 0);
-        // The profile goes, and with it what is open.
-        ChooseFromMenuBar("mnuSettings_NewsAccounts");
-        ClickRow("treeNewsAccounts_Accounts", "usenet");
-        WhenAsked("Delete it");
-        Click("btnDeleteNewsAccount");
-        Click("btnCloseNewsAccounts");
-        EXPECT_EQ(Rows("treeProfiles"), QStringList());
     });
-    EXPECT_FALSE(fs::exists(Profile()));
 }
 
 /// Whatever the download waits for, the window can be used, other groups can be opened, and it closes at once.
 TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
-    Script const whole = Open(3) + Script{Expect("XOVER 1-3"), Send("224 follows\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n")};
+    Script const whole = Open(3) + Answer("XOVER 1-3", "224 follows\r\n1\tone\ta\tb\t<1>\t\t1\t1");
     for (size_t steps : {size_t{6}, whole.size() - 1, whole.size()}) {
         SCOPED_TRACE(steps);
         Script stalled(whole.begin(), whole.begin() + static_cast<long>(steps));
@@ -229,7 +189,7 @@ TEST(HostileNews, ASilentServerLeavesTheWindowUsable) {
 
 /// Rows of a profile that was deleted stay until the next folder is opened. They lead nowhere.
 TEST(HostileNews, RowsOfADeletedProfileAreHarmless) {
-    ScriptedServer server(Open(1) + Script{Expect("XOVER 1-1"), Send("224\r\n1\tone\ta\tb\t<1>\t\t1\t1\r\n.\r\n")});
+    ScriptedServer server(Open(1) + Xover("1-1", {"1\tone\ta\tb\t<1>\t\t1\t1"}));
     ClearTempHome();
     MakeNewsProfile(server.Address(), {kGroup});
     Sitting([&] {
@@ -240,6 +200,8 @@ TEST(HostileNews, RowsOfADeletedProfileAreHarmless) {
         WhenAsked("Delete it");
         Click("btnDeleteNewsAccount");
         Click("btnCloseNewsAccounts");
+        EXPECT_EQ(Rows("treeProfiles"), QStringList());
+        EXPECT_FALSE(fs::exists(Profile()));
         EXPECT_FALSE(currentProfile);
         ASSERT_EQ(Rows("treeMessageHeaders").size(), 1);
         ClickRow("treeMessageHeaders", "one");

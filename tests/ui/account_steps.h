@@ -1,10 +1,13 @@
 #pragma once
 // What a person does alike in the dialogs of mail and of news accounts.
 
+#include "base/account.h"
 #include "ui/person.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 /// Types alice's account into the fields that both dialogs have, the password with a slip; `fields` is what their
 /// names begin with.
@@ -35,3 +38,23 @@ inline void DeleteAccount(char const *list, char const *button, std::string cons
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_EQ(Rows(list), QStringList());
 }
+
+/// A connection of the account, without a server.
+class LentConnection {
+  public:
+    explicit LentConnection(ServerAccount &account) {
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends_), 0);
+        account.serverSocket = ends_[0];
+    }
+    ~LentConnection() { close(ends_[1]); }
+    LentConnection(LentConnection const &) = delete;
+    LentConnection &operator=(LentConnection const &) = delete;
+
+    bool ClosedWithoutAWord() const {
+        char byte = 0;
+        return recv(ends_[1], &byte, 1, MSG_DONTWAIT) == 0;
+    }
+
+  private:
+    int ends_[2] = {-1, -1};
+};

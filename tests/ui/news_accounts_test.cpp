@@ -10,8 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -33,15 +31,6 @@ void FillNewProfile(char const *name = "work") {
     TypeMore("txtNewsAccount_AccountName", name);
     Type("txtNewsAccount_NEWSServer", "127.0.0.1:1119");
     TypeAccount("txtNewsAccount_");
-}
-
-/// A profile with two groups, and names among them that lead elsewhere or that no field can hold.
-void MakeNewsProfile(char const *name) {
-    fs::create_directories(News(name) + "/groups");
-    std::ofstream(News(name) + ".dat") << kRecord;
-    for (std::string const &group : {std::string("local.test"), std::string("local.music "), std::string("a\nb"),
-                                     std::string(" "), std::string(200, 'g')})
-        std::ofstream(News(name) + "/groups/" + group);
 }
 
 class NewsAccounts : public testing::Test {
@@ -73,6 +62,8 @@ TEST_F(NewsAccounts, ProfileIsMadeEditedAndFoundAgain) {
     });
     Sitting([] {
         EXPECT_EQ(Rows("treeProfiles"), QStringList("work"));
+        ClickRow("treeProfiles", "work");
+        LentConnection const connection(*CurrentNewsProfile());
         OpenNewsAccounts();
         ClickRow("treeNewsAccounts_Accounts", "work");
         Click("btnEditNewsAccount");
@@ -87,6 +78,8 @@ TEST_F(NewsAccounts, ProfileIsMadeEditedAndFoundAgain) {
         Click("btnSaveNewsAccount");
         std::string wanted = kRecord;
         EXPECT_EQ(FileText(News("work.dat")), wanted.replace(wanted.find("alice"), 5, "bob"));
+        EXPECT_TRUE(connection.ClosedWithoutAWord());
+        EXPECT_FALSE(currentProfile);
     });
 }
 
@@ -120,43 +113,20 @@ TEST_F(NewsAccounts, WhatCannotBeSavedStaysInTheFields) {
 
 TEST_F(NewsAccounts, DeletingAsksAndRemovesAll) {
     MakeProfile("127.0.0.1:1", false);
-    MakeNewsProfile("work");
+    // Names that lead elsewhere, or that no field can hold, are not shown.
+    MakeNewsProfile("127.0.0.1:1", {"local.test", "local.music ", "a\nb", " ", std::string(200, 'g')});
     Sitting([] {
         QStringList rows = Rows("treeProfiles");
-        EXPECT_EQ(rows.mid(0, 5), (QStringList{"home", "Inbox", "Outbox", "Saved", "work"}));
+        EXPECT_EQ(rows.mid(0, 5), (QStringList{"home", "Inbox", "Outbox", "Saved", "usenet"}));
         rows.sort();
-        EXPECT_EQ(rows.mid(4), (QStringList{"local.music", "local.test", "work"}));
+        EXPECT_EQ(rows.mid(4), (QStringList{"local.music", "local.test", "usenet"}));
+        ClickRow("treeProfiles", "usenet");
+        LentConnection const connection(*CurrentNewsProfile());
         OpenNewsAccounts();
-        DeleteAccount("treeNewsAccounts_Accounts", "btnDeleteNewsAccount", News("work"));
+        DeleteAccount("treeNewsAccounts_Accounts", "btnDeleteNewsAccount", News("usenet"));
         EXPECT_EQ(Rows("treeProfiles"), (QStringList{"home", "Inbox", "Outbox", "Saved"}));
-    });
-}
-
-TEST_F(NewsAccounts, TheOpenProfilesConnectionIsClosed) {
-    for (char const *name : {"edited", "gone"})
-        MakeNewsProfile(name);
-    Sitting([] {
-        for (auto const &[name, button] :
-             {std::pair("edited", "btnSaveNewsAccount"), {"gone", "btnDeleteNewsAccount"}}) {
-            ClickRow("treeProfiles", name);
-            NewsProfile *const profile = CurrentNewsProfile();
-            ASSERT_TRUE(profile);
-            int ends[2];
-            ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-            profile->serverSocket = ends[0];
-            OpenNewsAccounts();
-            ClickRow("treeNewsAccounts_Accounts", name);
-            if (button == std::string_view("btnSaveNewsAccount"))
-                Click("btnEditNewsAccount");
-            else
-                WhenAsked("Delete it");
-            Click(button);
-            EXPECT_FALSE(currentProfile);
-            char byte = 0;
-            EXPECT_EQ(recv(ends[1], &byte, 1, MSG_DONTWAIT), 0) << name << ": closed without a word";
-            close(ends[1]);
-            Click("btnCloseNewsAccounts");
-        }
+        EXPECT_TRUE(connection.ClosedWithoutAWord());
+        EXPECT_FALSE(currentProfile);
     });
 }
 

@@ -1,7 +1,9 @@
 // Subscribing to newsgroups, as a person does it, from a group list that was fetched before.
 
+#include "fixtures/mode.h"
 #include "fixtures/scripted_server.h"
 #include "fixtures/temp_home.h"
+#include "ui/account_steps.h"
 #include "ui/person.h"
 #include "ui/sample.h"
 #include "widgets/open_profile.h"
@@ -11,9 +13,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -67,6 +66,7 @@ TEST_F(NewsGroups, SubscribedWithAClickAndFoundInTheTree) {
     std::ofstream(Profile() + "groups/local.old");
     Sitting([] {
         OpenGroups();
+        LentConnection const connection(*CurrentNewsProfile());
         EXPECT_EQ(Text("lblDlgNews"), "Subscribed Groups");
         EXPECT_EQ(Rows("treeNews"), QStringList("S|local.old"));
         EXPECT_EQ(Find("dlgNews")->windowTitle(), "Subscribe/Unsubscribe Newsgroups");
@@ -108,10 +108,8 @@ TEST_F(NewsGroups, SubscribedWithAClickAndFoundInTheTree) {
         Press("treeNews", Qt::Key_Space);
         EXPECT_EQ(Rows("treeNews").filter("S|"), (QStringList{"S|local.group7", "S|local.group9", "S|local.music"}));
         EXPECT_EQ(Stored(), (QStringList{"local.group7 ", "local.group9 ", "local.music ", "local.old"}));
-        struct stat status {};
-        ASSERT_EQ(stat((Profile() + "groups/local.music ").c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 0600u);
-        EXPECT_EQ(status.st_size, 0);
+        EXPECT_EQ(ModeOf(Profile() + "groups/local.music "), 0600u);
+        EXPECT_TRUE(fs::is_empty(Profile() + "groups/local.music "));
         TakePicture("dlgNews", "groups-complete.png");
 
         Click("btnShowSubscribedNewsList");
@@ -121,6 +119,7 @@ TEST_F(NewsGroups, SubscribedWithAClickAndFoundInTheTree) {
         EXPECT_EQ(Rows("treeNews").filter("local.old"), QStringList("|local.old"));
         Click("btnCloseNews");
         EXPECT_FALSE(currentProfile);
+        EXPECT_TRUE(connection.ClosedWithoutAWord());
         QStringList rows = Rows("treeProfiles");
         rows.sort();
         EXPECT_EQ(rows, (QStringList{"local.group7", "local.group9", "local.music", "usenet"}));
@@ -129,7 +128,14 @@ TEST_F(NewsGroups, SubscribedWithAClickAndFoundInTheTree) {
         EXPECT_EQ(Rows("treeProfiles").size(), 4);
         OpenGroups();
         EXPECT_EQ(Rows("treeNews").size(), 3);
-        // The program ends with the dialog open.
+        Press("treeNews", Qt::Key_Escape);
+        EXPECT_FALSE(IsShown("dlgNews"));
+        ClickRow("treeProfiles", "usenet");
+        Click("btnCheckEmail");
+        EXPECT_EQ(Text("lblStatus"), "Choose a newsgroup to read first");
+        ClickRow("treeProfiles", "local.music");
+        EXPECT_TRUE(WaitFor([] { return Text("lblStatus").startsWith("Could not connect"); }));
+        OpenGroups(); // the program ends with the dialog open
     });
 }
 
@@ -162,28 +168,6 @@ TEST_F(NewsGroups, NamesThatLeadElsewhereAreNeitherShownNorStored) {
         fs::create_directory(Profile() + "listing");
         Click("btnShowNewsList");
         EXPECT_EQ(Rows("treeNews"), QStringList());
-    });
-}
-
-TEST_F(NewsGroups, ClosingTheDialogClosesTheConnection) {
-    std::ofstream(Profile() + "groups/local.old");
-    Sitting([] {
-        OpenGroups();
-        int ends[2];
-        ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        CurrentNewsProfile()->serverSocket = ends[0];
-        Press("treeNews", Qt::Key_Escape);
-        EXPECT_FALSE(IsShown("dlgNews"));
-        char byte = 0;
-        EXPECT_EQ(recv(ends[1], &byte, 1, MSG_DONTWAIT), 0) << "closed without a word";
-        close(ends[1]);
-
-        ClickRow("treeProfiles", "usenet");
-        Click("btnCheckEmail");
-        EXPECT_EQ(Text("lblStatus"), "Choose a newsgroup to read first");
-        ClickRow("treeProfiles", "local.old");
-        EXPECT_TRUE(WaitFor([] { return Text("lblStatus").startsWith("Could not connect"); }))
-            << Text("lblStatus").toStdString();
     });
 }
 

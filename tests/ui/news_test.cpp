@@ -13,7 +13,6 @@
 
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <poll.h>
 
 namespace fs = std::filesystem;
 
@@ -157,33 +156,5 @@ class News : public testing::Test {
 
 TEST_F(News, FromTheProfileToTheArticleAndBack) { Journey({}); }
 TEST_F(News, TheSameWhereTheServerWantsALogin) { Journey({"--access", "required"}); }
-
-TEST_F(News, AnArticleThatIsGoneLeavesAnEmptyPageAndTheServersWord) {
-    InnServer server({"--idle", "5"});
-    if (server.MayNotRun())
-        GTEST_SKIP() << "the news server may not run here";
-    ASSERT_GT(server.Port(), 0);
-    ASSERT_TRUE(server.Put(Article(1)));
-    ASSERT_TRUE(server.Put(Article(2)));
-    Sitting([&] {
-        MakeProfileByHand(server.Address());
-        SubscribeByHand();
-        ClickRow("treeProfiles", "test.general");
-        ASSERT_TRUE(Downloaded(2)) << Text("lblStatus").toStdString();
-        ClickRow("treeMessageHeaders", "|Matter 1|");
-        ASSERT_TRUE(WaitFor([] { return Text("webEmailMessage").contains("The words of 1."); }));
-        ASSERT_TRUE(server.Control({"cancel", "<2@example.org>"}));
-        ClickRow("treeMessageHeaders", "Re: Matter 1|");
-        EXPECT_TRUE(WaitFor([] { return Text("webEmailMessage").trimmed().isEmpty(); }));
-        EXPECT_TRUE(Text("lblStatus").startsWith("423")) << Text("lblStatus").toStdString();
-        EXPECT_EQ(Rows("treeAttachments"), QStringList());
-        // The server throws idle readers out: the article is fetched over a new connection.
-        pollfd gone{CurrentNewsProfile()->serverSocket, POLLRDHUP, 0};
-        ASSERT_TRUE(WaitFor([&] { return poll(&gone, 1, 0) == 1 && (gone.revents & POLLRDHUP); }, 60000));
-        ClickRow("treeMessageHeaders", "|Matter 1|");
-        EXPECT_TRUE(WaitFor([] { return Text("webEmailMessage").contains("The words of 1."); }))
-            << Text("lblStatus").toStdString();
-    });
-}
 
 } // namespace
