@@ -12,7 +12,6 @@ namespace vserver {
 namespace {
 
 bool IsLetter(char c) { return LowerCase(c) >= 'a' && LowerCase(c) <= 'z'; }
-bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; } // of UTF-8
 
 /// Writes the clean page: keeps the open elements, so that the result is always well nested and each table is a
 /// proper grid, whatever comes in.
@@ -34,6 +33,10 @@ class Writer {
     /// npos when there is none.
     template <class Matches, class Boundary> size_t Find(Matches matches, Boundary boundary) const;
     size_t FindRole(Role role) const;
+    /// The number of open elements for which `matches` holds.
+    template <class Matches> long Count(Matches matches) const {
+        return std::count_if(open_.begin(), open_.end(), matches);
+    }
 
     void Image(Attributes const &attributes);
     void OpenItem(Tag const &tag);
@@ -54,6 +57,8 @@ class Writer {
     std::unordered_map<std::string, size_t> image_numbers_;
     bool body_ = false;
 };
+
+bool Indents(Tag const *tag) { return tag->role == Role::List || tag->name == "blockquote"; }
 
 bool IsCellBoundary(Tag const *tag) {
     return tag->role == Role::Cell || tag->role == Role::Row || tag->role == Role::Table;
@@ -115,17 +120,12 @@ void Writer::Text(std::string_view text) {
     bool const between_cells = Top() == Role::Table || Top() == Role::Row;
     if (text.empty() || ((between_cells || page_.html.empty()) && Trimmed(text).empty()))
         return;
-    if (!tables_.AddText(text.size()))
+    bool const preformatted = Count([](Tag const *tag) { return tag->name == "pre"; }) > 0;
+    if (!tables_.AddText(TextCost(text, preformatted)))
         GiveUpTables();
     EnsureCell();
-    if (Full())
-        return;
-    size_t const room = budget_.SpendSome(text.size());
-    size_t end = room;
-    while (Full() && end > 0 && IsContinuation(text[end])) // not in the middle of a character
-        --end;
-    budget_.Return(room - end);
-    AppendBroken(text.substr(0, end));
+    if (!Full())
+        AppendBroken(budget_.SpendSome(text, preformatted));
 }
 
 /// Appends text, with line breaks in words of inhuman length.
@@ -208,7 +208,8 @@ void Writer::Open(Tag const &tag, Attributes const &attributes) {
         CloseParagraph();
     }
     bool const in_line = tag.role == Role::Inline || tag.role == Role::Anchor;
-    if (open_.size() >= kMaxNesting || (in_line && !budget_.AddInline())) {
+    bool const too_deep = Indents(&tag) && Count(Indents) >= static_cast<long>(kMaxIndents);
+    if (open_.size() >= kMaxNesting || too_deep || (in_line && !budget_.AddInline())) {
         ++dropped_[TagIndex(&tag)];
         return;
     }

@@ -1,8 +1,28 @@
 #include "clean_budget.h"
 
+#include "markup.h"
+
 #include <algorithm>
 
 namespace vserver {
+namespace {
+
+size_t CostOf(char c, bool preformatted) {
+    if (c == '\n')
+        return preformatted ? kLineCost : 1;
+    if (c == '&')
+        return kEntityCost;
+    return c >= ' ' && c <= '~' ? 1 : kOtherCost;
+}
+
+} // namespace
+
+size_t TextCost(std::string_view text, bool preformatted) {
+    size_t cost = 0;
+    for (char const c : text)
+        cost += CostOf(c, preformatted);
+    return cost;
+}
 
 bool TableBudget::Close() {
     bool const rows = open_.back().rows > 0;
@@ -56,11 +76,13 @@ bool PageBudget::Spend(size_t bytes) {
     return true;
 }
 
-size_t PageBudget::SpendSome(size_t bytes) {
-    size_t const some = cut_ ? 0 : std::min(bytes, kMaxShownText - shown_);
-    cut_ = some < bytes;
-    shown_ += some;
-    return some;
+std::string_view PageBudget::SpendSome(std::string_view text, bool preformatted) {
+    size_t end = 0;
+    while (end < text.size() && Spend(CostOf(text[end], preformatted)))
+        ++end;
+    while (end > 0 && end < text.size() && IsContinuation(text[end])) // not in the middle of a character
+        --end;
+    return text.substr(0, end);
 }
 
 } // namespace vserver

@@ -4,9 +4,13 @@
 #include "clean.h"
 
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 namespace vserver {
+
+/// What showing a text costs.
+size_t TextCost(std::string_view text, bool preformatted);
 
 /// The open tables of a page as grids, and what all its tables have cost.
 class TableBudget {
@@ -21,9 +25,9 @@ class TableBudget {
     void Open() { open_.push_back({}); }
     /// Closes the innermost table. False when it had no rows.
     bool Close();
-    /// Counts a part of the innermost table, text of any. False, and nothing is counted, when tables have cost
-    /// enough.
-    bool AddText(size_t bytes) { return open_.empty() || Afford(bytes); }
+    /// Counts a part of the innermost table, text of any by its cost. False, and nothing is counted, when tables have
+    /// cost enough.
+    bool AddText(size_t cost) { return open_.empty() || Afford(cost); }
     bool AddRow();
     bool AddCell();
     bool RowIsFull() const { return open_.back().cells >= kMaxColumns; }
@@ -60,11 +64,8 @@ class PageBudget {
     bool Cut() const { return cut_; }
     /// Counts bytes that will be shown, all or none. False when the page has had enough.
     bool Spend(size_t bytes);
-    /// Counts as many of `bytes` as may still be shown and returns their number; the page is cut behind them when
-    /// those are not all.
-    size_t SpendSome(size_t bytes);
-    /// Takes back what was not shown after all.
-    void Return(size_t bytes) { shown_ -= bytes; }
+    /// Counts as much of a text as may still be shown and returns it; the page is cut behind it when that is not all.
+    std::string_view SpendSome(std::string_view text, bool preformatted);
 
   private:
     size_t elements_ = 0, list_items_ = 0, image_tags_ = 0, inline_run_ = 0, unbroken_ = 0, shown_ = 0;

@@ -84,6 +84,7 @@ std::string LinkAddress(std::string_view raw);
 
 inline char LowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 inline bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f'; }
+inline bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; } ///< of UTF-8
 bool EqualNoCase(std::string_view left, std::string_view right);
 std::string_view Trimmed(std::string_view text);
 

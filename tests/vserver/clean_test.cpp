@@ -162,6 +162,17 @@ TEST(CleanerLimits, ImagesAndText) {
     EXPECT_GT(Count(word, "<br>"), 10u);
 }
 
+TEST(CleanerLimits, WhatQtLaysOutSlowly) {
+    // Lines that are paragraphs, writing in pieces, widths of nothing: minutes and gigabytes without a limit.
+    EXPECT_LE(Count(CleanHtml("<pre>" + Repeat("\n", 1u << 22)).html, "\n"), 210'000u);
+    EXPECT_LE(Count(CleanHtml("<pre>" + Repeat("&#10;", 1u << 20)).html, "\n"), 400'000u);
+    EXPECT_LE(CleanHtml(Repeat("a\xd7\x90", 1u << 20)).html.size(), 1'500'000u);
+    std::string const quoted =
+        CleanHtml(Repeat("<blockquote><ul>", 30) + "x" + Repeat("</ul></blockquote>", 30) + "y").html;
+    EXPECT_EQ(Count(quoted, "<blockquote>") + Count(quoted, "<ul>"), kMaxIndents);
+    EXPECT_TRUE(quoted.ends_with("</blockquote>y"));
+}
+
 TEST(CleanerLimits, LinearTime) {
     size_t const many = size_t{1} << 17;
     std::string const pages[] = {

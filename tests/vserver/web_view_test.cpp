@@ -4,6 +4,8 @@
 #include "photon/PtWebClient.h"
 #include "qt/print.h"
 #include "qt/testing.h"
+#include "qt/web_browser.h"
+#include "qt/web_process.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
@@ -239,6 +241,54 @@ TEST_F(WebViewTest, StartErrors) {
     EXPECT_EQ(Children(), std::vector<pid_t>());
 }
 
+/// A server that says hello and then, to each page that is asked for, what `lines` say.
+constexpr char kLiar[] = R"(exec python3 - <<'END'
+import fcntl, os, socket, struct, sys, time
+sys.excepthook = lambda kind, *rest: issubclass(kind, ConnectionError) or time.sleep(1000)  # a lie that fails is none
+view = socket.socket(fileno=3)
+def say(kind, about, values=(0, 0, 0), memory=None):
+    ancillary = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, struct.pack("i", memory))] if memory else []
+    view.sendmsg([struct.pack("<IHHI3I", 0x31505356, kind, 0, about, *values)], ancillary)
+def memory(size, seals=15):
+    file = os.memfd_create("lie", os.MFD_ALLOW_SEALING)
+    os.write(file, b"x" * size)
+    fcntl.fcntl(file, 1033, seals)
+    return file
+say(1, 0, (2, 0, 0))
+while True:
+    asked = struct.unpack("<IHHI3I", view.recv(5000)[:24])[3]
+)";
+
+TEST_F(WebViewTest, AServerThatLiesIsEnded) {
+    char const *const kLies[] = {
+        "say(1, asked, (2, 0, 0))",                                                    // a second hello
+        "say(2, asked)",                                                               // the view's own command
+        "say(3, asked, (0, 4, 0), memory(4, 0))",                                      // not sealed
+        "say(3, asked, (0, 4, 0), memory(4, 7))",                                      // it could still write
+        "say(3, asked, (0, 5, 0), memory(4))",                                         // another size
+        "for i in 1, 2: say(3, asked, (0, 4, 0), memory(4))",                          // two answers
+        "say(3, asked, (1, 4, 0), memory(4)); say(4, asked, (1, 1, 1), memory(4))",    // no such image
+        "say(3, asked, (1, 4, 0), memory(4)); [say(4, asked) for i in (1, 2)]",        // twice the same image
+        "say(3, asked, (1, 4, 0), memory(4)); say(4, asked, (0, 1, 2), memory(4))",    // fewer pixels
+        "say(3, asked, (1, 4, 0), memory(4)); say(4, asked, (0, 1, 1), memory(4, 0))", // pixels that may change
+        "while True: say(5, asked - 1)", // of earlier pages, without end
+    };
+    for (char const *const lie : kLies) {
+        ASSERT_EQ(Startup(Script(std::string(kLiar) + "    " + lie + "\nEND\n").c_str()), 0);
+        Show("x");
+        EXPECT_TRUE(ProcessEventsUntil([] { return Children().empty(); }, 20'000)) << lie;
+    }
+}
+
+TEST_F(WebViewTest, NobodyWaitsForAServerThatDoesNotRead) {
+    WebProcess server;
+    ASSERT_EQ(server.Start(Script(std::string(kLiar) + "    time.sleep(1000)\nEND\n"), {}), 0);
+    int error = 0;
+    for (uint32_t id = 1; error == 0 && id < 100'000; ++id)
+        error = server.Load(id, "file:///x");
+    EXPECT_EQ(error, EAGAIN);
+}
+
 TEST_F(WebViewTest, TheServerInheritsNothingElse) {
     std::string const list = place_ / "fds";
     constexpr int kOurs = 100; // not close-on-exec
@@ -371,6 +421,13 @@ TEST_F(WebViewTest, LinksAreToldAndAskedAbout) {
     WithoutLock([&] { QTest::mouseClick(viewport, Qt::LeftButton, {}, PointOf("filelink")); });
     EXPECT_FALSE(Browser()->window()->findChild<QMessageBox *>(QStringLiteral("linkQuestion")));
     EXPECT_EQ(desktop.opened.size(), 1);
+    // Whose server it is stands at the end of a name of any length.
+    std::string const name =
+        "www.bank.example." + std::string(60, 'a') + '.' + std::string(60, 'b') + ".evil.example";
+    QStringList const lines = LinkQuestion(QUrl(QString::fromStdString("http://" + name + "/"))).split(u'\n');
+    EXPECT_TRUE(lines.filter(QStringLiteral("Server: ")).value(0).endsWith(QStringLiteral("b.evil.example")));
+    for (QString const &line : lines)
+        EXPECT_LE(line.size(), 100);
     for (char const *scheme : {"http", "https", "mailto", "file"})
         QDesktopServices::unsetUrlHandler(QString::fromUtf8(scheme));
 }

@@ -236,10 +236,13 @@ bool IsOpenableLink(QUrl const &link) {
 
 QString LinkQuestion(QUrl const &link) {
     constexpr int kLine = 80, kLines = 8;
+    // Whose server it is stands at the end of its name.
+    QString host = link.host(QUrl::FullyEncoded);
+    if (host.size() > kLine)
+        host = QStringLiteral("...") + host.right(kLine);
     QString question = link.scheme() == QLatin1String("mailto")
                            ? QStringLiteral("Write to this address?\n\n")
-                           : QStringLiteral("Open this page in your web browser?\n\nServer: %1\n\n")
-                                 .arg(link.host(QUrl::FullyEncoded));
+                           : QStringLiteral("Open this page in your web browser?\n\nServer: %1\n\n").arg(host);
     QString const address = link.toString(QUrl::FullyEncoded);
     for (int line = 0; line * kLine < address.size(); ++line) {
         if (line == kLines)

@@ -137,6 +137,7 @@ int WebProcess::Start(std::string const &command, std::vector<std::string> const
         return errno;
     vserver::Fd ours(ends[0]);
     vserver::Fd theirs(ends[1]);
+    fcntl(ours.Get(), F_SETFL, O_NONBLOCK); // the window never waits for a server that does not read
     if (int const error = SpawnSettings(theirs.Get()).Spawn(paths, arguments, pid_)) {
         pid_ = -1;
         return error;

@@ -34,7 +34,8 @@ class WebProcess {
     int Socket() const { return socket_.Get(); }
     pid_t Pid() const { return pid_; }
 
-    /// Asks for a page. Returns 0 or an errno.
+    /// Asks for a page. Returns 0 or an errno: EINVAL for an address that no server takes, EAGAIN when the server has
+    /// not read what it was asked before.
     int Load(uint32_t id, std::string const &url);
     /// Takes the next message without waiting; ends the process when it breaks the rules or has gone.
     vserver::Received Receive(vserver::Packet &packet);

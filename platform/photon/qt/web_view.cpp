@@ -13,6 +13,9 @@
 namespace {
 
 constexpr std::chrono::seconds kPageTime{2}; ///< that setting a URL may take; later answers are shown all the same
+/// Messages about pages before: one for each that was not answered in time, and images. Without an end they would
+/// keep the window busy for ever.
+constexpr int kMostLate = 1000;
 
 class WebView : public View {
   public:
@@ -51,6 +54,7 @@ class WebView : public View {
     // The page being loaded or shown.
     uint32_t id_ = 0;
     bool answered_ = true;     ///< its Page or Error has come
+    int late_ = 0;             ///< messages of pages before that came since it was asked for
     std::vector<bool> images_; ///< which have come
     uint64_t pixels_left_ = 0;
 };
@@ -107,6 +111,7 @@ void WebView::StopServer() {
 int WebView::Load(PtWidget &widget, std::string const &url) {
     ++id_;
     answered_ = false;
+    late_ = 0;
     images_.clear();
     TellLink({});
     constexpr int kTries = 2; // the server may have died since the last page, or die of this one
@@ -115,8 +120,11 @@ int WebView::Load(PtWidget &widget, std::string const &url) {
         bool const changed = PtValueOf(widget, Pt_ARG_WEB_ROOTS)->items != roots_;
         if ((!server_.Running() || changed) && StartServer(widget) != 0)
             break;
-        if (server_.Load(id_, url) == EINVAL)
+        int const error = server_.Load(id_, url);
+        if (error == EINVAL)
             break;
+        if (error != 0)
+            StopServer(); // it has gone, or has read nothing for a long time
         while (!answered_ && server_.Running() && server_.Wait(deadline))
             TakeMessages();
         if (server_.Running())
@@ -150,8 +158,11 @@ void WebView::Take(vserver::Packet const &packet) {
     Kind const kind = packet.header.kind;
     if (kind != Kind::Page && kind != Kind::Image && kind != Kind::Error)
         return BreakOff();
-    if (packet.header.id != id_)
-        return; // of a page before
+    if (packet.header.id != id_) { // of a page before
+        if (++late_ > kMostLate)
+            BreakOff();
+        return;
+    }
     if (kind == Kind::Image)
         return ShowImage(packet);
     if (answered_)
