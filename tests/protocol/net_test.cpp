@@ -123,14 +123,16 @@ TEST(ReadServerLine, FailsWithoutALineEnd) {
     pair.Put("abc");
     auto const start = std::chrono::steady_clock::now();
     EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line, 1), -1);
-    auto const waited = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(waited, std::chrono::milliseconds(990));
-    EXPECT_LT(waited, std::chrono::seconds(5));
     EXPECT_STREQ(line, "abc");
-    pair.Put("def");
-    pair.ClosePeer();
-    EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line), 0);
-    EXPECT_STREQ(line, "def");
+    // A byte now and then does not prolong a short wait.
+    std::jthread const dripping([&](std::stop_token const &over) {
+        for (; !over.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(300)))
+            pair.Put("d");
+    });
+    EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line, 1), -1);
+    auto const waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, std::chrono::milliseconds(1900));
+    EXPECT_LT(waited, std::chrono::seconds(10));
     EXPECT_EQ(ReadServerLine(0, line, sizeof line), -1);
     EXPECT_EQ(ReadServerLine(-1, line, sizeof line), -1);
 }
@@ -189,48 +191,53 @@ class Connecting : public testing::Test {
         int const socket = kind == kPop3 ? OpenMailConnection(*profile, nullptr, kPop3)
                                          : OpenServerConnection(server.c_str(), kind, 1);
         errors = testing::internal::GetCapturedStderr();
-        if (socket > 0)
-            close(socket);
-        return socket > 0;
+        if (socket < 0)
+            return false;
+        int noDelay = 0;
+        socklen_t size = sizeof noDelay;
+        getsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+        EXPECT_TRUE(noDelay);
+        EXPECT_TRUE(fcntl(socket, F_GETFD) & FD_CLOEXEC);
+        return close(socket) == 0;
     }
 
     Screen screen;
     std::string errors;
 };
 
-TEST_F(Connecting, TellsAnUnknownHost) {
-    for (char const *server : {"255.255.255.255", "127.0.0.1:0", "127.0.0.1:65536", "127.0.0.1:-1", "", ":110"}) {
-        int const before = CountDescriptors();
-        EXPECT_FALSE(Connects(server)) << server;
-        EXPECT_TRUE(errors.starts_with("Error: Unknown Host\n: ")) << errors;
-        EXPECT_EQ(screen.Status(), "Host unknown, could not connect to mail server");
+TEST_F(Connecting, TellsWhatFailed) {
+    std::string const closed = ScriptedServer(Script{}).Address();
+    std::string const unknown = "Host unknown, could not connect to mail server";
+    struct {
+        std::string server;
+        int kind;
+        std::string errors, status;
+    } const cases[] = {
+        {"255.255.255.255", kPop3, "Error: Unknown Host\n: ", unknown},
+        {"127.0.0.1:0", kPop3, "Error: Unknown Host\n: ", unknown},
+        {"127.0.0.1:65536", kPop3, "Error: Unknown Host\n: ", unknown},
+        {":110", kPop3, "Error: Unknown Host\n: ", unknown},
+        {"255.255.255.255:99", kSmtp, "Unknown host 255.255.255.255\n", unknown},
+        {closed, kPop3, "pop: connect(): Connection refused\n", "Could not connect to mail server"},
+        {closed, kSmtp, "pop: connect(): Connection refused\n", "Could not connect to mail server"},
+        {closed, kNntp, "pop: connect(): Connection refused\n", "Could not connect to the news server"},
+    };
+    int const before = CountDescriptors();
+    for (auto const &one : cases) {
+        EXPECT_FALSE(Connects(one.server, one.kind)) << one.server;
+        EXPECT_TRUE(errors.starts_with(one.errors)) << errors;
+        EXPECT_EQ(screen.Status(), one.status) << one.server;
         EXPECT_EQ(CountDescriptors(), before);
     }
-    EXPECT_FALSE(Connects("255.255.255.255:99", kSmtp));
-    EXPECT_EQ(errors, "Unknown host 255.255.255.255\n");
-}
-
-TEST_F(Connecting, TellsARefusal) {
-    int port;
-    {
-        ScriptedServer gone{Script{}};
-        port = gone.Port();
-    }
-    int const before = CountDescriptors();
-    for (int kind : {kPop3, kSmtp, kNntp}) {
-        EXPECT_FALSE(Connects("127.0.0.1:" + std::to_string(port), kind));
-        EXPECT_EQ(errors, "pop: connect(): Connection refused\n");
-        EXPECT_EQ(screen.Status(),
-                  kind == kNntp ? "Could not connect to the news server" : "Could not connect to mail server");
-    }
-    EXPECT_EQ(CountDescriptors(), before);
 }
 
 TEST_F(Connecting, TriesEveryAddress) {
-    ScriptedServer server({Script{}}, "127.0.0.2");
+    ScriptedServer server({Script{}, Script{}}, "127.0.0.2");
     std::ofstream(getenv("NSS_WRAPPER_HOSTS")) << "127.0.0.3 twofold\n127.0.0.2 twofold\n";
-    EXPECT_TRUE(Connects("twofold:" + std::to_string(server.Port()))) << errors;
+    std::string const address = "twofold:" + std::to_string(server.Port());
+    EXPECT_TRUE(Connects(address)) << errors;
     EXPECT_EQ(errors, "");
+    screen.RunCallback([&] { EXPECT_TRUE(Connects(address)) << errors; }); // looked up on a thread of its own
 }
 
 TEST_F(Connecting, GoesThroughTheProxyVariable) {
@@ -240,19 +247,6 @@ TEST_F(Connecting, GoesThroughTheProxyVariable) {
         EXPECT_TRUE(Connects("255.255.255.255", kind)) << errors;
     EXPECT_EQ(proxy.Problems(), "");
     EXPECT_EQ(proxy.Received(), "");
-}
-
-TEST_F(Connecting, PreparesTheSocket) {
-    ScriptedServer server(Script{Stall()});
-    int const socket = OpenServerConnection(server.Address().c_str(), kPop3, 1);
-    ASSERT_GT(socket, 2);
-    int noDelay = 0;
-    socklen_t size = sizeof noDelay;
-    EXPECT_EQ(getsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size), 0);
-    EXPECT_TRUE(noDelay);
-    EXPECT_TRUE(fcntl(socket, F_GETFD) & FD_CLOEXEC);
-    EXPECT_FALSE(fcntl(socket, F_GETFL) & O_NONBLOCK);
-    close(socket);
 }
 
 class Login : public testing::Test {
@@ -272,7 +266,6 @@ class Login : public testing::Test {
 
 TEST_F(Login, TakesAGreetingHoweverItArrives) {
     for (auto const &[greeting, piece] : {std::pair<std::string, size_t>{"+OK Dovecot ready.\r\n", 1},
-                                          {"+OK M\xc3\xbcller's\tserver \x80\x81\r\n", 0},
                                           {"+OK M\xc3\xbcller's\tserver \x80\x81\r\n", 3},
                                           {"\n", 0},
                                           {"-ERR go away " + std::string(12000, '.') + "\r\n", 0}}) {
@@ -280,6 +273,8 @@ TEST_F(Login, TakesAGreetingHoweverItArrives) {
         EXPECT_EQ(server->Problems(), "");
         EXPECT_EQ(screen.Status(), "");
     }
+    EXPECT_EQ(Play({Send(std::string(40 << 20, 'x') + "\r\n"), Send("+OK\r\n"), Skip(), Send("+OK\r\n")}), -1);
+    EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");
 }
 
 TEST_F(Login, SendsEachCommandOnceAndWhole) {
@@ -301,27 +296,15 @@ TEST_F(Login, TellsARefusedPasswordInTheServersWords) {
     EXPECT_GT(profile->serverSocket, 0);
 }
 
-TEST_F(Login, TellsALostConnection) {
-    for (Script const &script :
-         {Script{Send("+OK no end of line")}, Script{Send("+OK\r\n")}, Script{Send("+OK\r\n"), Send("+OK")},
-          Script{Send("+OK\r\n"), Reset()}, Script{Send("+OK\r\n"), Send("+OK\r\n"), Expect("PASS secret")}}) {
-        int const before = CountDescriptors();
-        EXPECT_EQ(Play(script), -1);
-        EXPECT_EQ(profile->serverSocket, -1);
-        EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");
-        server.reset();
-        EXPECT_LE(CountDescriptors(), before);
-    }
-}
-
 TEST(SessionLock, CallbackLetsAHolderUseTheLibrary) {
     Screen screen;
     AccountRef<MailProfile> const profile = MakeProfile("p", "x", true);
-    std::atomic<bool> held = false;
+    std::atomic<bool> held = false, asked = false;
     std::thread holder([&] {
         SessionLock const lock(*profile, SessionLock::kWorker);
         held = true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(80));
+        while (!asked)
+            std::this_thread::yield();
         PtEnter(0); // would wait for ever if the callback kept the library
         PtLeave(0);
     });
@@ -329,6 +312,7 @@ TEST(SessionLock, CallbackLetsAHolderUseTheLibrary) {
         std::this_thread::yield();
     EXPECT_FALSE(SessionLock::Try(*profile).Held());
     screen.RunCallback([&] {
+        asked = true;
         SessionLock lock(*profile, SessionLock::kCallback);
         EXPECT_EQ(PtEnter(0), -EDEADLK); // the callback has the library again
         EXPECT_EQ(LockValue(*profile), 0);
@@ -336,7 +320,6 @@ TEST(SessionLock, CallbackLetsAHolderUseTheLibrary) {
         EXPECT_FALSE(lock.Held());
     });
     holder.join();
-    EXPECT_EQ(LockValue(*profile), 1);
     EXPECT_TRUE(SessionLock::Try(*profile).Held());
     EXPECT_EQ(LockValue(*profile), 1);
 }

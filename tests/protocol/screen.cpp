@@ -121,7 +121,7 @@ void Screen::RunCallback(std::function<void()> const &callback) {
 }
 
 bool Screen::PaintUntil(std::function<bool()> const &done) {
-    for (auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(20); !done();) {
+    for (auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(60); !done();) {
         if (std::chrono::steady_clock::now() > end)
             return false;
         PtLockAcquireGui();
@@ -150,7 +150,7 @@ std::string Screen::Status() const {
 std::vector<std::string> const &Screen::Painted() const { return display.painted; }
 
 bool Screen::WaitUntilPainted(std::string const &status) const {
-    for (int i = 0; i < 2000; i++) {
+    for (int i = 0; i < 3000; i++) {
         {
             ToolkitGuard const guard;
             if (std::any_of(display.painted.begin(), display.painted.end(),

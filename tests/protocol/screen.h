@@ -25,13 +25,13 @@ class Screen {
     void RunWorker(std::function<void()> const &work);
     /// Runs `callback` as the main loop would, under the library lock.
     void RunCallback(std::function<void()> const &callback);
-    /// Paints until `done` or for 20 s. Returns whether it became true.
+    /// Paints until `done` or for 60 s. Returns whether it became true.
     bool PaintUntil(std::function<bool()> const &done);
 
     std::string Status() const;
     /// The status texts and progress values that were painted, each change once: "Rcv 1 of 2|50".
     std::vector<std::string> const &Painted() const;
-    /// Waits on another thread until this status has been painted, for 20 s. Returns whether it was.
+    /// Waits on another thread until this status has been painted, for 30 s. Returns whether it was.
     bool WaitUntilPainted(std::string const &status) const;
     struct Row {
         std::string text;
