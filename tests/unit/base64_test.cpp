@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+using namespace std::string_literals;
+
 namespace {
 
 std::string Decode(std::string_view text) {
@@ -26,9 +28,7 @@ TEST(Base64Decode, WholeGroupsOnly) {
     EXPECT_EQ(Decode("TQ=="), "M");
     EXPECT_EQ(Decode("TWFuTQ"), "Man");
     EXPECT_EQ(Decode("TWF"), "");
-    EXPECT_EQ(Decode(""), "");
     EXPECT_EQ(Decode("TQ==TWFu"), "M\x0f\xffMan") << "padding counts at the end only";
-    EXPECT_EQ(Decode("TW=u"), "Mo\xee") << "elsewhere it is a character like any other";
 }
 
 /// The rule itself, one character at a time.
@@ -67,51 +67,34 @@ TEST(Base64Decode, EveryByteAtEveryLength) {
         }
 }
 
-std::string Encode(std::string const &in, int32_t *result = nullptr) {
+/// The characters before the terminator, and their number as Base64Encode tells it.
+std::pair<std::string, int32_t> Encode(std::string const &in) {
+    // On the heap exactly as long as it is, so that a look behind its end is seen.
+    std::vector<char> const exact(in.begin(), in.end());
     std::string out(in.size() * 4 / 3 + in.size() / 45 * 2 + 80, 0);
-    int32_t const length = Base64Encode(out.data(), in.data(), static_cast<int32_t>(in.size()));
-    if (result)
-        *result = length;
-    return out.c_str();
+    int32_t const length = Base64Encode(out.data(), exact.data(), static_cast<int32_t>(in.size()));
+    return {out.c_str(), length};
 }
 
-TEST(Base64Encode, CutsAShortLastGroup) {
-    int32_t before = 0;
-    EXPECT_EQ(Encode("Man", &before), "TWFu");
-    EXPECT_EQ(before, 4);
-    EXPECT_EQ(Encode("ManM", &before), "TWFuT");
-    EXPECT_EQ(before, 4);
-    EXPECT_EQ(Encode("ManMa"), "TWFuT");
-    EXPECT_EQ(Encode(""), "");
-    char out[8] = "";
-    Base64Encode(out, "Ma", 2);
-    EXPECT_EQ(std::string(out, 5), std::string("T\0E=\0", 5)) << "the whole group lies behind the terminator";
-}
-
-TEST(Base64Encode, LinesOf64) {
+TEST(Base64Encode, LinesOf64AndAShortLastGroup) {
     std::string const line(64, 'A');
     std::string const zeros(48, 0);
-    EXPECT_EQ(Encode(zeros), line + "\n");
-    EXPECT_EQ(Encode(zeros + zeros.substr(0, 3)), line + "\nAAAA");
-    int32_t before = 0;
-    EXPECT_EQ(Encode(zeros + zeros, &before), line + "\n" + line + "\n");
-    EXPECT_EQ(before, 130);
+    EXPECT_EQ(Encode("Man"), std::pair("TWFu"s, 4));
+    EXPECT_EQ(Encode("ManM"), std::pair("TWFuT"s, 4));
+    EXPECT_EQ(Encode("ManMa"), std::pair("TWFuT"s, 4));
+    EXPECT_EQ(Encode(""), std::pair(""s, 0));
+    EXPECT_EQ(Encode(zeros + zeros), std::pair(line + "\n" + line + "\n", 130));
+    EXPECT_EQ(Encode(zeros + zeros.substr(0, 3)).first, line + "\nAAAA");
+    char out[8] = "";
+    Base64Encode(out, "Ma", 2);
+    EXPECT_EQ(std::string(out, 5), "T\0E=\0"s) << "the whole group lies behind the terminator";
 }
 
 TEST(Base64Encode, RoundTripOfWholeGroups) {
     std::mt19937 random(2);
-    std::string bytes(3 * 1000, 0);
-    for (char &byte : bytes)
-        byte = static_cast<char>(random());
-    std::string text = Encode(bytes);
-    std::erase(text, '\n');
-    EXPECT_EQ(Decode(text), bytes);
-    for (size_t length = 0; length < 200; length++) {
-        // On the heap exactly as long as it is, so that a look behind its end is seen.
-        std::vector<char> const exact(bytes.begin(), bytes.begin() + static_cast<long>(length));
-        std::string out(length * 4 / 3 + length / 45 * 2 + 80, 0);
-        Base64Encode(out.data(), exact.data(), static_cast<int32_t>(length));
-        text = out.c_str();
+    std::string bytes;
+    for (size_t length = 0; length < 300; length++, bytes += static_cast<char>(random())) {
+        std::string text = Encode(bytes).first;
         std::erase(text, '\n');
         EXPECT_EQ(text.size(), length / 3 * 4 + (length % 3 ? 1 : 0));
         EXPECT_EQ(Decode(text), bytes.substr(0, length / 3 * 3));

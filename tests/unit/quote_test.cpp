@@ -13,22 +13,19 @@
 namespace {
 
 TEST(Quote, LinesBetweenTheMarks) {
-    EXPECT_EQ(QuotePage("<HTML>head\n<PRE>\n<!--msg starts here, Corvanta-->lost\none\n\n&lt;two>\r\n"
-                        "<!-- skip this line --><IMG SRC=\"x\">\n <!-- skip this line -->kept\n"
-                        "last <!--msg ends here, Corvanta-->\nnot this\n"),
-              "\n\n\n--Original Message:\n>\n>one\n>\n>&lt;two>\r\n> <!-- skip this line -->kept");
-    EXPECT_EQ(QuotePage("no mark\nat all\n"), "\n\n\n--Original Message:\n>");
-    EXPECT_EQ(QuotePage(""), "\n\n\n--Original Message:\n>");
-    EXPECT_EQ(QuotePage("<!--msg starts here, Corvanta-->\nno end\nno line feed"),
-              "\n\n\n--Original Message:\n>\n>no end\n>no line feed");
     using namespace std::string_literals;
-    EXPECT_EQ(QuotePage("<!--msg starts here, Corvanta-->\na\nb\0c\nd"s), "\n\n\n--Original Message:\n>\n>a\n>b");
-}
-
-TEST(Quote, LongLinesBreakAt10239Bytes) {
-    std::string const page = "<!--msg starts here, Corvanta-->\n" + std::string(25000, 'x') + "\n";
-    EXPECT_EQ(QuotePage(page), "\n\n\n--Original Message:\n>\n>" + std::string(10239, 'x') + "\n>" +
-                                   std::string(10239, 'x') + "\n>" + std::string(25000 - 2 * 10239, 'x'));
+    std::string const begin = "<!--msg starts here, Corvanta-->\n", head = "\n\n\n--Original Message:\n>";
+    std::string const x(10239, 'x'); // lines longer than that break
+    for (auto const &[page, quote] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"<HTML>head\n<PRE>\n<!--msg starts here, Corvanta-->lost\none\n\n&lt;two>\r\n"
+              "<!-- skip this line --><IMG SRC=\"x\">\n <!-- skip this line -->kept\n"
+              "last <!--msg ends here, Corvanta-->\nnot this\n",
+              "\n>one\n>\n>&lt;two>\r\n> <!-- skip this line -->kept"},
+             {"no mark\nat all\n", ""},
+             {begin + "no end\nno line feed", "\n>no end\n>no line feed"},
+             {begin + "a\nb\0c\nd"s, "\n>a\n>b"},
+             {begin + x + x + "yz\n", "\n>" + x + "\n>" + x + "\n>yz"}})
+        EXPECT_EQ(QuotePage(page), head + quote);
 }
 
 TEST(Quote, Subjects) {

@@ -2,54 +2,39 @@
 
 #include "news/number_list.h"
 #include "news/thread_tree.h"
+#include "scratch.h"
 
 #include <algorithm>
 #include <deque>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
 PtTreeItem_t *Item(size_t number) { return reinterpret_cast<PtTreeItem_t *>(number * 16); }
 
-/// Adds keys in their order, each looked up before and after, and all of them in the end.
-void AddAll(std::vector<std::string> const &keys) {
-    ThreadTree tree;
-    for (size_t i = 0; i < keys.size(); i++) {
-        ASSERT_FALSE(tree.Find(keys[i].c_str()));
-        ASSERT_TRUE(tree.Insert(keys[i].c_str(), Item(i)));
-    }
-    ASSERT_EQ(tree.Size(), keys.size());
-    for (size_t i = 0; i < keys.size(); i++)
-        ASSERT_EQ(tree.Find(keys[i].c_str())->item, Item(i));
-}
-
 TEST(ThreadTree, FindsAscendingAndRandomKeysWithoutDegenerating) {
     // 100,000 in one unbalanced tree would take minutes.
-    std::vector<std::string> keys;
+    std::vector<std::string> keys{"", "\xe4", "m", "c", "x"};
     for (int i = 0; i < 100'000; i++)
         keys.push_back("<" + std::to_string(1'000'000 + i) + ".common@part.example.org>");
-    AddAll(keys);
-    std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
-    AddAll(keys);
-}
-
-TEST(ThreadTree, TheFirstRowOfAKeyStays) {
     ThreadTree tree;
-    EXPECT_FALSE(tree.Find("<a>"));
-    EXPECT_TRUE(tree.Insert("<a>", Item(1)));
-    EXPECT_TRUE(tree.Insert("<a>", Item(2)));
-    EXPECT_TRUE(tree.Insert("", Item(3)));
-    EXPECT_EQ(tree.Find("<a>")->item, Item(1));
-    EXPECT_FALSE(tree.Find("<a> "));
-    tree.Clear();
-    EXPECT_FALSE(tree.Find("<a>"));
-    EXPECT_TRUE(tree.Insert("<a>", Item(2)));
-    EXPECT_EQ(tree.Find("<a>")->item, Item(2));
+    for (bool ascending : {true, false}) {
+        for (size_t i = 0; i < keys.size(); i++) {
+            ASSERT_FALSE(tree.Find(keys[i].c_str()));
+            ASSERT_TRUE(tree.Insert(keys[i].c_str(), Item(i)));
+            ASSERT_TRUE(tree.Insert(keys[i].c_str(), Item(i + 1))) << "the first row of a key stays";
+        }
+        ASSERT_EQ(tree.Size(), keys.size());
+        for (size_t i = 0; i < keys.size(); i++)
+            ASSERT_EQ(tree.Find(keys[i].c_str())->item, Item(i));
+        EXPECT_FALSE(tree.Find("m "));
+        tree.Clear();
+        if (ascending)
+            std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
+    }
 }
 
 TEST(ThreadTree, OneTreeKeepsItsOrder) {
@@ -58,40 +43,39 @@ TEST(ThreadTree, OneTreeKeepsItsOrder) {
     ThreadTreeNode *root = nullptr;
     for (std::string const &key : keys)
         root = ThreadTreeInsert(root, nodes.emplace_back(ThreadTreeNode{nullptr, nullptr, key.c_str(), nullptr}));
-    ThreadTreeNode twice{nullptr, nullptr, "c", nullptr};
-    EXPECT_EQ(ThreadTreeInsert(root, twice), root);
     EXPECT_EQ(root, &nodes[0]);
-    EXPECT_EQ(root->smaller, &nodes[1]);
-    EXPECT_EQ(root->greater, &nodes[2]);
-    EXPECT_EQ(root->greater->greater, &nodes[3]); // bytes above 127 are the greatest
     EXPECT_EQ(root->smaller->smaller, &nodes[4]);
     EXPECT_EQ(root->smaller->greater, &nodes[5]);
-    EXPECT_EQ(ThreadTreeFind(root, "d"), &nodes[5]);
+    EXPECT_EQ(root->greater->greater, &nodes[3]) << "bytes above 127 are the greatest";
     EXPECT_FALSE(ThreadTreeFind(root, "b"));
 }
 
 TEST(NumberList, TheEndOfABatch) {
-    std::string const path = testing::TempDir() + "number_list_" + std::to_string(getpid());
-    auto const store = [&](std::vector<int32_t> const &numbers, size_t extra = 0) {
-        std::ofstream file(path, std::ios::binary);
-        file.write(reinterpret_cast<char const *>(numbers.data()), static_cast<std::streamsize>(numbers.size() * 4));
-        file.write("abc", static_cast<std::streamsize>(extra));
+    Scratch const scratch;
+    std::string const path = scratch / "list";
+    auto const store = [&](std::vector<int32_t> const &numbers, std::string const &tail = "") {
+        std::string_view const bytes(reinterpret_cast<char const *>(numbers.data()), numbers.size() * 4);
+        WriteFile(path, std::string(bytes) + tail);
     };
     std::vector<int32_t> numbers;
     for (int i = 0; i < 50'000; i++)
         numbers.push_back(10 + 2 * i);
-    store(numbers, 3);
-    EXPECT_EQ(EndOfBatch(path, 10, 1), 14);
-    EXPECT_EQ(EndOfBatch(path, 10, 2), 14);
-    EXPECT_EQ(EndOfBatch(path, 11, 3), 16);
-    EXPECT_EQ(EndOfBatch(path, 0, 500), 10 + 2 * 499);
-    EXPECT_EQ(EndOfBatch(path, 40'000, 20'000), 80'000);
-    EXPECT_EQ(EndOfBatch(path, 100'000, 500), 100'008);
-    EXPECT_EQ(EndOfBatch(path, INT32_MAX, 500), 100'008);
-    EXPECT_EQ(EndOfBatch(path, 10, INT32_MAX), 100'008);
+    store(numbers, "abc");
+    struct Case {
+        int32_t first, count, end;
+    };
+    for (Case const &c : std::initializer_list<Case>{{10, 1, 14},
+                                                     {10, 2, 14},
+                                                     {11, 3, 16},
+                                                     {0, 500, 10 + 2 * 499},
+                                                     {40'000, 20'000, 80'000},
+                                                     {100'000, 500, 100'008},
+                                                     {INT32_MAX, 500, 100'008},
+                                                     {10, INT32_MAX, 100'008}})
+        EXPECT_EQ(EndOfBatch(path, c.first, c.count), c.end) << c.first;
     store({5, 9, 3, -1, 7});
     EXPECT_EQ(EndOfBatch(path, 5, 3), -1); // in the server's order, whatever it is
-    store({}, 3);
+    store({}, "abc");
     EXPECT_EQ(EndOfBatch(path, 0, 1), std::nullopt);
     remove(path.c_str());
     EXPECT_EQ(EndOfBatch(path, 0, 1), std::nullopt);
