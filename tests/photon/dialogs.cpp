@@ -1,6 +1,6 @@
 // Boxes that the caller waits for: from a callback, from a worker, by button, key, frame.
 
-#include "photon/qt_fixture.h"
+#include "photon/fixture.h"
 
 #include "Pf.h"
 #include "qt/application.h"
@@ -130,7 +130,7 @@ TEST_F(Dialogs, AlertFromACallbackLetsTheLibraryGo) {
         while (!open)
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         PtEnter(0);
-        PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "from the worker", 0);
+        SetText(W("lblOne"), "from the worker");
         PtFlush();
         PtLeave(0);
         entered = true;
@@ -200,7 +200,7 @@ TEST_F(Dialogs, WorkersGetInWhileTheFileDialogAsks) {
         if (box && !worker.joinable())
             worker = std::thread([&] {
                 PtEnter(0);
-                PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "from the worker", 0);
+                SetText(W("lblOne"), "from the worker");
                 PtFlush();
                 PtLeave(0);
                 entered = true;

@@ -1,6 +1,6 @@
 // Blocked widgets, hotkeys, menus.
 
-#include "photon/qt_fixture.h"
+#include "photon/fixture.h"
 
 #include <QLineEdit>
 #include <QMenu>
@@ -38,7 +38,7 @@ TEST_F(Input, BlockedWidgetsTakeNothingAndLookTheSame) {
     QShortcutEvent mnemonic(QKeySequence(QStringLiteral("Alt+I")), 0);
     WithoutLock([&] { QApplication::sendEvent(button, &mnemonic); });
     EXPECT_TRUE(told_.empty());
-    EXPECT_STREQ(Text(W("txtInPane")), "");
+    EXPECT_EQ(TextOf(W("txtInPane")), "");
     // A child that comes later is blocked like the rest.
     PtWidget_t *late = PtCreateWidget(PtButton, W("paneOne"), 0, nullptr);
     PtAddCallback(late, Pt_CB_ACTIVATE, Note, &told_);
@@ -51,7 +51,7 @@ TEST_F(Input, BlockedWidgetsTakeNothingAndLookTheSame) {
     Click(Native<QWidget>(late));
     Type(field, "x");
     EXPECT_EQ(told_.size(), 2u);
-    EXPECT_STREQ(Text(W("txtInPane")), "x");
+    EXPECT_EQ(TextOf(W("txtInPane")), "x");
 }
 
 TEST_F(Input, TabPassesBlockedWidgets) {

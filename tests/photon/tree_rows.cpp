@@ -1,6 +1,6 @@
 // Trees: rows, selection callbacks, a million rows.
 
-#include "photon/qt_fixture.h"
+#include "photon/fixture.h"
 
 #include "qt/tree_view.h"
 

@@ -56,10 +56,7 @@ TEST(Logger, WritesOneEscapedLine) {
     EXPECT_EQ(logged.size(), sizeof "[0:0] " - 1 + 1000);
 }
 
-TEST(Spawn, RunsWaitsAndReports) {
-    int const status = spawnl(P_WAIT, "/bin/sh", "sh", "-c", "exit 7", nullptr);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 7);
+TEST(Spawn, StartsOrSaysWhyNot) {
     EXPECT_EQ(spawnl(P_WAIT, "/nowhere/at/all", "x", nullptr), -1);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(spawnl(9, "/bin/true", "true", nullptr), -1);
@@ -98,5 +95,6 @@ TEST(Spawn, GoesOnWaitingAfterASignal) {
     int const status = spawnl(P_WAIT, "/bin/sh", "sh", "-c", "sleep 0.2; exit 4", nullptr);
     setitimer(ITIMER_REAL, &never, nullptr);
     sigaction(SIGALRM, &old, nullptr);
+    ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 4);
 }

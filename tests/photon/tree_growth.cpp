@@ -1,6 +1,6 @@
 // Trees that grow while they are shown: rows appended to any level leave the rest of the view as it stands.
 
-#include "photon/qt_fixture.h"
+#include "photon/fixture.h"
 
 #include "qt/tree_view.h"
 

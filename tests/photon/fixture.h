@@ -1,5 +1,5 @@
 #pragma once
-// A window from modules/testwin.ui with what the tests of the toolkit's windows share.
+// A window from modules/testwin.ui with what the tests of the toolkit share.
 
 #include "Ap.h"
 #include "qt/testing.h"
@@ -18,6 +18,23 @@ inline PtWidget_t *Find(PtWidget_t *root, char const *name) {
         if (PtWidget_t *found = Find(child, name))
             return found;
     return nullptr;
+}
+
+/// The value of a scalar or structure.
+template <class T> T Number(PtWidget_t *widget, long resource) {
+    T const *value = nullptr;
+    EXPECT_EQ(PtGetResource(widget, resource, &value, 0), 0);
+    return value ? *value : T{};
+}
+
+inline std::string TextOf(PtWidget_t *widget) {
+    char const *text = nullptr;
+    EXPECT_EQ(PtGetResource(widget, Pt_ARG_TEXT_STRING, &text, 0), 0);
+    return text ? text : "(null)";
+}
+
+inline void SetText(PtWidget_t *widget, std::string const &text) {
+    PtSetResource(widget, Pt_ARG_TEXT_STRING, text.c_str(), 0);
 }
 
 /// What a callback was told.
@@ -39,8 +56,19 @@ inline int Note(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
     return Pt_CONTINUE;
 }
 
-/// Opens the test window; the GUI thread holds the lock throughout, as the program's callbacks do.
-class WindowTest : public testing::Test {
+/// The GUI thread holds the lock throughout, as the program's callbacks do. No widget stays behind.
+class ToolkitTest : public testing::Test {
+  protected:
+    void TearDown() override {
+        while (!PtTopLevels().empty())
+            PtDestroyWidget(PtTopLevels().front());
+        PtSetParentWidget(nullptr);
+        ProcessEventsFor(10);
+    }
+};
+
+/// Opens the test window.
+class WindowTest : public ToolkitTest {
   protected:
     void SetUp() override {
         window_ = ApLinkWindow(nullptr, &link_, nullptr);
@@ -50,11 +78,6 @@ class WindowTest : public testing::Test {
             return native && native->isVisible();
         }));
         ProcessEventsFor(20);
-    }
-    void TearDown() override {
-        while (!PtTopLevels().empty())
-            PtDestroyWidget(PtTopLevels().front());
-        ProcessEventsFor(10);
     }
 
     PtWidget_t *W(char const *name) { return Find(window_, name); }
@@ -74,12 +97,6 @@ class WindowTest : public testing::Test {
     }
     /// Brings all views up to date.
     void Sync() { ProcessEventsFor(2); }
-
-    char const *Text(PtWidget_t *widget) {
-        char const *text = nullptr;
-        PtGetResource(widget, Pt_ARG_TEXT_STRING, &text, 0);
-        return text ? text : "";
-    }
 
     ApEventLink_t link_{"testwin", ApWindow};
     PtWidget_t *window_ = nullptr;

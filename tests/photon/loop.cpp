@@ -1,8 +1,7 @@
-// The main loop: timers, flushes from workers, the end.
+// The main loop: timers, painting, the end.
 
-#include "photon/qt_fixture.h"
+#include "photon/fixture.h"
 
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
 
@@ -104,39 +103,6 @@ TEST_F(Loop, FlushPaintsAtOnceAndReadsNoInput) {
     EXPECT_EQ(told_.size(), 1u);
 }
 
-// Workers flush while the GUI thread waits for events, while it is in callbacks, and while a callback has left the
-// library.
-TEST_F(Loop, FlushFromWorkers) {
-    std::atomic<int> running = 3;
-    std::vector<std::thread> workers;
-    for (int w = 0; w < 3; w++)
-        workers.emplace_back([&, w] {
-            for (int i = 0; i < 200; i++) {
-                PtEnter(0);
-                PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, ("worker " + std::to_string(w * 1000 + i)).c_str(), 0);
-                PtFlush();
-                EXPECT_TRUE(PtLockHeld());
-                PtLeave(0);
-            }
-            running--;
-        });
-    Step step{W("timerOne"), 0, [](Step &s) {
-                  if (s.expiries % 2)
-                      return;
-                  PtLeave(0);
-                  std::this_thread::sleep_for(std::chrono::milliseconds(2));
-                  PtEnter(0);
-              }};
-    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
-    PtSetResource(step.timer, Pt_ARG_TIMER_REPEAT, 1, 0);
-    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 1, 0);
-    EXPECT_TRUE(ProcessEventsUntil([&] { return running == 0; }, 60'000));
-    for (std::thread &worker : workers)
-        worker.join();
-    Sync();
-    EXPECT_TRUE(N<QLabel>("lblOne")->text().startsWith(QLatin1String("worker ")));
-}
-
 // For each of them alone, the window would be painted a thousand times.
 TEST_F(Loop, SmallChangesOfAWorkerShareAPaint) {
     Paints paints(N<QLabel>("lblOne"));
@@ -158,17 +124,6 @@ TEST_F(Loop, SmallChangesOfAWorkerShareAPaint) {
     // About one for each frame; a slow or checked run takes longer and has more of them.
     EXPECT_LE(paints.count, 100) << "of 1000 changes";
     EXPECT_TRUE(QTest::qWaitFor([&] { return N<QLabel>("lblOne")->text() == QLatin1String("999"); }, 1000));
-}
-
-TEST_F(Loop, AWorkerDestroysAWindow) {
-    QPointer<QWidget> const native(Native<QWidget>(window_));
-    std::thread worker([&] {
-        PtEnter(0);
-        PtDestroyWidget(window_);
-        PtLeave(0);
-    });
-    EXPECT_TRUE(ProcessEventsUntil([&] { return native.isNull(); }));
-    worker.join();
 }
 
 int CloseSoon(PtWidget_t *widget, void *, PtCallbackInfo_t *) { return PtDestroyWidget(ApGetInstance(widget)); }

@@ -1,0 +1,247 @@
+// The library lock, flushes and holds, under several threads.
+
+#include "photon/fixture.h"
+
+#include <QLabel>
+#include <QPushButton>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <pthread.h>
+#include <thread>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+class Lock : public WindowTest {
+  protected:
+    void SetUp() override {
+        WindowTest::SetUp();
+        label_ = W("lblOne");
+    }
+    /// What is on the screen: what the last sync put there.
+    std::string Shown() { return N<QLabel>("lblOne")->text().toStdString(); }
+
+    PtWidget_t *label_ = nullptr;
+};
+
+/// Whether another thread gets the lock. When it is never freed, this does not return and the test times out.
+bool CanEnterElsewhere() {
+    bool entered = false;
+    std::thread([&] {
+        entered = PtEnter(0) == 0;
+        PtLeave(0);
+    }).join();
+    return entered;
+}
+
+/// Leaves the library in the middle of a callback, now and then.
+struct Leaver {
+    int calls = 0;
+    bool away = false;
+};
+int GoAway(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    auto *leaver = static_cast<Leaver *>(data);
+    if (++leaver->calls % 2 == 0) {
+        leaver->away = true;
+        PtLeave(0);
+        std::this_thread::sleep_for(2ms);
+        PtEnter(0);
+        leaver->away = false;
+    }
+    return Pt_CONTINUE;
+}
+
+TEST_F(Lock, TellsItsOwnerFromOthers) {
+    EXPECT_EQ(PtEnter(0), -EDEADLK);       // the main thread holds it from PtInit on
+    EXPECT_EQ(PtLeave(-EDEADLK), -EINVAL); // the answer of a PtEnter that failed changes nothing
+    EXPECT_TRUE(PtLockHeld());
+    EXPECT_EQ(PtLeave(0), 0);
+    EXPECT_EQ(PtLeave(0), -EPERM);
+    EXPECT_EQ(PtEnter(-1), -EINVAL);
+    EXPECT_FALSE(PtLockHeld());
+    std::thread([] {
+        EXPECT_EQ(PtEnter(0), 0);
+        EXPECT_EQ(PtEnter(0), -EDEADLK);
+        EXPECT_EQ(PtLeave(0), 0);
+        EXPECT_EQ(PtFlush(), -EPERM);
+    }).join();
+    EXPECT_EQ(PtEnter(0), 0);
+    std::thread([] { EXPECT_EQ(PtLeave(0), -EPERM); }).join(); // somebody else's lock
+    EXPECT_TRUE(PtLockHeld());
+}
+
+// Workers flush while the GUI thread waits for events or for the lock, while it is in callbacks, and while a callback
+// has left the library.
+TEST_F(Lock, LetsOneThreadInAtATimeAndFlushes) {
+    constexpr int kWorkers = 4, kRounds = 2000;
+    long counter = 0, flushed = 0, painted = 0; // plain variables: only the lock keeps them right
+    Leaver leaver;
+    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, GoAway, &leaver);
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_REPEAT, 1, 0);
+    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 1, 0);
+    std::atomic<int> running = kWorkers;
+    std::vector<std::thread> workers;
+    for (int i = 0; i < kWorkers; i++)
+        workers.emplace_back([&] {
+            for (int round = 0; round < kRounds; round++) {
+                PtEnter(0);
+                SetText(label_, std::to_string(++counter));
+                if (round % 16 == 0) {
+                    bool const away = leaver.away;
+                    PtFlush();
+                    EXPECT_TRUE(PtLockHeld());
+                    flushed += !away;
+                    painted += !away && Shown() == std::to_string(counter);
+                }
+                PtLeave(0);
+            }
+            running--;
+        });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return running == 0; }, 60'000));
+    for (std::thread &worker : workers)
+        worker.join();
+    EXPECT_EQ(counter, kWorkers * kRounds);
+    EXPECT_GE(painted, flushed * 9 / 10) << "a main thread that does not begin within 2 s paints later";
+    EXPECT_TRUE(ProcessEventsUntil([&] { return Shown() == std::to_string(counter); }));
+}
+
+TEST_F(Lock, FlushDoesNotWaitForAMainThreadThatIsAway) {
+    std::string const before = Shown();
+    PtLeave(0); // as a callback does before it works for long
+    auto const start = std::chrono::steady_clock::now();
+    std::thread([&] {
+        PtEnter(0);
+        SetText(label_, "not yet");
+        PtFlush();
+        PtLeave(0);
+    }).join();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+    EXPECT_EQ(Shown(), before);
+    PtEnter(0);
+    PtFlush();
+    EXPECT_EQ(Shown(), "not yet");
+}
+
+TEST_F(Lock, NobodyStarves) {
+    std::atomic<bool> stop = false;
+    PtLockPause const pause;
+    std::thread greedy([&] {
+        while (!stop) {
+            PtEnter(0);
+            for (auto const until = std::chrono::steady_clock::now() + 200us;
+                 std::chrono::steady_clock::now() < until;) {
+            }
+            PtLeave(0);
+        }
+    });
+    auto longest = 0ns;
+    for (int i = 0; i < 50; i++) {
+        auto const start = std::chrono::steady_clock::now();
+        PtEnter(0);
+        PtLeave(0);
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
+    }
+    stop = true;
+    greedy.join();
+    EXPECT_LT(longest, 2s);
+}
+
+TEST_F(Lock, IsFreeAgainAfterAWorkerThatNeverLeft) {
+    PtLockPause const pause;
+    std::thread([] { PtEnter(0); }).join();
+    EXPECT_TRUE(CanEnterElsewhere());
+
+    pthread_t cancelled{};
+    std::atomic<bool> entered = false;
+    auto const body = [](void *flag) -> void * {
+        PtEnter(0);
+        *static_cast<std::atomic<bool> *>(flag) = true;
+        for (;;)
+            ::pause(); // a cancellation point
+    };
+    ASSERT_EQ(pthread_create(&cancelled, nullptr, body, &entered), 0);
+    while (!entered)
+        std::this_thread::yield();
+    pthread_cancel(cancelled);
+    pthread_join(cancelled, nullptr);
+    EXPECT_TRUE(CanEnterElsewhere());
+}
+
+TEST_F(Lock, HoldKeepsPaintingBackButNotAFlush) {
+    std::string const before = Shown();
+    EXPECT_EQ(PtHold(), 1);
+    EXPECT_EQ(PtHold(), 2);
+    SetText(label_, "held");
+    Sync();
+    EXPECT_EQ(Shown(), before);
+    EXPECT_EQ(PtFlush(), 2);
+    EXPECT_EQ(Shown(), "held");
+    SetText(label_, "later");
+    EXPECT_EQ(PtRelease(), 1);
+    EXPECT_EQ(Shown(), "held");
+    EXPECT_EQ(PtUpdate(), 0);
+    EXPECT_EQ(Shown(), "later");
+    EXPECT_EQ(PtRelease(), -1);
+}
+
+TEST_F(Lock, WorkersCreateDestroyAndOrderActions) {
+    std::vector<Told> expired;
+    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, Note, &expired);
+    PtWidget_t *made = nullptr;
+    bool at_once = true, shown = false;
+    std::atomic<bool> done = false;
+    std::thread worker([&] {
+        PtEnter(0);
+        PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 1, 0); // only the main thread acts
+        made = PtCreateWidget(PtButton, W("paneOne"), 0, nullptr);
+        SetText(made, "new");
+        at_once = made->view != nullptr;
+        PtFlush();
+        shown = made->view != nullptr;
+        PtLeave(0);
+        done = true;
+    });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return done && !expired.empty(); }));
+    worker.join();
+    EXPECT_FALSE(at_once);
+    EXPECT_TRUE(shown);
+    EXPECT_EQ(Native<QPushButton>(made)->text(), QStringLiteral("new"));
+    QPointer<QWidget> const window(Native<QWidget>(window_));
+    std::thread destroyer([&] {
+        PtEnter(0);
+        PtDestroyWidget(window_);
+        EXPECT_TRUE(PtWidgetFlags(made) & Pt_DESTROYED); // its memory waits for the main loop
+        PtLeave(0);
+    });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return window.isNull(); }));
+    destroyer.join();
+}
+
+TEST_F(Lock, WidgetStaysWhileAWorkersCallbackRunsForIt) {
+    auto const destroy_and_ask = [](PtWidget_t *widget, void *, PtCallbackInfo_t *) {
+        PtDestroyWidget(widget);
+        {
+            PtLockPause const pause; // a question to the user: the main loop turns meanwhile and frees what it can
+            std::this_thread::sleep_for(60ms);
+        }
+        EXPECT_EQ(TextOf(widget), "still here");
+        return int{Pt_CONTINUE};
+    };
+    PtWidget_t *button = W("btnOne");
+    SetText(button, "still here");
+    PtAddCallback(button, Pt_CB_ACTIVATE, destroy_and_ask, nullptr);
+    std::atomic<bool> done = false;
+    std::thread worker([&] {
+        PtEnter(0);
+        PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr);
+        PtLeave(0);
+        done = true;
+    });
+    EXPECT_TRUE(ProcessEventsUntil([&] { return done.load(); }));
+    worker.join();
+}
+
+} // namespace

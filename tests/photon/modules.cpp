@@ -1,0 +1,184 @@
+// The application-builder runtime: link tables, options, modules, the widget table, databases.
+
+#include "photon/fixture.h"
+
+#include <QLabel>
+#include <QScreen>
+#include <QTimer>
+
+namespace {
+
+enum { ABN_testwin = 1, ABN_btnOne, ABN_testdlg, ABN_btnDlg, ABN_testmenu, ABN_mnuTop, kCount };
+char const *const kNames[kCount] = {nullptr, "testwin", "btnOne", "testdlg", "btnDlg", "testmenu", "mnuTop"};
+PtWidget_t *widgets[kCount];
+
+int setup_answer = Pt_CONTINUE;
+std::string events;
+
+int Setup(PtWidget_t *root, ApInfo_t *info, PtCallbackInfo_t *) {
+    EXPECT_EQ(info->reason, ABR_PRE_REALIZE);
+    EXPECT_FALSE(PtWidgetIsRealized(root));
+    EXPECT_TRUE(root->view);
+    events += "setup ";
+    return setup_answer;
+}
+int OnRealized(PtWidget_t *, ApInfo_t *info, PtCallbackInfo_t *) {
+    EXPECT_EQ(info->reason, ABR_CODE);
+    events += "realized ";
+    return Pt_CONTINUE;
+}
+int OnClose(PtWidget_t *widget, ApInfo_t *info, PtCallbackInfo_t *) {
+    EXPECT_EQ(info->reason, ABR_DONE);
+    EXPECT_EQ(info->widget, widget);
+    events += "close ";
+    return Pt_CONTINUE;
+}
+int OnGone(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    EXPECT_TRUE(widgets[ABN_testdlg]); // until its own callbacks have run
+    events += "gone ";
+    return Pt_CONTINUE;
+}
+
+ApEventLink_t window_link{"testwin", ApWindow}, dialog_link{"testdlg", ApDialog, Setup},
+    menu_link{"testmenu", ApMenu}, pictures_link{"testpics", ApPicture}, missing_link{"missing", ApDialog};
+
+ApLink_t const kWindowLinks[] = {{"btnOne", Pt_CB_ACTIVATE, ApLinkModule, nullptr, &dialog_link},
+                                 {"testwin", Pt_CB_REALIZED, ApLinkCode, OnRealized, nullptr}};
+ApLink_t const kDialogLinks[] = {{"btnDlg", Pt_CB_ACTIVATE, ApLinkDone, OnClose, nullptr},
+                                 {"testdlg", Pt_CB_DESTROYED, ApLinkCode, OnGone, nullptr}};
+ApLinkTable_t const kTables[] = {{"testwin", kWindowLinks, 2}, {"testdlg", kDialogLinks, 2}};
+
+class Modules : public ToolkitTest {
+  protected:
+    void SetUp() override {
+        events.clear();
+        setup_answer = Pt_CONTINUE;
+    }
+    void TearDown() override {
+        ToolkitTest::TearDown();
+        char *none = nullptr;
+        ApInitialize(0, &none, &AbContext); // for other tests
+    }
+    int Start(std::vector<char const *> arguments = {"test"}) {
+        return ApInitialize(static_cast<int>(arguments.size()), const_cast<char **>(arguments.data()), &context_);
+    }
+    static PtWidget_t *OpenWindow() { return ApLinkWindow(nullptr, &window_link, nullptr); }
+    static void Click(PtWidget_t *widget) { PtInvokeCallbacks(*widget, Pt_CB_ACTIVATE, 0, nullptr, nullptr); }
+
+    ApContext_t context_{0, kNames, widgets, kCount, kTables, 2};
+};
+
+TEST_F(Modules, WrongNamesInLinkTablesAreRefused) {
+    ApLink_t const unknown[] = {{"btnOen", Pt_CB_ACTIVATE, ApLinkCode, OnClose, nullptr}};
+    ApLink_t const opens_missing[] = {{"btnOne", Pt_CB_ACTIVATE, ApLinkModule, nullptr, &missing_link}};
+    context_.link_table_count = 1;
+    for (auto const &[table, name] : {std::pair{ApLinkTable_t{"testwin", unknown, 1}, "btnOen"},
+                                      {{"tetswin", kWindowLinks, 2}, "tetswin"},
+                                      {{"testwin", opens_missing, 1}, "missing"}}) {
+        context_.link_tables = &table;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Start(), -1);
+        EXPECT_NE(testing::internal::GetCapturedStderr().find(name), std::string::npos);
+    }
+    context_.link_tables = kTables;
+    context_.link_table_count = 2;
+    EXPECT_EQ(Start(), 0);
+}
+
+TEST_F(Modules, StandardOptionsPlaceTheFirstWindow) {
+    std::vector<char const *> arguments = {"test", "-x10", "-y",   "5%r", "-vw", "640", "-s",
+                                           "-h1",  "-Sn",  "name", "-h",  "700", "--",  "-x99"};
+    std::vector<char const *> const before = arguments;
+    EXPECT_EQ(ApInitialize(static_cast<int>(arguments.size()), const_cast<char **>(arguments.data()), &context_), 0);
+    EXPECT_EQ(arguments, before);
+    auto *window = Native<QWidget>(OpenWindow());
+    ASSERT_TRUE(ProcessEventsUntil([&] { return window->isVisible(); }));
+    int const top = window->screen()->availableGeometry().height() * 5 / 100;
+    EXPECT_EQ(window->geometry(), QRect(10, top, 640, 700));
+    ASSERT_EQ(Start({"test", "-Sm"}), 0);
+    EXPECT_FALSE(Native<QWidget>(OpenWindow())->isMaximized()) << "not the first";
+}
+
+TEST_F(Modules, OpenRunCloseAndForget) {
+    ASSERT_EQ(Start(), 0);
+    PtWidget_t *window = OpenWindow();
+    ASSERT_EQ(window, widgets[ABN_testwin]);
+    EXPECT_EQ(events, "realized ");
+    PtWidget_t *open = widgets[ABN_btnOne];
+    EXPECT_EQ(TextOf(open), "One");
+    EXPECT_EQ(PtListItemPos(Find(window, "cmbOne"), "green"), 2);
+    EXPECT_EQ(ApGetInstance(open), window);
+    EXPECT_EQ(ApGetWidgetPtr(window, ABN_btnOne), open);
+    EXPECT_EQ(ApName(open), ABN_btnOne);
+
+    Click(open);
+    PtWidget_t *dialog = widgets[ABN_testdlg];
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(ApGetWidgetPtr(window, ABN_btnDlg), nullptr); // another instance's, although inside its window
+    Click(open);
+    EXPECT_EQ(widgets[ABN_testdlg], dialog); // only one
+    Click(widgets[ABN_btnDlg]);
+    EXPECT_EQ(events, "realized setup close gone ");
+    EXPECT_EQ(widgets[ABN_testdlg], nullptr);
+    EXPECT_EQ(widgets[ABN_btnDlg], nullptr);
+
+    setup_answer = Pt_END;
+    EXPECT_EQ(ApCreateModule(&dialog_link, open, nullptr), nullptr);
+    EXPECT_EQ(ApCreateModule(&missing_link, open, nullptr), nullptr);
+    setup_answer = Pt_CONTINUE;
+    dialog = ApCreateModule(&dialog_link, nullptr, nullptr);
+    QTimer::singleShot(10, [&] { PtDestroyWidget(dialog); });
+    EXPECT_EQ(ApModalWait(dialog, 0), 0);
+    EXPECT_EQ(ApModalWait(nullptr, 0), -1);
+
+    PtWidget_t *second = OpenWindow();
+    EXPECT_EQ(widgets[ABN_testwin], second); // takes the table over
+    EXPECT_NE(ApGetWidgetPtr(window, ABN_btnOne), widgets[ABN_btnOne]);
+    PtDestroyWidget(second);
+    EXPECT_EQ(widgets[ABN_testwin], nullptr);
+    EXPECT_FALSE(PtWidgetFlags(window) & Pt_DESTROYED);
+}
+
+TEST_F(Modules, AMenuIsThereOnce) {
+    ASSERT_EQ(Start(), 0);
+    OpenWindow();
+    PtWidget_t *menu = ApCreateModule(&menu_link, widgets[ABN_btnOne], nullptr);
+    ASSERT_TRUE(menu);
+    EXPECT_TRUE(PtWidgetIsRealized(widgets[ABN_mnuTop]));
+    PtUnrealizeWidget(menu);
+    PtWidget_t *again = ApCreateModule(&menu_link, nullptr, nullptr);
+    EXPECT_TRUE(PtWidgetFlags(menu) & Pt_DESTROYED);
+    EXPECT_EQ(widgets[ABN_testmenu], again);
+}
+
+TEST_F(Modules, DatabasesGiveCopies) {
+    ASSERT_EQ(Start(), 0);
+    PtWidget_t *window = OpenWindow();
+    ApDBase_t *db = ApOpenDBase(&pictures_link);
+    ASSERT_TRUE(db);
+    PhImage_t *const dot = ApGetImageRes(db, "lblDot");
+    EXPECT_TRUE(dot);
+    EXPECT_EQ(ApGetImageRes(db, "testpics"), nullptr);
+    PtArg_t arg;
+    PtSetArg(&arg, Pt_ARG_TEXT_STRING, "text", 0);
+    PtWidget_t *label = ApCreateWidget(db, "lblDot", 7, 9, 1, &arg);
+    ASSERT_TRUE(label);
+    EXPECT_EQ(PtWidgetParent(label), window);
+    EXPECT_EQ(TextOf(label), "text");
+    EXPECT_EQ(Number<PhPoint_t>(label, Pt_ARG_POS).y, 9);
+    EXPECT_FALSE(PtWidgetIsRealized(label));
+    EXPECT_EQ(ApCreateWidget(db, "nothing", 0, 0, 0, nullptr), nullptr);
+    // Its picture, as a label shows it.
+    PtSetResource(label, Pt_ARG_LABEL_TYPE, Pt_IMAGE, 0);
+    PtSetResource(label, Pt_ARG_LABEL_IMAGE, dot, 0);
+    EXPECT_EQ(PtRealizeWidget(label), 0);
+    ProcessEventsFor(2);
+    QPixmap const shown = Native<QLabel>(label)->pixmap();
+    EXPECT_EQ(shown.deviceIndependentSize().toSize(), QSize(24, 24));
+    EXPECT_EQ(shown.toImage().pixelColor(5, 5), QColor(255, 0, 0));
+    EXPECT_EQ(ApCloseDBase(db), 0);
+    EXPECT_EQ(ApCloseDBase(db), -1);
+    EXPECT_EQ(ApOpenDBase(&missing_link), nullptr);
+}
+
+} // namespace
