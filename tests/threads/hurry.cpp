@@ -1,6 +1,6 @@
 #include "threads/hurry.h"
 
-#include "threads/rows.h"
+#include "threads/walk.h"
 
 #include "news/header_download.h"
 #include "pop/check_mail.h"
@@ -16,44 +16,17 @@
 #include <QMenu>
 #include <QTest>
 #include <QTimer>
-#include <QTreeView>
 
 #include <algorithm>
 #include <gtest/gtest.h>
 
 namespace {
 
-/// Calls `look` under the library lock.
-template <class Look> auto Locked(Look look) {
-    EXPECT_EQ(PtEnter(0), 0);
-    auto const seen = look();
-    PtLeave(0);
-    return seen;
-}
-
 bool IsBlocked(PtWidget_t *const &widget) {
     return Locked([&] {
         unsigned long const *flags = nullptr;
         PtGetResource(widget, Pt_ARG_FLAGS, &flags, 0);
         return (*flags & Pt_BLOCKED) != 0;
-    });
-}
-
-void AllRows(QAbstractItemModel const &model, QModelIndex const &parent, QList<QModelIndex> &rows) {
-    for (int row = 0; row < model.rowCount(parent); row++) {
-        QModelIndex const index = model.index(row, 0, parent);
-        rows << index;
-        AllRows(model, index, rows);
-    }
-}
-
-int RowCount(char const *name) {
-    auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    // Threads grow while a worker adds answers: like every walk over the rows, this one is the library's.
-    return Locked([=] {
-        QList<QModelIndex> rows;
-        AllRows(*tree->model(), {}, rows);
-        return static_cast<int>(rows.size());
     });
 }
 
@@ -66,23 +39,6 @@ std::string CurrentSubject() {
 }
 
 } // namespace
-
-bool ClickOn(char const *name, int number, Qt::MouseButton button) {
-    auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    QRect const place = Locked([=] {
-        QList<QModelIndex> rows;
-        AllRows(*tree->model(), {}, rows);
-        if (number >= rows.size())
-            return QRect();
-        tree->scrollTo(rows[number]);
-        return tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
-    });
-    if (place.isEmpty())
-        return false;
-    QTest::mousePress(tree->viewport(), button, {}, place.center());
-    QTest::mouseRelease(tree->viewport(), button, {}, place.center());
-    return true;
-}
 
 Hurry::Hurry(World &world, unsigned seed) : world_(world), random_(seed), answers_(new QTimer(qApp)) {
     QObject::connect(answers_, &QTimer::timeout, answers_, [] {
@@ -126,8 +82,8 @@ void Hurry::ComeToRest() {
     for (PtWidget_t *timer : {ABW_timerCheckEmail, ABW_timerNoop})
         PtSetResource(timer, Pt_ARG_TIMER_INITIAL, 0, 0);
     PtLeave(0);
-    EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }, 60000)) << "a check does not end";
-    EXPECT_TRUE(WaitFor([] { return RunningDownloads() == 0; }, 60000)) << "a download does not end";
+    EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }, 120000)) << "a check does not end";
+    EXPECT_TRUE(WaitFor([] { return RunningDownloads() == 0; }, 120000)) << "a download does not end";
 }
 
 void Hurry::PressCheck() { QTest::mouseClick(Find("btnCheckEmail"), Qt::LeftButton); }
@@ -160,8 +116,11 @@ void Hurry::OneThing() {
         ShakeServer();
 }
 
-/// Opens a folder, and looks whether what is stored in it is shown, unless a check blocks the tree meanwhile.
+/// Opens a folder, and looks whether what is stored in it is listed and what is listed is shown, unless a check
+/// blocks the tree meanwhile.
 void Hurry::OpenSomeFolder() {
+    // A check lists nothing more when its profile has been saved under it.
+    bool const quiet = RunningChecks() == 0;
     int const rows = RowCount("treeProfiles");
     if (rows == 0 || IsBlocked(ABW_treeProfiles) || !ClickOn("treeProfiles", Below(rows)) ||
         IsBlocked(ABW_treeProfiles))
@@ -170,20 +129,26 @@ void Hurry::OpenSomeFolder() {
         std::string profile, folder;
         int rows = 0;
     };
-    Open const open = Locked([] {
+    auto const look = [] {
         Open now{currentProfile ? currentProfile->name : "", currentFolder};
         for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders); item; item = BrotherOf(item))
             now.rows += RowOf(item)->origin == kStored;
         return now;
-    });
+    };
+    Open open = Locked(look);
     if (open.profile.empty())
         return;
-    int const stored = World::Stored(open.profile, open.folder);
-    if (RunningChecks() == 0) {
-        EXPECT_GE(open.rows, stored) << open.profile << "/" << open.folder << " is not listed whole";
-    }
-    EXPECT_TRUE(WaitFor([&] { return RowCount("treeMessageHeaders") >= open.rows; }, 3000))
-        << RowCount("treeMessageHeaders") << " of " << open.rows << " rows are shown";
+    // The next check, or what is being sent, may just be storing a message whose row follows.
+    int stored = 0;
+    auto const listed = [&] {
+        stored = World::Stored(open.profile, open.folder);
+        open = Locked(look);
+        return open.rows >= stored;
+    };
+    EXPECT_TRUE(!quiet || WaitFor(listed, 60000))
+        << open.rows << " of " << stored << " messages of " << open.profile << "/" << open.folder << " are listed";
+    EXPECT_TRUE(WaitFor([&] { return RowCount("treeMessageHeaders") >= Locked(look).rows; }, 60000))
+        << RowCount("treeMessageHeaders") << " of " << Locked(look).rows << " rows are shown";
 }
 
 void Hurry::ReadSomeMessage() {
@@ -193,17 +158,18 @@ void Hurry::ReadSomeMessage() {
     if (!ClickOn("treeMessageHeaders", Below(rows)))
         return;
     chosen_.push_back(QString::fromStdString(CurrentSubject()));
-    if (chosen_.size() > 3)
-        chosen_.pop_front();
     Wait(30);
-    // Pages come when the page server has them: this may still be an earlier one.
+    // Pages come when the page server has them, and what cannot be fetched leaves the page as it is: this may still
+    // be an earlier one, but never one from before the last that was seen.
     QString const shown = Text("webEmailMessage");
-    bool const wanted = std::any_of(chosen_.begin(), chosen_.end(), [&](QString const &subject) {
-        // A row whose header the server would not give, being about to go, has no subject; its message may come yet.
-        return subject.isEmpty() || shown.contains("The text of " + subject + ".");
+    auto const wanted = std::find_if(chosen_.rbegin(), chosen_.rend(), [&](QString const &subject) {
+        return !subject.isEmpty() && shown.contains("The text of " + subject + ".");
     });
-    EXPECT_TRUE(wanted || !shown.contains("The text of "))
-        << chosen_.join(", ").toStdString() << " was wanted, shown is " << shown.left(400).toStdString();
+    if (wanted != chosen_.rend())
+        chosen_.erase(chosen_.begin(), wanted.base() - 1);
+    else // a row whose header the server would not give, being about to go, has no subject; its message may come yet
+        EXPECT_TRUE(chosen_.contains(QString()) || !shown.contains("The text of "))
+            << chosen_.join(", ").toStdString() << " was wanted, shown is " << shown.left(400).toStdString();
 }
 
 void Hurry::DeleteMessage() {
@@ -234,12 +200,13 @@ void Hurry::FileMessage() {
 
 void Hurry::EditAccounts() {
     ChooseFromMenuBar("mnuSettings_Accounts");
+    if (!IsShown("dlgAccounts"))
+        return;
     if (Below(2))
         ChangeProfile(Below(2) ? "home" : "work");
     else
         MakeOrDeleteSpare();
-    Click("btnCloseAccounts_Activated");
-    EXPECT_TRUE(WaitFor([] { return !IsShown("dlgAccounts"); }));
+    CloseBy("btnCloseAccounts_Activated", "dlgAccounts");
 }
 
 void Hurry::ChangeProfile(char const *name) {
@@ -255,7 +222,7 @@ void Hurry::MakeOrDeleteSpare() {
     if (Rows("treeAccounts_Accounts").contains("spare")) {
         ClickRow("treeAccounts_Accounts", "spare");
         Click("btnDeleteEmailAccount");
-        EXPECT_FALSE(Rows("treeAccounts_Accounts").contains("spare"));
+        EXPECT_TRUE(WaitFor([] { return !Rows("treeAccounts_Accounts").contains("spare"); }));
         return;
     }
     Click("btnNewEmailAccount");
@@ -265,7 +232,7 @@ void Hurry::MakeOrDeleteSpare() {
     Type("txtAccount_Username", "carol");
     Type("txtAccount_Password", "secret");
     Click("btnAccount_Save");
-    EXPECT_TRUE(Rows("treeAccounts_Accounts").contains("spare"));
+    EXPECT_TRUE(WaitFor([] { return Rows("treeAccounts_Accounts").contains("spare"); }));
 }
 
 void Hurry::ShakeServer() {
@@ -290,33 +257,9 @@ void Hurry::SetTimers() const {
     PtLeave(0);
 }
 
+/// Whatever the status says, and servers have a word in it, is text.
 void Hurry::CheckStatus() const {
-    static QStringList const starts{"Checking Email",
-                                    "You have ",
-                                    "Rcv ",
-                                    "Could not connect",
-                                    "Host unknown",
-                                    "Lost the connection",
-                                    "Message ",
-                                    "The connection was lost",
-                                    "The message could not be ",
-                                    "The messages could not be stored",
-                                    "The mail server refused",
-                                    "-ERR",
-                                    "Cannot write ",
-                                    "Connecting to news server",
-                                    "opening group",
-                                    "Downloading headers",
-                                    "rcvd ",
-                                    "The news server",
-                                    "Choose a newsgroup",
-                                    "The article was not posted",
-                                    "400 ",
-                                    "41",
-                                    "42"};
     QString const status = Text("lblStatus");
-    bool known = status.isEmpty();
-    for (QString const &start : starts)
-        known = known || status.startsWith(start);
-    EXPECT_TRUE(known) << "status: " << status.toStdString();
+    EXPECT_TRUE(std::all_of(status.begin(), status.end(), [](QChar c) { return c.isPrint() || c == '\n'; }))
+        << "status: " << status.toStdString();
 }

@@ -1,7 +1,7 @@
 // The person in a hurry with newsgroups, and writing.
 
 #include "threads/hurry.h"
-#include "threads/rows.h"
+#include "threads/walk.h"
 
 #include "ui/person.h"
 #include "ui/sample.h"
@@ -31,18 +31,6 @@ void ChooseFromMenuOf(QString const &row, QStringList const &entries) {
         menu->close();
         Wait(1);
     }
-}
-
-/// Alerts may come in between and take the click.
-void CloseBy(char const *button, char const *window) {
-    EXPECT_TRUE(WaitFor(
-        [=] {
-            if (IsShown(button))
-                Click(button);
-            return !IsShown(window);
-        },
-        20000))
-        << window << " does not close";
 }
 
 } // namespace

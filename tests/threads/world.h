@@ -6,6 +6,7 @@
 #include "fixtures/postfix_server.h"
 
 #include <memory>
+#include <set>
 #include <string>
 
 /// A server with the mailboxes of alice, bob and carol, and what has happened to their mail. The notes are kept in
@@ -34,6 +35,8 @@ class World {
     std::unique_ptr<PostfixServer> smtp; ///< null without
 
   private:
+    /// The subjects of all messages that are anywhere, each as it was put.
+    std::set<std::string> Found() const;
     std::string Notes(char const *name) const { return server.WorkDirectory() + "/" + name; }
     int put_ = 0;
 };

@@ -46,10 +46,10 @@ void MakeNewsProfile(std::string const &server, std::vector<std::string> const &
         std::ofstream(profile + "/groups/" + group).flush();
 }
 
-void SendThrough(std::string const &server) {
-    std::string profile = FileText(Root() + "home.dat");
+void SendThrough(std::string const &server, std::string const &name) {
+    std::string profile = FileText(Root() + name + ".dat");
     profile.replace(profile.find("smtp.example.org"), 16, server);
-    std::ofstream(Root() + "home.dat") << profile;
+    std::ofstream(Root() + name + ".dat") << profile;
 }
 
 long IndexSize(std::string const &folder) {

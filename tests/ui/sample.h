@@ -20,8 +20,8 @@ void MakeProfile(std::string const &server, bool leaveOnServer, int interval = 3
 /// Makes the news profile "usenet" of alice on the server "host:port", with subscriptions.
 void MakeNewsProfile(std::string const &server, std::vector<std::string> const &groups = {});
 
-/// Lets alice's profile "home" send through the SMTP server "host:port".
-void SendThrough(std::string const &server);
+/// Lets alice's profile "home", or another, send through the SMTP server "host:port".
+void SendThrough(std::string const &server, std::string const &name = "home");
 
 /// The user's directory, with a slash at its end.
 std::string Root();
