@@ -4,8 +4,6 @@
 #include "fixtures/inn_server.h"
 #include "protocol/news_fixture.h"
 
-#include <poll.h>
-
 namespace {
 
 using namespace std::string_literals;
@@ -17,24 +15,12 @@ std::string Post(int number, std::string const &references = "", std::string con
            (references.empty() ? "" : "References: " + references + "\n") + "\n" + body;
 }
 
-class Inn : public NewsTest {
-  protected:
-    void SetUp() override {
-        if (inn.MayNotRun())
-            GTEST_SKIP() << "INN needs root or user name spaces here";
-        ASSERT_GT(inn.Port(), 0);
-        profile = MakeNewsProfile(inn.Address());
-    }
-    explicit Inn(std::vector<std::string> const &options = {"--access", "required"}) : inn(options) {}
-    InnServer inn;
-};
-
-class IdleInn : public Inn {
-  protected:
-    IdleInn() : Inn({"--idle", "8"}) {}
-};
-
-TEST_F(Inn, GroupsHeadersAndArticles) {
+TEST_F(NewsTest, OfARealServer) {
+    InnServer inn({"--access", "required"});
+    if (inn.MayNotRun())
+        GTEST_SKIP() << "INN needs root or user name spaces here";
+    ASSERT_GT(inn.Port(), 0);
+    profile = MakeNewsProfile(inn.Address());
     std::string large;
     for (int i = 0; i < 20000; i++)
         large += (i % 9 ? "A line of a long article, number " : "..") + std::to_string(i) + "\n";
@@ -72,6 +58,16 @@ TEST_F(Inn, GroupsHeadersAndArticles) {
     EXPECT_EQ(Download(), "2 >3 4");
     EXPECT_EQ(FileText(NumberListPath("usenet", "test.general")), "\2\0\0\0\3\0\0\0\4\0\0\0"s);
 
+    // It comes back after the server was away.
+    inn.Stop();
+    EXPECT_EQ(Article(4), "(none)");
+    EXPECT_EQ(answer, "Could not connect to the news server");
+    ASSERT_TRUE(inn.Start());
+    ASSERT_TRUE(inn.Put(Post(5)));
+    EXPECT_TRUE(Article(4).ends_with("\r\n\r\nHello.\r\n.\r\n"));
+    EXPECT_EQ(profile->lastArticle, 5);
+    EXPECT_EQ(profile->headersDone, 3);
+
     EXPECT_EQ(shownAlerts, std::vector<std::string>());
     CopyText(profile->password, "wrong");
     Connect();
@@ -79,24 +75,6 @@ TEST_F(Inn, GroupsHeadersAndArticles) {
     std::vector<std::string> const refused{"Error|481 Authentication failed",
                                            "Error|Could not authenticate to server"};
     EXPECT_EQ(shownAlerts, refused);
-}
-
-TEST_F(IdleInn, ComesBackAfterTheServerWasAway) {
-    ASSERT_TRUE(inn.Put(Post(1)));
-    OpenInWindow();
-    EXPECT_EQ(Download(), "1");
-    // The server throws idle readers out: the article is fetched over a new connection.
-    pollfd gone{profile->serverSocket, POLLRDHUP, 0};
-    ASSERT_EQ(poll(&gone, 1, 60'000), 1);
-    EXPECT_TRUE(Article(1).ends_with("\r\n\r\nHello.\r\n.\r\n"));
-    inn.Stop();
-    EXPECT_EQ(Article(1), "(none)");
-    EXPECT_EQ(answer, "Could not connect to the news server");
-    ASSERT_TRUE(inn.Start());
-    ASSERT_TRUE(inn.Put(Post(2)));
-    EXPECT_TRUE(Article(1).ends_with("\r\n\r\nHello.\r\n.\r\n"));
-    EXPECT_EQ(profile->lastArticle, 2);
-    EXPECT_EQ(profile->headersDone, 1);
 }
 
 } // namespace

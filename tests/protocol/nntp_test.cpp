@@ -6,7 +6,6 @@
 #include "news/answer_copy.h"
 #include "protocol/news_fixture.h"
 
-#include <algorithm>
 #include <thread>
 
 namespace {
@@ -274,17 +273,7 @@ TEST_F(News, SilenceIsPaintedAndCanBeEnded) {
     std::thread other([&] {
         // The library is free for others while the main thread waits, and what they change is painted.
         SetStatus("Somebody else was here");
-        bool painted = false;
-        for (int i = 0; i < 1000 && !painted; i++) {
-            {
-                ToolkitGuard const guard;
-                auto const &seen = screen.Painted();
-                painted = std::any_of(seen.begin(), seen.end(),
-                                      [](std::string const &text) { return text.starts_with("Somebody else"); });
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_TRUE(painted);
+        EXPECT_TRUE(screen.WaitUntilPainted("Somebody else was here"));
         StopDownload(*profile);
     });
     EXPECT_EQ(Article(4), "(none)");
