@@ -22,7 +22,43 @@ size_t NumberIn(std::string const &line) {
     return blank == std::string::npos ? 0 : strtoul(line.c_str() + blank, nullptr, 10);
 }
 
+auto Instead(std::string bytes) {
+    return [bytes](std::string const &) { return bytes; };
+}
+/// What belongs to a message follows as it should.
+auto FirstLineInstead(std::string line) {
+    return [line](std::string const &reply) { return line + reply.substr(reply.find('\n') + 1); };
+}
+std::string Half(std::string const &reply) { return reply.substr(0, reply.size() / 2); }
+
+/// 20 MB of it, then the end.
+Fault Endless(std::string const &part) {
+    std::string bytes;
+    while (bytes.size() < 1 << 20)
+        bytes += part;
+    return {.bytes = Instead(bytes), .times = 20, .then = Fault::kClose};
+}
+
 } // namespace
+
+std::vector<Misbehaviour> Misbehaviours() {
+    return {
+        {"Close", {.bytes = Instead(""), .then = Fault::kClose}, Misbehaviour::kLosing},
+        {"Torn", {.bytes = Half, .then = Fault::kClose}, Misbehaviour::kLosing},
+        {"Reset", {.bytes = Half, .then = Fault::kReset}, Misbehaviour::kLosing},
+        {"Bytewise", {.piece = 1}, Misbehaviour::kHarmless},
+        {"Refusal", {.bytes = Instead("-ERR <b>%s%n%n</b>\r\n")}, Misbehaviour::kRefusing},
+        {"Eightbit", {.bytes = Instead("\xff\xfe\xe9\xe9 +OK\r\n")}},
+        {"EightbitOk", {.bytes = FirstLineInstead("+OK gel\xf6scht \xe4\r\n")}},
+        {"Nuls", {.bytes = Instead(std::string("\0\0+OK\0\r\n", 8))}},
+        {"EmptyLines", {.bytes = Instead("\r\n\r\n\n\n")}},
+        {"LongLine", {.bytes = FirstLineInstead("+OK " + std::string(300'000, 'x') + "\r\n")}},
+        {"EndlessLine", Endless("x"), Misbehaviour::kLosing},
+        {"EndlessEightbit", Endless("\xe9")},
+        {"EndlessNuls", Endless(std::string(1, '\0'))},
+        {"EndlessLines", Endless("+OK 12 more\r\n")},
+    };
+}
 
 MailboxServer::MailboxServer(std::vector<std::string> messages, Fault fault)
     : messages_(std::move(messages)), fault_(std::move(fault)),

@@ -19,6 +19,21 @@ struct Fault {
     enum { kGoOn, kClose, kReset } then = kGoOn;
 };
 
+/// A way to misbehave at any reply: `fault` without the number of the reply.
+struct Misbehaviour {
+    char const *name;
+    Fault fault;
+    enum {
+        kOdd,      ///< what comes of it depends
+        kHarmless, ///< the session must not notice
+        kRefusing, ///< the reply is a plain no
+        kLosing    ///< the connection cannot be used after it
+    } effect = kOdd;
+};
+
+/// Ends, stops, bytes and lengths that no reply should have.
+std::vector<Misbehaviour> Misbehaviours();
+
 class MailboxServer {
   public:
     explicit MailboxServer(std::vector<std::string> messages, Fault fault = {});

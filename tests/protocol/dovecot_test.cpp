@@ -73,7 +73,8 @@ TEST_F(Dovecot, LeaveModeThenReading) {
     EXPECT_EQ(screen.Rows()[3].text, Row(4));
     EXPECT_TRUE(server.WaitForLog("Logged out")); // the first connection ended with a QUIT
     EXPECT_EQ(server.Count("alice"), 4);
-    // Thrown out in between: the next check just connects again, reading meets the server's farewell and then the end.
+    // Thrown out in between: the next check just connects again, reading meets the server's farewell and then the
+    // end.
     server.Kick("alice");
     EXPECT_TRUE(server.WaitForLog("Server shutting down", 1)) << server.Log();
     EXPECT_EQ(Run(*profile), 1);

@@ -287,15 +287,6 @@ TEST_F(Login, SendsEachCommandOnceAndWhole) {
     EXPECT_EQ(server->Arrivals()[1].bytes, "PASS two words\r\n");
 }
 
-TEST_F(Login, TellsARefusedPasswordInTheServersWords) {
-    EXPECT_EQ(Play({Send("+OK\r\n"), Send("-ERR no %s%n such user\r\n")}), -1);
-    EXPECT_EQ(screen.Status(), "");
-    EXPECT_GT(profile->serverSocket, 0);
-    EXPECT_EQ(Play({Send("+OK\r\n"), Send("+OK\r\n"), Expect("PASS secret"), Send("-ERR <b>%s%n no\r\n")}), -1);
-    EXPECT_EQ(screen.Status(), "-ERR <b>%s%n no");
-    EXPECT_GT(profile->serverSocket, 0);
-}
-
 TEST(SessionLock, CallbackLetsAHolderUseTheLibrary) {
     Screen screen;
     AccountRef<MailProfile> const profile = MakeProfile("p", "x", true);

@@ -179,11 +179,6 @@ int Screen::Blocked() const {
     return count;
 }
 
-long Screen::AnimationInitial() const {
-    ToolkitGuard const guard;
-    return Scalar(ABW_timerAnimation, Pt_ARG_TIMER_INITIAL);
-}
-
 void Screen::AddProfile(ServerAccount &account, bool open) {
     ToolkitGuard const guard;
     PtTreeItem_t *last = PtTreeRootItem(ABW_treeProfiles);

@@ -40,7 +40,6 @@ class Screen {
     std::vector<Row> Rows() const;
     /// The check's widgets that are blocked now.
     int Blocked() const;
-    long AnimationInitial() const;
 
     /// Puts the profile into the tree, and opens it when asked to.
     void AddProfile(ServerAccount &account, bool open);
