@@ -2,6 +2,8 @@
 
 #include "mime/headers.h"
 
+#include <array>
+
 namespace {
 
 std::string Times(size_t count, std::string const &text) {
@@ -33,19 +35,20 @@ std::string FilePart(std::string const &boundary, std::string const &fileName) {
 
 HostileMail Names() {
     std::string text = Multipart("names", "b") + TextPart("b", "all kinds of names");
-    for (std::string const &name : {std::string("../escape1"), std::string("/tmp/escape2"), std::string(".."),
-                                    std::string("."), std::string("-rf escape"), std::string("a/../../escape3"),
-                                    std::string(300, 'n'), std::string("..\\escape4"), std::string("tab\there"),
-                                    std::string("%s%n%x"), std::string("~/escape5"), std::string("\xff\xfe.txt")})
+    for (std::string const &name :
+         {std::string("../escape1"), std::string("/tmp/escape2"), std::string(".."), std::string("."),
+          std::string("-rf escape"), std::string("a/../../escape3"), std::string(300, 'n'),
+          std::string("..\\escape4"), std::string("tab\there"), std::string("%s%n%x"), std::string("~/escape5"),
+          std::string("\xff\xfe.txt"), Times(60, "<table><tr><td>")})
         text += FilePart("b", name);
-    return {"names", text + "--b--\r\n", "all kinds of names"};
+    return {"names", text + "--b--\r\n", "all kinds of names", 13};
 }
 
 HostileMail ManyParts() {
     std::string text = Multipart("many parts", "b") + TextPart("b", "the first of many");
     for (int i = 0; i < 10'000; i++)
         text += FilePart("b", "file" + std::to_string(i));
-    return {"many parts", text + "--b--\r\n", "the first of many"};
+    return {"many parts", text + "--b--\r\n", "the first of many", 10'000};
 }
 
 HostileMail Nested() {
@@ -53,7 +56,7 @@ HostileMail Nested() {
     for (int i = 0; i < 1000; i++)
         text += "--b" + std::to_string(i) + "\r\nContent-Type: multipart/mixed; boundary=\"b" +
                 std::to_string(i + 1) + "\"\r\n\r\n";
-    return {"nested parts", text + TextPart("b1000", "the innermost") + "--b1000--\r\n", ""};
+    return {"nested parts", text + TextPart("b1000", "the innermost") + "--b1000--\r\n--b0--\r\n", "", 1};
 }
 
 std::vector<HostileMail> Boundaries() {
@@ -66,7 +69,7 @@ std::vector<HostileMail> Boundaries() {
         {"boundary with a prefix",
          Multipart("boundary with a prefix", "bb") + TextPart("b", "of a shorter one") + TextPart("bb", "seen text") +
              TextPart("bbb", "of a longer one") + FilePart("bb", "after.txt") + "--bb--\r\n",
-         "seen text"},
+         "seen text", 1},
         {"huge boundary", Multipart("huge boundary", huge) + TextPart(huge, "within it") + "--" + huge + "--\r\n",
          ""},
         {"empty boundary", Multipart("empty boundary", "") + TextPart("", "within it") + "----\r\n", ""},
@@ -105,40 +108,30 @@ std::vector<HostileMail> Bytes() {
     };
 }
 
-/// Every field of the parsed headers one byte below its width, at it, and one above.
+/// Every field one byte below its width, at it, and one above.
 std::vector<HostileMail> Widths() {
     std::vector<HostileMail> mails;
-    struct Field {
-        char const *name;
-        size_t width;
-    };
-    constexpr Field fields[] = {
-        {"From", sizeof ParsedHeaders::from},
-        {"To", sizeof ParsedHeaders::to},
-        {"Cc", sizeof ParsedHeaders::cc},
-        {"Date", sizeof ParsedHeaders::date},
-        {"Subject", sizeof ParsedHeaders::subject},
-        {"Content-Type", sizeof ParsedHeaders::contentType},
-        {"Newsgroups", sizeof ParsedHeaders::newsgroups},
-    };
-    for (Field const &field : fields)
-        for (size_t const size : {field.width - 2, field.width - 1, field.width, field.width + 1})
-            mails.push_back(
-                {"",
-                 std::string(field.name) + ": " + std::string(size - 1, 'w') +
-                     "\r\nX-Behind: y\r\n\r\nthe text behind\r\n",
-                 std::string(field.name) == "Content-Type" ? "" : "the text behind"}); // an unknown type is no text
+    auto const around = [](size_t width) { return std::array<size_t, 4>{width - 2, width - 1, width, width + 1}; };
+    for (char const *name : {"From: ", "To: ", "Cc: ", "Date: ", "Subject: ", "Content-Type: ", "Newsgroups: "})
+        for (size_t const width : {sizeof ParsedHeaders::from, sizeof ParsedHeaders::date})
+            for (size_t const size : around(width)) {
+                // An unknown type is no text.
+                bool const shown = std::string(name) != "Content-Type: ";
+                mails.push_back({"", name + std::string(size - 1, 'w') + "\r\nX-Behind: y\r\n\r\nthe text behind\r\n",
+                                 shown ? "the text behind" : ""});
+            }
     for (size_t const width : {sizeof PartHeaders::name, sizeof PartHeaders::contentType})
-        for (size_t const size : {width - 2, width - 1, width, width + 1}) {
-            std::string const long_(size, 'p');
-            std::string text = Multipart("part fields", "b") + TextPart("b", "seen text");
-            text += "--b\r\nContent-Type: " + long_ + "; name=\"" + long_ +
-                    "\"\r\nContent-Transfer-Encoding: " + long_ + "\r\nContent-Disposition: attachment; filename=\"" +
-                    long_ + "\"\r\n\r\nabc\r\n--b--\r\n";
-            mails.push_back({"part fields", text, "seen text"});
+        for (size_t const size : around(width)) {
+            std::string const value(size, 'p');
+            mails.push_back({"part fields",
+                             Multipart("part fields", "b") + TextPart("b", "seen text") + "--b\r\nContent-Type: " +
+                                 value + "; name=\"" + value + "\"\r\nContent-Transfer-Encoding: " + value +
+                                 "\r\nContent-Disposition: attachment; filename=\"" + value +
+                                 "\"\r\n\r\nthe body of the part\r\n--b--\r\n",
+                             "seen text", 1});
         }
-    for (size_t const width : {sizeof ParsedHeaders::boundary})
-        for (size_t const size : {width - 4, width - 3, width - 2, width - 1, width, width + 1}) {
+    for (size_t const width : {sizeof ParsedHeaders::boundary - 2, sizeof ParsedHeaders::boundary})
+        for (size_t const size : around(width)) {
             std::string const boundary(size, 'b');
             mails.push_back(
                 {"boundary field", Multipart("boundary field", boundary) + TextPart(boundary, "text"), ""});

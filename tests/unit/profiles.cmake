@@ -4,4 +4,4 @@ file(GLOB profile_files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/profiles/*_f
 add_library(profile_files STATIC ${profile_files})
 target_link_libraries(profile_files PUBLIC corvanta_mime corvanta_base)
 corvanta_test(unit_profiles SOURCES profiles_file_test.cpp fake_passwd.cpp LIBS profile_files LABELS unit)
-corvanta_test(unit_address_book SOURCES address_book_file_test.cpp LIBS profile_files LABELS unit)
+corvanta_test(unit_address_book SOURCES address_book_file_test.cpp LIBS profile_files corvanta_fixtures LABELS unit)
