@@ -1,8 +1,10 @@
 #include "hostile/mailbox_server.h"
 
+#include "fixtures/scripted_server.h"
+
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cstdlib>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -61,16 +63,7 @@ std::vector<Misbehaviour> Misbehaviours() {
 }
 
 MailboxServer::MailboxServer(std::vector<std::string> messages, Fault fault)
-    : messages_(std::move(messages)), fault_(std::move(fault)),
-      listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (bind(listener_, reinterpret_cast<sockaddr *>(&address), size) != 0 || listen(listener_, 4) != 0 ||
-        getsockname(listener_, reinterpret_cast<sockaddr *>(&address), &size) != 0)
-        abort();
-    port_ = ntohs(address.sin_port);
+    : messages_(std::move(messages)), fault_(std::move(fault)), listener_(ListenOn("127.0.0.1", port_)) {
     thread_ = std::thread([this] { Serve(); });
 }
 
@@ -137,10 +130,8 @@ bool MailboxServer::Reply(int socket, std::string const &reply, int number) {
         for (size_t at = 0; at < bytes.size(); at += piece)
             if (send(socket, bytes.data() + at, std::min(piece, bytes.size() - at), MSG_NOSIGNAL) < 0)
                 return false;
-    if (faulty && fault_.then == Fault::kReset) {
-        linger const now{1, 0};
-        setsockopt(socket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    }
+    if (faulty && fault_.then == Fault::kReset)
+        ResetAtClose(socket);
     return !faulty || fault_.then == Fault::kGoOn;
 }
 

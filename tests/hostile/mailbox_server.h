@@ -54,8 +54,8 @@ class MailboxServer {
     std::vector<std::string> messages_; ///< under mutex_, held for a whole session
     std::mutex mutex_;
     Fault fault_;
-    int listener_ = -1;
     int port_ = 0;
+    int listener_;
     std::atomic<bool> stopping_ = false;
     std::thread thread_;
 };
