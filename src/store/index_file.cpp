@@ -10,6 +10,7 @@
 #include <endian.h>
 #include <fcntl.h>
 #include <memory>
+#include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -24,12 +25,13 @@ constexpr size_t kSearchBlock = 512; ///< records read at a time while searching
 int32_t FromDisk(int32_t value) { return static_cast<int32_t>(le32toh(static_cast<uint32_t>(value))); }
 int32_t ToDisk(int32_t value) { return static_cast<int32_t>(htole32(static_cast<uint32_t>(value))); }
 
-/// The numbers of the message files that lie in a folder, ascending.
-std::vector<int32_t> StoredNumbers(std::string_view path) {
-    std::vector<int32_t> numbers;
+/// The numbers of the message files that lie in a folder, ascending. Nothing when the folder cannot be read.
+std::optional<std::vector<int32_t>> StoredNumbers(std::string_view path) {
     std::unique_ptr<DIR, int (*)(DIR *)> const entries(opendir(std::string(path).c_str()), closedir);
     if (!entries)
-        return numbers;
+        return std::nullopt;
+    std::vector<int32_t> numbers;
+    errno = 0;
     while (dirent const *entry = readdir(entries.get())) {
         std::string_view const name = entry->d_name;
         int32_t number = 0;
@@ -37,6 +39,8 @@ std::vector<int32_t> StoredNumbers(std::string_view path) {
         if (error == std::errc() && end == name.data() + name.size() && number > 0 && name[0] != '0')
             numbers.push_back(number);
     }
+    if (errno != 0)
+        return std::nullopt;
     std::sort(numbers.begin(), numbers.end());
     return numbers;
 }
@@ -159,9 +163,11 @@ bool LockedIndex::Load(std::string_view path) {
 
 /// Puts the header right and lists the messages that lie in the folder and have no record.
 bool LockedIndex::Restore(std::string_view path) {
-    std::vector<int32_t> const stored = StoredNumbers(path);
+    std::optional<std::vector<int32_t>> const stored = StoredNumbers(path);
+    if (!stored)
+        return false;
     // A number handed out for a message deleted since is in the header alone, if that much of it is left.
-    lastNumber_ = std::max({0, lastNumber_, stored.empty() ? 0 : stored.back()});
+    lastNumber_ = std::max({0, lastNumber_, stored->empty() ? 0 : stored->back()});
     IndexHeader const header = MakeIndexHeader(lastNumber_);
     // The header first: whatever happens to the rows, no number comes twice.
     if (!WriteAt(file_.Get(), &header, sizeof header, 0))
@@ -173,7 +179,7 @@ bool LockedIndex::Restore(std::string_view path) {
     });
     std::sort(listed.begin(), listed.end());
     std::vector<IndexRecord> records;
-    for (int32_t number : stored)
+    for (int32_t number : *stored)
         // A file without text is of an append that was broken off.
         if (IndexRecord record; !std::binary_search(listed.begin(), listed.end(), number) && HasText(path, number) &&
                                 RecordOfMessage(path, number, record))

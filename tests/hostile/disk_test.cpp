@@ -1,14 +1,11 @@
 // A disk that is really full, and one that may only be read: what was stored stays, what does not fit is refused
 // whole, and with room again all goes on.
 
-#include "base/account.h"
 #include "base/fd.h"
 #include "base/text.h"
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
-#include "profiles/mail_profile_file.h"
 #include "store/folder.h"
-#include "store/index_file.h"
 #include "unit/scratch.h"
 
 #include <cerrno>
@@ -87,12 +84,9 @@ class SmallDisk : public testing::Test {
         EXPECT_TRUE(ReadFolderIndex(inbox.c_str(), [&](IndexRecord const &record) {
             EXPECT_TRUE(rows.emplace(record.number, FieldText(record.row, kRowWidth)).second) << record.number;
         }));
-        for (auto const &[number, text] : stored) {
-            EXPECT_EQ(ReadFile(inbox + std::to_string(number)), text) << number;
+        EXPECT_EQ(Files(), stored);
+        for (auto const &[number, text] : stored)
             EXPECT_EQ(rows[number], " \t" + text.substr(8, text.find('\r') - 8) + "\t\t\t") << number;
-        }
-        for (auto const &[number, text] : Files())
-            EXPECT_TRUE(stored.contains(number)) << number << " is half a message";
     }
 
     /// The message files, by number.
@@ -133,64 +127,6 @@ TEST_F(SmallDisk, FullWhileStoring) {
         EXPECT_GT(next, std::max(number, stored.rbegin()->first));
         stored[next] = Message(7, 200);
         ExpectStored();
-    });
-}
-
-TEST_F(SmallDisk, FullWhileConverting) {
-    OnSmallDisk(root, [&] {
-        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
-        std::string old = "old.";
-        for (int i = 0; i < 10; i++) {
-            int32_t const number = AppendMessage(inbox.c_str(), Message(i, 50));
-            stored[number] = Message(i, 50);
-            old.append(reinterpret_cast<char const *>(&number), sizeof number);
-        }
-        fs::remove(inbox + "index2");
-        WriteFile(inbox + "index", old);
-        // Not a page is left for the new index.
-        std::ofstream(root + "rest") << std::string(65536, 'x');
-        EXPECT_EQ(ConvertIndexAt(inbox), -1);
-        EXPECT_FALSE(fs::exists(inbox + "index2"));
-        EXPECT_FALSE(ReadFolderIndex(inbox.c_str(), [](IndexRecord const &) {}));
-        fs::remove(root + "rest");
-        EXPECT_EQ(ConvertIndexAt(inbox), 0);
-        ExpectStored();
-    });
-}
-
-TEST_F(SmallDisk, FullWhileRepairing) {
-    OnSmallDisk(root, [&] {
-        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
-        for (int i = 0; i < 10; i++)
-            stored[AppendMessage(inbox.c_str(), Message(i, 50))] = Message(i, 50);
-        WriteFile(inbox + "index2", "");
-        std::ofstream(root + "rest") << std::string(65536, 'x');
-        EXPECT_EQ(AppendMessage(inbox.c_str(), Message(1, 50)), -1);
-        ReadFolderIndex(inbox.c_str(), [](IndexRecord const &) {});
-        fs::remove(root + "rest");
-        ExpectStored();
-        int32_t const next = AppendMessage(inbox.c_str(), Message(31, 50));
-        EXPECT_GT(next, stored.rbegin()->first);
-        stored[next] = Message(31, 50);
-        ExpectStored();
-    });
-}
-
-TEST_F(SmallDisk, FullWhileSavingAProfile) {
-    OnSmallDisk(root, [&] {
-        AccountRef<MailProfile> const profile(new MailProfile);
-        CopyText(profile->name, "home");
-        CopyText(profile->popServer, "old.example.org");
-        ASSERT_TRUE(WriteMailProfile(root, *profile));
-        std::string const before = ReadFile(root + "home.dat");
-        std::ofstream(root + "rest") << std::string(65536, 'x');
-        CopyText(profile->popServer, "new.example.org");
-        EXPECT_FALSE(WriteMailProfile(root, *profile));
-        EXPECT_EQ(ReadFile(root + "home.dat"), before);
-        fs::remove(root + "rest");
-        EXPECT_EQ(scratch.Names(), std::vector<std::string>{"home.dat"});
-        EXPECT_TRUE(WriteMailProfile(root, *profile));
-        EXPECT_NE(ReadFile(root + "home.dat"), before);
     });
 }
 

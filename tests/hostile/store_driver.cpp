@@ -51,6 +51,7 @@ int32_t SaveProfile(Job const &) {
 std::map<std::string, std::function<int32_t(Job const &)>> const operations = {
     {"create", [](Job const &job) { return CreateFolder(job.inbox.c_str()); }},
     {"append", Append},
+    {"repair", Append},
     {"reserve", Reserve},
     {"delete", [](Job const &job) { return DeleteMessage(job.inbox.c_str(), 2); }},
     {"convert", [](Job const &) { return ConvertFolderIndex("home", "Inbox"); }},
