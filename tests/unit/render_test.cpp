@@ -2,34 +2,32 @@
 
 namespace {
 
-TEST(Page, PlainMessageByteForByte) {
-    auto const mail = RenderMail("From: A <a@b>\r\nTo: x\r\n\t<y@z>\r\nSubject: <s>\r\nDate: today\r\nCc: c\r\n"
-                                 "Newsgroups: n\r\n\r\nif a < b\r\n\r\n<b>&amp;</b>\r\n");
-    EXPECT_EQ(mail->page, "<HTML><HEAD><meta http-equiv=\"pragma\" content=\"no-cache\"></HEAD>\n"
-                          "<BODY MARGINWIDTH=0 MARGINHEIGHT=0 TOPMARGIN=0 LEFTMARGIN=0 RIGHTMARGIN=0>"
-                          "<TABLE bgcolor=\"#bbbb99\" width=100%>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>To:</B></TD><TD> x\t&lt;y@z></TD></TR>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>Newsgroups:</B></TD><TD> n</TD></TR>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>Cc:</B></TD><TD> c</TD></TR>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>From:</B></TD><TD> A &lt;a@b></TD></TR>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>Date:</B></TD><TD> today</TD></TR>\n"
-                          "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>Subject:</B></TD><TD> &lt;s></TD></TR>\n"
-                          "</TABLE><FONT SIZE=-1><PRE>\n<!--msg starts here, Corvanta-->"
-                          "\nif a &lt; b\n\n&lt;b>&amp;&lt;/b>\n"
-                          "\n<!--msg ends here, Corvanta-->\n</PRE>\n</FONT>\n</BODY></HTML>\n");
-    EXPECT_TRUE(mail->sink.items.empty());
+/// The page of these rows and this body, byte by byte.
+std::string PageOf(std::initializer_list<std::pair<char const *, char const *>> rows, std::string const &body) {
+    std::string page = "<HTML><HEAD><meta http-equiv=\"pragma\" content=\"no-cache\"></HEAD>\n"
+                       "<BODY MARGINWIDTH=0 MARGINHEIGHT=0 TOPMARGIN=0 LEFTMARGIN=0 RIGHTMARGIN=0>"
+                       "<TABLE bgcolor=\"#bbbb99\" width=100%>\n";
+    for (auto const &[name, value] : rows)
+        page += std::string("<TR><TD ALIGN=RIGHT valign=TOP width=75><B>") + name + ":</B></TD><TD>" + value +
+                "</TD></TR>\n";
+    return page + "</TABLE><FONT SIZE=-1><PRE>\n<!--msg starts here, Corvanta-->" + body +
+           "\n<!--msg ends here, Corvanta-->\n</PRE>\n</FONT>\n</BODY></HTML>\n";
 }
 
-std::string const kEmptyPage = "<HTML><HEAD><meta http-equiv=\"pragma\" content=\"no-cache\"></HEAD>\n"
-                               "<BODY MARGINWIDTH=0 MARGINHEIGHT=0 TOPMARGIN=0 LEFTMARGIN=0 RIGHTMARGIN=0>"
-                               "<TABLE bgcolor=\"#bbbb99\" width=100%>\n"
-                               "</TABLE><FONT SIZE=-1><PRE>\n<!--msg starts here, Corvanta-->"
-                               "\n<!--msg ends here, Corvanta-->\n</PRE>\n</FONT>\n</BODY></HTML>\n";
-
-TEST(Page, NothingToShow) {
-    EXPECT_EQ(RenderMail("")->page, kEmptyPage);
-    EXPECT_EQ(RenderMail("Content-Type: text/html\r\n\r\n<b>x</b>\r\n")->page, kEmptyPage);
-    EXPECT_EQ(RenderMail("Content-Type: multipart/mixed\r\n\r\n--b\r\n\r\nabc\r\n--b--\r\n")->page, kEmptyPage);
+TEST(Page, ByteForByte) {
+    auto const mail = RenderMail("From: A <a@b>\r\nTo: x\r\n\t<y@z>\r\nSubject: <s>\r\nDate: today\r\nCc: c\r\n"
+                                 "Newsgroups: n\r\n\r\nif a < b\r\n\r\n<b>&amp;</b>\r\n");
+    EXPECT_EQ(mail->page, PageOf({{"To", " x\t&lt;y@z>"},
+                                  {"Newsgroups", " n"},
+                                  {"Cc", " c"},
+                                  {"From", " A &lt;a@b>"},
+                                  {"Date", " today"},
+                                  {"Subject", " &lt;s>"}},
+                                 "\nif a &lt; b\n\n&lt;b>&amp;&lt;/b>\n"));
+    EXPECT_TRUE(mail->sink.items.empty());
+    for (char const *nothing : {"", "Content-Type: text/html\r\n\r\n<b>x</b>\r\n",
+                                "Content-Type: multipart/mixed\r\n\r\n--b\r\n\r\nabc\r\n--b--\r\n"})
+        EXPECT_EQ(RenderMail(nothing)->page, PageOf({}, "")) << nothing;
     Scratch const scratch;
     int const file = open((scratch / "page").c_str(), O_WRONLY | O_CREAT, 0600);
     ParsedHeaders headers{};
@@ -37,19 +35,14 @@ TEST(Page, NothingToShow) {
     KeepingSink sink;
     EXPECT_TRUE(WriteMessagePage(file, nullptr, headers, "", sink));
     close(file);
-    EXPECT_EQ(ReadFile(scratch / "page"), kEmptyPage);
+    EXPECT_EQ(ReadFile(scratch / "page"), PageOf({}, ""));
 }
 
 TEST(Page, AnOverlongHeaderRowStillCloses) {
-    std::string const opening = "<TR><TD ALIGN=RIGHT valign=TOP width=75><B>To:</B></TD><TD>";
-    for (char const *value : {"x", "<"}) {
-        std::string to = " ";
-        while (to.size() < 4990)
-            to += value;
-        auto const mail = RenderMail("To:" + to + "\r\nX: y\r\n\r\nbody\r\n");
-        size_t const start = mail->page.find(opening);
-        size_t const end = mail->page.find("\n", start);
-        std::string const row = mail->page.substr(start, end + 1 - start);
+    for (char value : {'x', '<'}) {
+        std::string const page = RenderMail("To:" + std::string(4990, value) + "\r\nX: y\r\n\r\nbody\r\n")->page;
+        size_t const start = page.find("<TR>");
+        std::string const row = page.substr(start, page.find('\n', start) + 1 - start);
         EXPECT_TRUE(row.ends_with("</TD></TR>\n")) << value;
         EXPECT_LE(row.size(), 4999u);
         EXPECT_GE(row.size(), 4995u);
@@ -114,20 +107,24 @@ TEST(Body, ImageLines) {
     EXPECT_EQ(image(std::string(79, 'A')), std::string(57, 0));
 }
 
-TEST(Body, ShortPartsEndTheWalk) {
-    std::string const text = "--b\r\nContent-Type: text/plain\r\n\r\n";
-    EXPECT_EQ(RenderMail(Multipart(text + "ab\r\n" + text + "more\r\n--b--\r\n"), true)->page, "ab");
-    EXPECT_EQ(RenderMail(Multipart(text + "abc\r\n" + text + "more\r\n--b--\r\n"), true)->page, "abcmore");
-    EXPECT_EQ(RenderMail(Multipart(text + "\r\n" + text + "more\r\n--b--\r\n"), true)->page, "");
-}
-
-TEST(Body, EndsTooNearToTheEndOfTheText) {
-    // What is left behind a part's body must be more than the boundary and ten bytes: the last delimiter is less,
-    // but so is a short last part.
-    std::string const text = "--b\r\n\r\nfirst\r\n--b\r\n\r\nxyz\r\n--b";
-    EXPECT_EQ(RenderMail(Multipart(text), true)->page, "firstxyz");
-    EXPECT_EQ(RenderMail(Multipart("--b\n\nfirst\n--b\n\nwxyz\n--b"), true)->page, "firstwxyz");
-    EXPECT_EQ(RenderMail(Multipart("--b\n\nfirst\n--b\n\nxyz\n--b"), true)->page, "first");
+TEST(Body, WhatTheWalkShows) {
+    std::string const text = "--b\r\nContent-Type: text/plain\r\n\r\n", more = text + "more\r\n--b--\r\n";
+    for (auto const &[parts, shown] : std::initializer_list<std::pair<std::string, char const *>>{
+             // A part of less than three bytes is the last.
+             {text + "ab\r\n" + more, "ab"},
+             {text + "abc\r\n" + more, "abcmore"},
+             {text + "\r\n" + more, ""},
+             // Behind a part's body there must be more than the boundary and ten bytes.
+             {"--b\r\n\r\nfirst\r\n--b\r\n\r\nxyz\r\n--b", "firstxyz"},
+             {"--b\n\nfirst\n--b\n\nwxyz\n--b", "firstwxyz"},
+             {"--b\n\nfirst\n--b\n\nxyz\n--b", "first"},
+             // A boundary in a header block is found again.
+             {"--b\r\nX: y\r\n--b\r\nContent-Type: text/plain\r\n\r\nabcd\r\n--b--\r\nepilogue", "abcdabcd"}})
+        EXPECT_EQ(RenderMail(Multipart(parts), true)->page, shown) << parts;
+    // A boundary longer than the header blocks: the walk's step leads behind the next delimiter, but hides no part.
+    std::string const longer(60, 'q'), next = "\r\n--" + longer;
+    std::string const parts = "--" + longer + "\r\n\r\none." + next + "\r\n\r\ntwo." + next + "\r\n\r\nthree." + next;
+    EXPECT_EQ(RenderMail(Multipart(parts + "--\r\n", longer), true)->page, "one.two.three.");
 }
 
 TEST(Body, AnImageShortensTheTextThatTheWalkMeasures) {
@@ -146,33 +143,6 @@ TEST(Body, AnImageShortensTheTextThatTheWalkMeasures) {
         bool const ends = left >= 3 && left <= 13;
         EXPECT_EQ(mail->page.ends_with("later text"), !ends) << left;
     }
-}
-
-TEST(Body, TheStepHidesNoPart) {
-    // The boundary is longer than the header blocks: two of its lengths lead behind the next delimiter.
-    std::string const boundary(60, 'q');
-    std::string parts;
-    for (char const *body : {"one.", "two.", "three."})
-        parts += "--" + boundary + "\r\n\r\n" + body + "\r\n";
-    EXPECT_EQ(RenderMail(Multipart(parts + "--" + boundary + "--\r\n", boundary), true)->page, "one.two.three.");
-}
-
-TEST(Body, ABoundaryInAHeaderBlockIsFoundAgain) {
-    std::string const parts = "--b\r\nX: y\r\n--b\r\nContent-Type: text/plain\r\n\r\nabcd\r\n--b--\r\n";
-    EXPECT_EQ(RenderMail(Multipart(parts + "epilogue"), true)->page, "abcdabcd");
-}
-
-TEST(Body, ReportsFailedWrites) {
-    ParsedHeaders headers{};
-    KeepingSink sink;
-    int const full = open("/dev/full", O_WRONLY);
-    EXPECT_FALSE(RenderMessageHtml(full, std::string(1'000'000, 'x').c_str(), headers, "", sink));
-    EXPECT_FALSE(WriteMessagePage(full, "x", headers, "", sink));
-    std::string const message = Multipart("--b\r\nContent-Type: x\r\n\r\nabcd\r\n--b--\r\n");
-    ParseHeaders(message.c_str(), headers);
-    EXPECT_FALSE(WriteMessagePage(full, message.c_str(), headers, "", sink));
-    EXPECT_EQ(sink.items.size(), 1u) << "what cannot be shown can still be saved";
-    close(full);
 }
 
 TEST(Body, ImagesThatCannotBeWrittenAreLeftOut) {
@@ -215,25 +185,32 @@ TEST(SavedPart, DecodedUnderAnyEncoding) {
     EXPECT_EQ(Saved("", " base64"), "");
     // Across many blocks of output: 'A' to 'Z' alone are 0 to 25.
     std::string body, bytes;
-    for (int line = 0; line < 20'000; line++) {
-        unsigned const value = static_cast<unsigned>(line) % 26;
+    for (unsigned line = 0; line < 20'000; line++) {
+        unsigned const value = line % 26, group = value << 18 | value << 12 | value << 6 | value;
         body += std::string(76, static_cast<char>('A' + value)) + "\r\n";
-        for (int group = 0; group < 19; group++)
-            bytes += {static_cast<char>(value << 2 | value >> 4), static_cast<char>(value << 4 | value >> 2),
-                      static_cast<char>(value << 6 | value)};
+        for (int i = 0; i < 19; i++)
+            bytes += {static_cast<char>(group >> 16), static_cast<char>(group >> 8), static_cast<char>(group)};
     }
     EXPECT_TRUE(Saved(body, " base64") == bytes);
 }
 
-TEST(SavedPart, FailsOnAFullDisk) {
+TEST(FullDisk, IsReported) {
+    ParsedHeaders headers{};
+    KeepingSink sink;
+    int const full = open("/dev/full", O_WRONLY);
+    EXPECT_FALSE(RenderMessageHtml(full, std::string(1'000'000, 'x').c_str(), headers, "", sink));
+    std::string const message = Multipart("--b\r\nContent-Type: x\r\n\r\nabcd\r\n--b--\r\n");
+    ParseHeaders(message.c_str(), headers);
+    EXPECT_FALSE(WriteMessagePage(full, message.c_str(), headers, "", sink));
+    EXPECT_EQ(sink.items.size(), 1u) << "what cannot be shown can still be saved";
     PartHeaders part{};
     std::string const body(100'000, 'A');
     part.body = body.c_str();
     part.bodyLength = static_cast<int32_t>(body.size());
-    int const full = open("/dev/full", O_WRONLY);
-    EXPECT_FALSE(WritePartContent(full, part));
-    part.encoding[0] = 'x';
-    EXPECT_FALSE(WritePartContent(full, part));
+    for (char const encoding : {'\0', 'x'}) {
+        part.encoding[0] = encoding;
+        EXPECT_FALSE(WritePartContent(full, part));
+    }
     close(full);
 }
 
