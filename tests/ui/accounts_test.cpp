@@ -2,7 +2,6 @@
 
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
-#include "pop/check_mail.h"
 #include "store/folder.h"
 #include "ui/account_steps.h"
 #include "ui/person.h"
@@ -146,7 +145,7 @@ TEST(Accounts, RowsOfAProfileThatWasSavedAreNotAnothers) {
         PtGenTreeSelect(ABW_treeProfiles, PtGenTreeRootItem(ABW_treeProfiles));
         PtLeave(0);
         Click("btnCheckEmail");
-        EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
+        WaitForChecks();
         Click("btnDelete");
     });
     for (char const *name : {"home", "work"})

@@ -3,7 +3,6 @@
 
 #include "fixtures/dovecot_server.h"
 #include "fixtures/temp_home.h"
-#include "pop/check_mail.h"
 #include "ui/person.h"
 #include "ui/sample.h"
 
@@ -127,9 +126,8 @@ TEST_F(Filing, MessagesOnTheServer) {
         EXPECT_TRUE(PageShows("The text of beta."));
         server.Put("alice", PlainMail("epsilon"));
         Click("btnCheckEmail");
-        EXPECT_TRUE(WaitFor([] { return Subjects() == (QStringList{"beta", "epsilon"}); })) << "only what is new";
-
-        EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
+        WaitForChecks();
+        EXPECT_EQ(Subjects(), (QStringList{"beta", "epsilon"})) << "only what is new";
         ClickRow("treeProfiles", "Saved");
         EXPECT_EQ(Subjects(), (QStringList{"alpha", "alpha"}));
         OpenInbox();
@@ -145,8 +143,8 @@ TEST_F(Filing, CheckWhileAnotherFolderIsOpen) {
     Sitting([&] {
         ClickRow("treeProfiles", "Saved");
         Click("btnCheckEmail");
-        EXPECT_TRUE(WaitFor([] { return IndexSize("Inbox") == 24 + 5 * 208; }));
-        EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
+        WaitForChecks();
+        EXPECT_EQ(IndexSize("Inbox"), 24 + 5 * 208);
         EXPECT_EQ(Subjects(), QStringList()) << "a row here would name message 1 of this folder";
         OpenInbox();
         EXPECT_EQ(Subjects(), (QStringList{"alpha", "beta", "gamma", "delta", "nul"}));

@@ -12,7 +12,6 @@
 #include <QTest>
 #include <QWidget>
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -52,10 +51,6 @@ void TabTo(char const *name) {
     ASSERT_TRUE(HasFocus(name)) << name << " is not reached with the Tab key";
 }
 
-bool Shows(char const *text) {
-    return WaitFor([text] { return Text("webEmailMessage").contains(text); });
-}
-
 class Keyboard : public testing::Test {
   protected:
     void SetUp() override {
@@ -72,62 +67,74 @@ class Keyboard : public testing::Test {
     DovecotServer pop;
 };
 
+/// A profile, by its menu's letter and by Tab.
+void MakeProfileByKeys(std::string const &pop, std::string const &smtp) {
+    Key(Qt::Key_S, Qt::AltModifier);
+    Key(Qt::Key_Return);
+    ASSERT_TRUE(WaitFor([] { return IsShown("dlgAccounts"); }));
+    TabTo("btnNewEmailAccount");
+    Key(Qt::Key_Space);
+    for (auto const &[field, text] : {std::pair<char const *, std::string>{"txtAccount_AccountName", "home"},
+                                      {"txtAccount_POPServer", pop},
+                                      {"txtAccount_SMTPServer", smtp},
+                                      {"txtAccount_Username", "alice"},
+                                      {"txtAccount_Password", "secret"},
+                                      {"txtAccount_Fullname", "Alice"},
+                                      {"txtAccount_Email", "alice@example.org"}}) {
+        TabTo(field);
+        Keys(QString::fromStdString(text));
+    }
+    TabTo("btnAccount_Save");
+    Key(Qt::Key_Space);
+    Key(Qt::Key_Escape);
+    ASSERT_TRUE(WaitFor([] { return !IsShown("dlgAccounts"); })) << "Escape does not close the dialog";
+    BackToMainWindow();
+}
+
+/// The Inbox and its first message.
+void OpenInboxByKeys() {
+    TabTo("treeProfiles");
+    Key(Qt::Key_Home);
+    Key(Qt::Key_Down);
+    Key(Qt::Key_Return);
+    ASSERT_TRUE(WaitFor([] { return Rows("treeMessageHeaders").size() == 2; }));
+    WaitForChecks(); // which block the list
+    TabTo("treeMessageHeaders");
+    Key(Qt::Key_Home);
+    Key(Qt::Key_Space);
+}
+
+void AnswerByKeys() {
+    Key(Qt::Key_R, Qt::ControlModifier);
+    ASSERT_TRUE(WaitFor([] { return IsShown("pic_btnSend"); }));
+    TabTo("pic_multiMessage");
+    Key(Qt::Key_Home, Qt::ControlModifier);
+    Keys("Thank you.");
+    Key(Qt::Key_Return, Qt::ControlModifier);
+    ASSERT_TRUE(WaitFor([] { return !IsShown("pic_btnSend") && !IsShown("pic_btnCancel"); }));
+    BackToMainWindow();
+}
+
 TEST_F(Keyboard, ProfileMadeMailReadAnsweredAndDeleted) {
     PostfixServer const smtp(pop.WorkDirectory() + "/mail");
     ASSERT_GT(smtp.Port(), 0);
-    Sitting([] {}); // the very first start makes the place for pages
     Sitting([&] {
-        // A profile, by its menu's and its fields' mnemonics and Tab.
-        Key(Qt::Key_S, Qt::AltModifier);
-        Key(Qt::Key_Return);
-        ASSERT_TRUE(WaitFor([] { return IsShown("dlgAccounts"); }));
-        TabTo("btnNewEmailAccount");
-        Key(Qt::Key_Space);
-        for (auto const &[field, text] : {std::pair<char const *, QString>{"txtAccount_AccountName", "home"},
-                                          {"txtAccount_POPServer", QString::fromStdString(pop.Address())},
-                                          {"txtAccount_SMTPServer", QString::fromStdString(smtp.Address())},
-                                          {"txtAccount_Username", "alice"},
-                                          {"txtAccount_Password", "secret"},
-                                          {"txtAccount_Fullname", "Alice"},
-                                          {"txtAccount_Email", "alice@example.org"}}) {
-            TabTo(field);
-            Keys(text);
-        }
-        TabTo("btnAccount_Save");
-        Key(Qt::Key_Space);
-        Key(Qt::Key_Escape);
-        ASSERT_TRUE(WaitFor([] { return !IsShown("dlgAccounts"); })) << "Escape does not close the dialog";
-        BackToMainWindow();
-
-        // The Inbox, its messages one by one.
-        TabTo("treeProfiles");
-        Key(Qt::Key_Home);
+        MakeProfileByKeys(pop.Address(), smtp.Address());
+        OpenInboxByKeys();
+        EXPECT_TRUE(
+            WaitFor([] { return Text("lblStatus").startsWith("Messages can be shown from the next start on"); }));
+    });
+    Sitting([&] {
+        OpenInboxByKeys();
+        ASSERT_TRUE(PageShows("The text of alpha."));
         Key(Qt::Key_Down);
-        Key(Qt::Key_Return);
-        ASSERT_TRUE(WaitFor([] { return Rows("treeMessageHeaders").size() == 2; }));
-        TabTo("treeMessageHeaders");
-        Key(Qt::Key_Home);
-        Key(Qt::Key_Space);
-        ASSERT_TRUE(Shows("The text of alpha."));
-        Key(Qt::Key_Down);
-        ASSERT_TRUE(Shows("The text of beta."));
-
-        // An answer.
-        Key(Qt::Key_R, Qt::ControlModifier);
-        ASSERT_TRUE(WaitFor([] { return IsShown("pic_btnSend"); }));
-        TabTo("pic_multiMessage");
-        Key(Qt::Key_Home, Qt::ControlModifier);
-        Keys("Thank you.");
-        Key(Qt::Key_Return, Qt::ControlModifier);
-        ASSERT_TRUE(WaitFor([] { return !IsShown("pic_btnSend") && !IsShown("pic_btnCancel"); }));
-        BackToMainWindow();
-
+        ASSERT_TRUE(PageShows("The text of beta."));
+        AnswerByKeys();
         EXPECT_TRUE(WaitFor([&] { return pop.Count("bob") == 1; }));
 
-        // The same message goes, by a menu's entry and by the Delete key.
         TabTo("treeMessageHeaders");
         Key(Qt::Key_Delete);
-        EXPECT_TRUE(WaitFor([] { return Rows("treeMessageHeaders").size() == 1; }));
+        EXPECT_EQ(Subjects(), QStringList("alpha"));
         // What the window system makes of the Menu key.
         QContextMenuEvent menu(QContextMenuEvent::Keyboard, {20, 20},
                                QApplication::focusWidget()->mapToGlobal(QPoint(20, 20)));
@@ -139,8 +146,9 @@ TEST_F(Keyboard, ProfileMadeMailReadAnsweredAndDeleted) {
         Key(Qt::Key_Escape);
         EXPECT_TRUE(WaitFor([] { return !IsShown("dlgViewSource"); }));
         BackToMainWindow();
+        pop.Put("alice", PlainMail("gamma"));
         Key(Qt::Key_F5);
-        EXPECT_TRUE(WaitFor([] { return !Text("lblStatus").isEmpty(); }));
+        EXPECT_TRUE(WaitFor([] { return Subjects() == (QStringList{"alpha", "gamma"}); }));
     });
 }
 

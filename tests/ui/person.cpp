@@ -15,12 +15,8 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPlainTextEdit>
 #include <QPrintDialog>
-#include <QSignalSpy>
-#include <QSpinBox>
 #include <QTest>
-#include <QTextBrowser>
 #include <QTimer>
 #include <QTreeView>
 
@@ -120,21 +116,29 @@ void WaitUntilUsable(char const *name) {
     });
 }
 
-/// The middle of the row that contains `text`, scrolled into view; empty when there is none.
-QRect PlaceOf(QTreeView *tree, QString const &text) {
-    QList<QModelIndex> rows;
-    Collect(*tree->model(), {}, rows);
-    for (QModelIndex const &index : rows)
-        if (RowText(index).contains(text)) {
-            tree->scrollTo(index);
-            QCoreApplication::processEvents();
-            int const column = tree->model()->columnCount({}) > 1 ? 1 : 0;
-            return tree->visualRect(index.sibling(index.row(), column));
-        }
-    ADD_FAILURE() << "no row with '" << text.toStdString() << "' in " << tree->objectName().toStdString() << ": "
-                  << Rows(tree->objectName().toLatin1().constData()).join(QLatin1Char('\n')).toStdString();
-    return {};
-}
+/// A list and the middle of its row that contains `text`, scrolled into view; no list when there is none.
+struct RowPlace {
+    QWidget *list = nullptr;
+    QPoint middle;
+
+    RowPlace(char const *name, QString const &text) {
+        WaitUntilUsable(name);
+        QTreeView *const tree = Tree(name);
+        QList<QModelIndex> rows;
+        Collect(*tree->model(), {}, rows);
+        for (QModelIndex const &index : rows)
+            if (RowText(index).contains(text)) {
+                tree->scrollTo(index);
+                QCoreApplication::processEvents();
+                int const column = tree->model()->columnCount({}) > 1 ? 1 : 0;
+                middle = tree->visualRect(index.sibling(index.row(), column)).center();
+                list = tree->viewport();
+                return;
+            }
+        ADD_FAILURE() << "no row with '" << text.toStdString() << "' in " << name << ": "
+                      << Rows(name).join(QLatin1Char('\n')).toStdString();
+    }
+};
 
 constexpr int kLongestBoxSeconds = 30;
 
@@ -257,16 +261,9 @@ void Press(char const *name, Qt::Key key, Qt::KeyboardModifiers modifiers) {
 
 QString Text(char const *name) {
     QWidget *const widget = Find(name);
-    if (auto *const label = qobject_cast<QLabel *>(widget))
-        return label->text();
-    if (auto *const field = qobject_cast<QLineEdit *>(widget))
-        return field->text();
-    if (auto *const number = qobject_cast<QSpinBox *>(widget))
-        return number->text();
-    if (auto *const page = qobject_cast<QTextBrowser *>(widget))
-        return page->toPlainText();
-    if (auto *const text = qobject_cast<QPlainTextEdit *>(widget))
-        return text->toPlainText();
+    for (char const *property : {"plainText", "text"})
+        if (QVariant const text = widget->property(property); text.isValid())
+            return text.toString();
     ADD_FAILURE() << name << " has no text";
     return {};
 }
@@ -315,31 +312,28 @@ QStringList Rows(char const *tree) {
 }
 
 void ClickRow(char const *name, QString const &text) {
-    WaitUntilUsable(name);
-    QTreeView *const tree = Tree(name);
-    QRect const place = PlaceOf(tree, text);
-    if (!place.isEmpty())
-        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, place.center());
+    if (RowPlace const row(name, text); row.list)
+        QTest::mouseClick(row.list, Qt::LeftButton, {}, row.middle);
     Wait(10);
 }
 
 void DoubleClickRow(char const *name, QString const &text) {
-    WaitUntilUsable(name);
-    QTreeView *const tree = Tree(name);
-    QPoint const place = PlaceOf(tree, text).center();
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, place);
-    QTest::mouseDClick(tree->viewport(), Qt::LeftButton, {}, place);
-    QTest::mouseRelease(tree->viewport(), Qt::LeftButton, {}, place); // which mouseDClick leaves out
+    RowPlace const row(name, text);
+    if (!row.list)
+        return;
+    QTest::mouseClick(row.list, Qt::LeftButton, {}, row.middle);
+    QTest::mouseDClick(row.list, Qt::LeftButton, {}, row.middle);
+    QTest::mouseRelease(row.list, Qt::LeftButton, {}, row.middle); // which mouseDClick leaves out
     Wait(10);
 }
 
 void ChooseFromRowMenu(char const *name, QString const &text, QStringList const &entries) {
-    WaitUntilUsable(name);
-    QTreeView *const tree = Tree(name);
-    QPoint const place = PlaceOf(tree, text).center();
+    RowPlace const row(name, text);
+    if (!row.list)
+        return;
     // A right press opens the menu; the menu itself sees the release.
-    QTest::mousePress(tree->viewport(), Qt::RightButton, {}, place);
-    QTest::mouseRelease(tree->viewport(), Qt::RightButton, {}, place);
+    QTest::mousePress(row.list, Qt::RightButton, {}, row.middle);
+    QTest::mouseRelease(row.list, Qt::RightButton, {}, row.middle);
     for (QString const &entry : entries) {
         ASSERT_TRUE(WaitFor([&] { return ClickEntry(entry); }, 3000)) << "no menu entry " << entry.toStdString();
         Wait(20);

@@ -65,7 +65,15 @@ QStringList Subjects() {
     return subjects;
 }
 
+void WaitForChecks() {
+    EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
+    // The last rows of a check may not be painted yet.
+    PtEnter(0);
+    PtFlush();
+    PtLeave(0);
+}
+
 void OpenInbox() {
     ClickRow("treeProfiles", "Inbox");
-    EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
+    WaitForChecks();
 }

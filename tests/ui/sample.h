@@ -32,5 +32,8 @@ long IndexSize(std::string const &folder);
 /// The subjects in the list of messages.
 QStringList Subjects();
 
+/// Waits until no check runs any more and all that it changed is shown.
+void WaitForChecks();
+
 /// Opens the Inbox and waits until its check is over.
 void OpenInbox();
