@@ -11,8 +11,6 @@
 #include <set>
 #include <string>
 
-class QTimer;
-
 /// The three servers, the profiles "home" (alice's mail, fetched and removed) and "usenet", and the mail and articles
 /// that were sent. Made before the program starts, used by the person in front of it.
 class Soak {
@@ -41,7 +39,7 @@ class Soak {
     void SendWindow(std::string const &to, std::string const &subject);
     void PutMail();
     bool AllServing();
-    std::multiset<std::string> ArticlesPosted() const;
+    std::map<std::string, std::set<std::string>> Found() const;
 
     std::mt19937 random_;
     DovecotServer pop_;

@@ -4,26 +4,18 @@
 
 #include "fixtures/temp_home.h"
 #include "soak/soak.h"
+#include "threads/walk.h"
 #include "ui/person.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace {
 
-long FromEnvironment(char const *name, long otherwise) {
-    char const *const text = getenv(name);
-    return text ? strtol(text, nullptr, 10) : otherwise;
-}
-
 TEST(Soaking, NothingIsLostAndNothingGrows) {
     if (geteuid() != 0)
         GTEST_SKIP() << "the servers switch users, which takes root";
-    auto const now = std::chrono::system_clock::now().time_since_epoch();
-    auto const seed = static_cast<unsigned>(FromEnvironment("CORVANTA_SEED", now.count() / 1000 % 1000000));
+    unsigned const seed = RandomSeed();
     int const seconds = static_cast<int>(FromEnvironment("CORVANTA_SOAK_SECONDS", 60));
     printf("CORVANTA_SEED=%u CORVANTA_SOAK_SECONDS=%d\n", seed, seconds);
     ClearTempHome();
