@@ -55,7 +55,7 @@ class Dialogue : public testing::Test {
             testing::internal::CaptureStdout();
             screen.RunWorker([&] { result = CheckMailSession(*profile, ABW_treeMessageHeaders); });
             if (leave && result == 1)
-                screen.RunCallback([&] { got = TextOf(getMessage(1, *profile, 0)); });
+                screen.RunCallback([&] { got = TakeText(getMessage(1, *profile, 0)); });
             testing::internal::GetCapturedStdout();
             EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
             EXPECT_EQ(LockValue(*profile), 1);
@@ -71,12 +71,6 @@ class Dialogue : public testing::Test {
         static int const descriptors = CountDescriptors();
         EXPECT_EQ(CountDescriptors(), descriptors);
         return result;
-    }
-
-    static std::string TextOf(char *message) {
-        std::string const text = message ? message : "";
-        free(message);
-        return text;
     }
 
     static void ExpectNothingLost(std::vector<std::string> const &left, std::string const &inbox,
@@ -123,7 +117,6 @@ TEST_F(Dialogue, EndsWellWhateverHappensAtWhichStep) {
                 if (leave) {
                     EXPECT_EQ(taken, static_cast<int>(rows)) << "what has no row must come again";
                 }
-                EXPECT_TRUE(result == 1 || got.empty());
             }
 }
 

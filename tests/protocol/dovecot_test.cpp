@@ -36,12 +36,7 @@ class Dovecot : public testing::Test {
     }
 
     /// A message read from the server, "(none)" when it could not be.
-    static std::string Text(MailProfile &profile, int number) {
-        char *const text = getMessage(number, profile, 0);
-        std::string const copy = text ? text : "(none)";
-        free(text);
-        return copy;
-    }
+    static std::string Text(MailProfile &profile, int number) { return TakeText(getMessage(number, profile, 0)); }
 
     Screen screen;
     DovecotServer server;

@@ -31,7 +31,7 @@ class Download : public testing::Test {
     /// What `get` gives for the bytes that follow `command`; the next command must get its own reply.
     std::string Ask(char const *command, std::string const &bytes, size_t piece, std::function<char *()> const &get) {
         Connect({Expect(command), Send(bytes, piece, 0), Expect("NOOP"), Send("+OK in step\r\n")});
-        std::string const text = Take(get());
+        std::string const text = TakeText(get());
         char reply[100] = "";
         WriteServerLine(profile->serverSocket, "NOOP");
         ReadServerLine(profile->serverSocket, reply, sizeof reply);
@@ -47,12 +47,6 @@ class Download : public testing::Test {
             EXPECT_TRUE(!text || std::string(text + strlen(text), 20) == std::string(20, '\0')) << "no spare bytes";
             return text;
         });
-    }
-
-    static std::string Take(char *text) {
-        std::string const copy = text ? text : "(null)";
-        free(text);
-        return copy;
     }
 
     Screen screen;
@@ -127,9 +121,9 @@ TEST_F(Download, UnsizedTransfers) {
 }
 
 TEST_F(Download, RefusedMessages) {
-    EXPECT_EQ(Fetch("-ERR There's no message 7.\r\n"), "(null)");
-    EXPECT_EQ(Fetch("-ERR no\r\nand why: %s%n\r\n"), "(null)"); // what is there already is drained
-    EXPECT_EQ(Fetch("\r\n"), "(null)");
+    EXPECT_EQ(Fetch("-ERR There's no message 7.\r\n"), "(none)");
+    EXPECT_EQ(Fetch("-ERR no\r\nand why: %s%n\r\n"), "(none)"); // what is there already is drained
+    EXPECT_EQ(Fetch("\r\n"), "(none)");
 }
 
 TEST_F(Download, ConnectsWhenThereNeverWasAConnection) {
@@ -137,10 +131,10 @@ TEST_F(Download, ConnectsWhenThereNeverWasAConnection) {
     ScriptedServer both({login + Script{Send("+OK\r\n"), Expect("RETR 3"), Send("+OK 3 octets\r\nabc\r\n.\r\n")},
                          login + Script{Send("-ERR no\r\n")}});
     profile = MakeProfile("p", both.Address(), true);
-    char const *const texts[] = {"abc", "(null)"};
+    char const *const texts[] = {"abc", "(none)"};
     for (char const *text : texts) {
         CloseConnection(*profile, 0);
-        EXPECT_EQ(Take(getMessage(3, *profile, 0)), text);
+        EXPECT_EQ(TakeText(getMessage(3, *profile, 0)), text);
         EXPECT_EQ(LockValue(*profile), 1);
     }
     EXPECT_EQ(both.Problems(), "");
@@ -167,7 +161,7 @@ TEST_F(Download, HeadersWithTop) {
             if (!piece || one.bytes.size() < 1000) {
                 EXPECT_EQ(Ask("TOP 2 0", one.bytes, piece, top), one.text);
             }
-    EXPECT_EQ(Ask("TOP 2 0", "-ERR no TOP\r\nhere\r\n", 0, top), "(null)");
+    EXPECT_EQ(Ask("TOP 2 0", "-ERR no TOP\r\nhere\r\n", 0, top), "(none)");
     Connect({Expect("TOP 2 0"), Send("+OK\r\n"), Flood("Subject: a\r\n", 200 << 20)});
     EXPECT_EQ(TopHeader(*profile, 2), nullptr); // given up
     EXPECT_EQ(profile->serverSocket, -1);

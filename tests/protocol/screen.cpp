@@ -37,19 +37,15 @@ int PtFileSelection(PtWidget_t *, PhPoint_t const *, char const *, char const *,
 
 namespace {
 
-long Scalar(PtWidget_t *widget, long resource) {
-    PtValue const *value = PtValueOf(*widget, resource);
-    return value ? value->scalar : -1;
-}
-
 class MemoryDisplay : public PtDisplay {
   public:
     void Wake() override {}
     void Paint() override {
         if (!ABW_lblStatus)
             return;
-        std::string now = WidgetText(ABW_lblStatus);
-        now.append("|").append(std::to_string(Scalar(ABW_prgStatus, Pt_ARG_GAUGE_VALUE)));
+        PtValue const *const progress = PtValueOf(*ABW_prgStatus, Pt_ARG_GAUGE_VALUE);
+        std::string const now =
+            std::string(WidgetText(ABW_lblStatus)) + "|" + std::to_string(progress ? progress->scalar : -1);
         if (painted.empty() || painted.back() != now)
             painted.push_back(now);
         PtTakeDirty();
@@ -212,6 +208,12 @@ std::string FileText(std::string const &path) {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
+}
+
+std::string TakeText(char *text) {
+    std::string const copy = text ? text : "(none)";
+    free(text);
+    return copy;
 }
 
 int LockValue(ServerAccount &account) {

@@ -55,5 +55,8 @@ std::string InboxOf(MailProfile const &profile);
 /// A whole file; empty when there is none.
 std::string FileText(std::string const &path);
 
+/// A text from malloc, which is freed; "(none)" for null.
+std::string TakeText(char *text);
+
 /// 1 when nobody holds the lock.
 int LockValue(ServerAccount &account);
