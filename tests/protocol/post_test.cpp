@@ -16,25 +16,11 @@ namespace {
 
 class PostTest : public SendTest {
   protected:
-    /// Writes one article that the server takes. Returns what went over the wire between POST and QUIT.
     std::string Post(std::string const &groups, std::string const &text, std::string const &subject = "Hello",
                      std::string const &references = "") {
         ServeNews({kMayPost + NewsTakes()});
         ComposeArticle(groups, text, subject, references);
-        return PostIt();
-    }
-
-    std::string PostIt() {
-        EXPECT_TRUE(SendNow());
-        EXPECT_EQ(server->Problems(), "");
-        EXPECT_TRUE(WindowGone());
-        EXPECT_EQ(shownAlerts, Strings{});
-        CloseWindow();
-        std::string const all = server->Received();
-        std::string const begin = "POST\r\n", end = "\r\n.\r\n\r\nQUIT\r\n";
-        if (!all.starts_with(begin) || !all.ends_with(end))
-            return "?" + all;
-        return all.substr(begin.size(), all.size() - begin.size() - end.size());
+        return Deliver();
     }
 };
 
@@ -54,11 +40,10 @@ TEST_F(PostTest, ByteForByte) {
 
 TEST_F(PostTest, AttachmentsAndSignature) {
     std::ofstream(TempHome() + "/signature") << ".Ann\n";
-    ServeNews({kMayPost + NewsTakes()});
-    WriteNewsProfile(server->Address(), TempHome() + "/signature");
+    ServeNews({kMayPost + NewsTakes()}, TempHome() + "/signature");
     ComposeArticle("test.general", "text");
     AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
-    std::string const article = PostIt();
+    std::string const article = Deliver();
     EXPECT_TRUE(article.starts_with(kHeader + "\r\nMIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\""));
     EXPECT_NE(article.find("\r\n \n\ntext\n\n..Ann\n\r\n\r\n----Corvanta-"), article.npos) << article;
     EXPECT_NE(article.find("\nContent-Transfer-Encoding: BASE64\r\n\nQUJD\n\r\n\r\n----Corvanta-"), article.npos);
@@ -81,11 +66,7 @@ TEST_F(PostTest, EveryFailureGivesTheTextBack) {
                     nothingSaved);
     // The same window can post in the end.
     ServeNews({kMayPostAfterLogin + NewsTakes("250 ok\r\n")});
-    shownAlerts.clear();
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
-    EXPECT_EQ(shownAlerts, Strings{});
+    Deliver();
 }
 
 TEST_F(PostTest, AWindowThatIsOfNoMoreUseLeavesItsTextInAFile) {

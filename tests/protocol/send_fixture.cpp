@@ -94,9 +94,9 @@ void SendTest::WriteProfile(std::string const &smtpServer, std::string const &si
         << signature << "\n\n\n";
 }
 
-void SendTest::Serve(std::vector<Script> const &scripts) {
+void SendTest::Serve(std::vector<Script> const &scripts, std::string const &signature) {
     server = std::make_unique<ScriptedServer>(scripts);
-    WriteProfile(server->Address());
+    WriteProfile(server->Address(), signature);
 }
 
 void SendTest::Compose(std::string const &to, std::string const &text, std::string const &subject,
@@ -133,9 +133,9 @@ void SendTest::WriteNewsProfile(std::string const &newsServer, std::string const
                                                   << signature << "\n\n\n\n\n\n";
 }
 
-void SendTest::ServeNews(std::vector<Script> const &scripts) {
+void SendTest::ServeNews(std::vector<Script> const &scripts, std::string const &signature) {
     server = std::make_unique<ScriptedServer>(scripts);
-    WriteNewsProfile(server->Address());
+    WriteNewsProfile(server->Address(), signature);
 }
 
 void SendTest::ComposeArticle(std::string const &groups, std::string const &text, std::string const &subject,
@@ -169,6 +169,21 @@ bool SendTest::WaitForEnd() {
 bool SendTest::SendNow() {
     PressSend();
     return WaitForEnd();
+}
+
+std::string SendTest::Deliver(Strings const &alerts) {
+    std::string const begin = state->kind == kComposeNews ? "POST\r\n" : "DATA\r\n", end = "\r\n.\r\n\r\nQUIT\r\n";
+    shownAlerts.clear();
+    EXPECT_TRUE(SendNow());
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_EQ(shownAlerts, alerts);
+    EXPECT_TRUE(WindowGone() && state->sent);
+    CloseWindow();
+    std::string const all = server->Received();
+    size_t const at = all.find(begin);
+    if (at == all.npos || !all.ends_with(end))
+        return "?" + all;
+    return all.substr(at + begin.size(), all.size() - end.size() - at - begin.size());
 }
 
 void SendTest::CloseWindow() {

@@ -43,11 +43,11 @@ class SendTest : public testing::Test {
     ~SendTest() override;
 
     /// Starts a scripted server and writes the profile "home" (Ann Other <ann@example.org>) for it.
-    void Serve(std::vector<Script> const &scripts);
+    void Serve(std::vector<Script> const &scripts, std::string const &signature = "-");
     void WriteProfile(std::string const &smtpServer, std::string const &signature = "-");
 
     /// The same for the news profile "home" of Ann Other <ann@example.org>, login ann:secret.
-    void ServeNews(std::vector<Script> const &scripts);
+    void ServeNews(std::vector<Script> const &scripts, std::string const &signature = "-");
     void WriteNewsProfile(std::string const &newsServer, std::string const &signature = "-");
 
     /// Fills a new window.
@@ -61,6 +61,9 @@ class SendTest : public testing::Test {
     bool SendNow();
     void PressSend();
     bool WaitForEnd();
+    /// Sends to a server that takes it and goes along with its script: the window closes. Returns what went over the
+    /// wire from DATA or POST up to the final dot.
+    std::string Deliver(Strings const &alerts = {});
     /// Closes the window, unless it has gone already, and forgets it.
     void CloseWindow();
     /// Sends the text of the window to each server in turn; each time it is given back, and `check` holds.

@@ -13,14 +13,10 @@
 #include "store/folder.h"
 #include "ui/widgets.h"
 
-#include <chrono>
 #include <cstring>
-#include <fstream>
 #include <unistd.h>
 
 namespace {
-
-using Strings = std::vector<std::string>;
 
 /// The text with CR LF as its line ends, as the mailbox server gives it out.
 std::string WithLineEnds(std::string const &text) {
@@ -54,7 +50,7 @@ TEST_F(SendTest, ThroughPostfixAndBack) {
     ASSERT_EQ(shownAlerts.size(), 2u);
     EXPECT_EQ(shownAlerts[0], "Error|552 5.2.2 <full@example.org>: Recipient address rejected: Mailbox full");
     EXPECT_TRUE(shownAlerts[1].starts_with("Error|550 5.1.1 <nobody@example.org>")) << shownAlerts[1];
-    for (int i = 0; i < 250 && (mailbox.Count("alice") < 1 || mailbox.Count("bob") < 1); i++)
+    for (int i = 0; i < 3000 && (mailbox.Count("alice") < 1 || mailbox.Count("bob") < 1); i++)
         usleep(20'000);
     AccountRef<MailProfile> const profile = MakeProfile("away", mailbox.Address(), false);
     screen.AddProfile(*profile, true);
@@ -77,12 +73,10 @@ std::string Article(InnServer const &news, int number) {
     Fd const socket(OpenServerConnection(news.Address().c_str(), kNntp, 1));
     char line[kReplyWidth];
     ReadServerLine(socket.Get(), line, sizeof line);
-    for (char const *command : {"AUTHINFO USER alice", "AUTHINFO PASS secret", "GROUP test.general"}) {
-        WriteServerLine(socket.Get(), command);
+    for (std::string const &command : {std::string("GROUP test.general"), "ARTICLE " + std::to_string(number)}) {
+        WriteServerLine(socket.Get(), command.c_str());
         ReadServerLine(socket.Get(), line, sizeof line);
     }
-    WriteServerLine(socket.Get(), ("ARTICLE " + std::to_string(number)).c_str());
-    ReadServerLine(socket.Get(), line, sizeof line);
     if (!std::string_view(line).starts_with("220"))
         return {};
     std::string text;
@@ -91,69 +85,32 @@ std::string Article(InnServer const &news, int number) {
     return text;
 }
 
-class NewsTest : public SendTest {
-  protected:
-    /// The login of the real server.
-    void UseServer(InnServer const &news) {
-        WriteNewsProfile(news.Address());
-        std::string profile = FileText(ConfigRoot() + "news/home.dat");
-        profile.replace(profile.find("\nann\n"), 5, "\nalice\n");
-        std::ofstream(ConfigRoot() + "news/home.dat") << profile;
-    }
-    void PostAndForget(std::string const &groups, std::string const &text, std::string const &references = "") {
-        ComposeArticle(groups, text, "Threads", references);
-        ASSERT_TRUE(SendNow());
-        EXPECT_TRUE(WindowGone());
-        EXPECT_EQ(shownAlerts, Strings{});
-        screen.RunCallback([&] { ReleaseCompose(std::exchange(state, nullptr)); });
-    }
-};
-
-TEST_F(NewsTest, PostedAndAnsweredOnARealServer) {
-    for (std::vector<std::string> const &access : {std::vector<std::string>{}, {"--access", "required"}}) {
-        InnServer const news(access);
-        if (news.MayNotRun())
-            GTEST_SKIP() << "the news server switches users, which takes root";
-        ASSERT_GT(news.Port(), 0);
-        UseServer(news);
-        PostAndForget("test.general ", "One\n.\n.two\n..three");
-        std::string const root = Article(news, 1);
-        EXPECT_NE(root.find("\r\nNewsgroups: test.general\r\n"), root.npos) << root;
-        EXPECT_EQ(UnfoldedField(root, "From"), "ann@example.org");
-        EXPECT_TRUE(root.ends_with("\r\n\r\n\r\n\r\nOne\r\n.\r\n.two\r\n..three\r\n")) << root;
-        std::string const rootId = UnfoldedField(root, "Message-ID");
-        ASSERT_FALSE(rootId.empty());
-
-        PostAndForget(ReplyGroups(root), "Two", ReplyReferences(root));
-        std::string const answer = Article(news, 2);
-        EXPECT_EQ(UnfoldedField(answer, "References"), rootId) << answer;
-        PostAndForget(ReplyGroups(answer), "Three", ReplyReferences(answer));
-        std::string const third = Article(news, 3);
-        EXPECT_EQ(UnfoldedField(third, "References"), rootId + " " + UnfoldedField(answer, "Message-ID"));
-
-        // As long as a header line may be.
-        std::string deep = "References:";
-        for (int i = 0; i < 200; i++)
-            deep += " <" + std::to_string(i) + "@example.org>\r\n";
-        PostAndForget("test.general", "Four", ReplyReferences(deep));
-        EXPECT_EQ(UnfoldedField(Article(news, 4), "References"), ReplyReferences(deep));
-    }
-}
-
-TEST_F(NewsTest, RefusedByARealServerTheTextStays) {
-    InnServer const news({"--access", "required", "--group", "test.general"});
+TEST_F(SendTest, PostedAndAnsweredOnARealServer) {
+    InnServer const news;
     if (news.MayNotRun())
         GTEST_SKIP() << "the news server switches users, which takes root";
     ASSERT_GT(news.Port(), 0);
-    UseServer(news);
+    WriteNewsProfile(news.Address());
+    // What an article with as many references as a header line may have gives an answer.
+    std::string deep = "References:";
+    for (int i = 0; i < 200; i++)
+        deep += " <" + std::to_string(i) + "@example.org>\r\n";
+    for (std::string const &answered : {std::string(), deep}) {
+        ComposeArticle("test.general ", "One\n.\n.two\n..three", "Threads", ReplyReferences(answered));
+        ASSERT_TRUE(SendNow());
+        EXPECT_TRUE(WindowGone());
+        EXPECT_EQ(shownAlerts, Strings{});
+        CloseWindow();
+        std::string const article = Article(news, answered.empty() ? 1 : 2);
+        EXPECT_EQ(UnfoldedField(article, "Newsgroups"), "test.general") << article;
+        EXPECT_EQ(UnfoldedField(article, "From"), "ann@example.org");
+        EXPECT_EQ(UnfoldedField(article, "References"), ReplyReferences(answered));
+        EXPECT_TRUE(article.ends_with("\r\n\r\n\r\n\r\nOne\r\n.\r\n.two\r\n..three\r\n")) << article;
+    }
+    // Its words for a group that it does not have.
     ComposeArticle("no.such.group", "text");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(shownAlerts, Strings{"Error|441 No valid newsgroups in \"no.such.group\""});
-    EXPECT_TRUE(Editable());
-    shownAlerts.clear();
-    WriteNewsProfile(news.Address()); // whose login nobody knows
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(shownAlerts, (Strings{"Error|481 Authentication failed", "Error|Could not authenticate to server"}));
     EXPECT_TRUE(Editable());
 }
 

@@ -3,6 +3,7 @@
 #include "base/fd.h"
 #include "compose/message_text.h"
 #include "compose/send_smtp.h"
+#include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "protocol/send_fixture.h"
 #include "widgets/toolkit.h"
@@ -15,61 +16,40 @@ namespace {
 
 std::string const kHeader = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.org\r\n"
                             "Subject: Hello\r\n";
-std::string const kCommands = "HELO localhost\r\nMAIL FROM: <ann@example.org>\r\n";
 
-/// What went over the wire between DATA and the final dot.
-std::string Data(ScriptedServer const &server) {
-    std::string const all = server.Received();
-    size_t const begin = all.find("DATA\r\n");
-    size_t const end = all.rfind("\r\n.\r\n\r\nQUIT\r\n");
-    EXPECT_NE(begin, all.npos);
-    EXPECT_NE(end, all.npos);
-    return end == all.npos ? "" : all.substr(begin + 6, end - begin - 6);
-}
-
-TEST_F(SendTest, PlainMessageByteForByte) {
-    Serve({SmtpHello({"bob@example.org"}) + SmtpTakes()});
+TEST_F(SendTest, PlainMessageByteForByteToASlowServer) {
+    Serve({{Send("220 ready\r\n", 1), Expect("HELO localhost"), Send("250 hello\r\n", 2),
+            Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n", 1), Expect("RCPT TO: <bob@example.org>"),
+            Send("250 ok\r\n"), Expect("DATA"), Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300),
+            Send("250 ok\r\n", 1), Expect(""), Expect("QUIT")}});
     Compose("bob@example.org", "One\n.two\n\n..three\nend");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
-    EXPECT_TRUE(state->sent);
-    EXPECT_EQ(shownAlerts, Strings{});
-    std::string const all = server->Received();
-    std::string const begin = kCommands + "RCPT TO: <bob@example.org>\r\nDATA\r\n";
-    ASSERT_EQ(all.substr(0, begin.size()), begin);
-    EXPECT_EQ(Plain(all.substr(begin.size())),
-              kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend\r\n.\r\n\r\nQUIT\r\n");
+    EXPECT_EQ(Plain(Deliver()), kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend");
     ASSERT_EQ(Outbox().size(), 1u);
     EXPECT_EQ(Plain(Outbox()[0]), kHeader + "\n\nOne\r\n.two\r\n\r\n..three\r\nend");
     std::string const row = OutboxRows()[0];
     EXPECT_EQ(row.substr(0, row.find("ann@") + 18), " \t Hello\t \"Ann Other\" <ann@example.org>\t ");
-    struct stat status {};
-    ASSERT_EQ(stat((Folder() + "1").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600u);
+    EXPECT_EQ(ModeOf(Folder() + "1"), 0600u);
 }
 
-TEST_F(SendTest, AttachmentsSignatureAndCcByteForByte) {
-    server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.org", "c@x.org", "d@x.org"}) + SmtpTakes());
+TEST_F(SendTest, AttachmentsSignatureAndCcByteForByteWithoutTheLineEndsInFields) {
     std::string const signature = TempHome() + "/signature";
     std::ofstream(signature, std::ios::binary) << std::string("--\n.Ann\n\0.\n", 11);
-    WriteProfile(server->Address(), signature);
-    Compose("bob@example.org", ".", "Hello", "Carl <c@x.org>; d@x.org");
-    AddPart("a.tgz", "APPLICATION/X-TAR-GZ\t", "QUJD\nREVG");
+    Serve({SmtpHello({"b@x.orgX-Evil:1", "c@x.org", "d@x.org"}) + SmtpTakes()}, signature);
+    Compose("b@x.org\r\nX-Evil: 1", ".", "one\r\n\r\ntwo\nthree", "Carl <c@x.org>;\n d@x.org");
+    AddPart("a\r\n.tgz", "APPLICATION/X-TAR-GZ\t\nX: y", "QUJD\nREVG");
     AddPart("", "unknown", "");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.org\r\n"
-                               "CC: Carl <c@x.org>; d@x.org\r\nSubject: Hello\r\n"
+    std::string const wire = Deliver();
+    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: b@x.orgX-Evil: 1\r\n"
+                               "CC: Carl <c@x.org>; d@x.org\r\nSubject: onetwothree\r\n"
                                "MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"BOUNDARY\"\r\n\r\n"
                                "BOUNDARY\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n \n\n";
     std::string const parts = "\r\n\r\nBOUNDARY\r\n"
-                              "Content-Type: APPLICATION/X-TAR-GZ\t; name:\"a.tgz\"\n"
+                              "Content-Type: APPLICATION/X-TAR-GZ\tX: y; name:\"a.tgz\"\n"
                               "Content-Disposition: attachment; filename=\"a.tgz\"\n"
                               "Content-Transfer-Encoding: BASE64\r\n\nQUJD\nREVG\r\n\r\nBOUNDARY\r\n"
                               "Content-Type: unknown\nContent-Transfer-Encoding: BASE64\r\n\n\r\n\r\nBOUNDARY\r\n";
     using namespace std::string_literals;
-    EXPECT_EQ(Plain(Data(*server)), fields + "..\n\n--\n..Ann\n\0.\n"s + parts);
+    EXPECT_EQ(Plain(wire), fields + "..\n\n--\n..Ann\n\0.\n"s + parts);
     ASSERT_EQ(Outbox().size(), 1u);
     EXPECT_EQ(Plain(Outbox()[0]), fields + ".\n\n--\n.Ann\n\0.\n"s + parts);
 }
@@ -121,9 +101,6 @@ TEST(MessageText, ProgressFollowsWrapsAndChunks) {
     percents.clear();
     Body(std::string(2 * 10240, 'x'), &percents);
     EXPECT_EQ(percents, (std::vector<int>{55, 100}));
-    percents.clear();
-    EXPECT_EQ(Body(std::string(10 << 20, 'z'), &percents).size(), (10u << 20) + 2);
-    EXPECT_EQ(percents.size(), 1024u);
 }
 
 TEST(Recipients, EntriesOfAList) {
@@ -197,11 +174,7 @@ TEST_F(SendTest, EveryFailureKeepsTheWholeCopyAndGivesTheWindowBack) {
     ExpectGivenBack(Refusals(), oneMoreCopy);
     // The same window can send in the end.
     Serve({SmtpHello({"bob@example.org"}) + SmtpTakes("240 posted\r\n")});
-    shownAlerts.clear();
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
-    EXPECT_EQ(shownAlerts, Strings{});
+    Deliver();
 }
 
 TEST_F(SendTest, WithoutAServerTheWindowStaysShutUnlessTheTextWouldBeLost) {
@@ -234,72 +207,35 @@ TEST_F(SendTest, RefusedAndUnsendableRecipientsAreShownAndTheOthersServed) {
                   Send("250-1\r\n250 2\r\n"), Expect("DATA"), Send("354-go\r\n354 on\r\n")} +
            SmtpTakes("250-queued\r\n250 as 1\r\n")});
     Compose("A <a@x.org>, b@x.org, ,x,e@x<y.org", "text", "Hello", "\x01z@x.org; c@x.org;;<d@x.org>");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_EQ(shownAlerts, (Strings{"Error|550-5.1.1 nobody\n550 here", "Error|251 elsewhere",
-                                    "Error|This is no address that mail can be sent to: e@x<y.org",
-                                    "Error|This is no address that mail can be sent to: \x01z@x.org"}));
-    EXPECT_TRUE(WindowGone());
-}
-
-TEST_F(SendTest, FieldsCannotAddLinesToTheHeader) {
-    Serve({SmtpHello({"b@x.orgX-Evil:1"}) + SmtpTakes()});
-    Compose("b@x.org\r\nX-Evil: 1", "text", "one\r\n\r\ntwo\nthree", "\n");
-    AddPart("a\r\nb.txt", "TEXT/PLAIN\nX: y", "QUJD");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    std::string const data = Data(*server);
-    EXPECT_NE(data.find("\r\nTo: b@x.orgX-Evil: 1\r\nSubject: onetwothree\r\nMIME-Version"), data.npos) << data;
-    EXPECT_NE(data.find("\r\nContent-Type: TEXT/PLAINX: y; name:\"ab.txt\"\nContent-Disposition: attachment; "
-                        "filename=\"ab.txt\"\n"),
-              data.npos)
-        << data;
+    Deliver({"Error|550-5.1.1 nobody\n550 here", "Error|251 elsewhere",
+             "Error|This is no address that mail can be sent to: e@x<y.org",
+             "Error|This is no address that mail can be sent to: \x01z@x.org"});
 }
 
 TEST_F(SendTest, OddTextsAndSignatures) {
+    std::ofstream(TempHome() + "/empty");
+    std::ofstream(TempHome() + "/dots") << ".\n.\n";
+    std::ofstream(TempHome() + "/large");
+    ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
+    mkfifo((TempHome() + "/pipe").c_str(), 0600);
+    std::string const large(10 << 20, 'x');
+    std::string const tooLarge =
+        "Error|The signature file " + TempHome() + "/large is larger than 1 MB, the message goes without it";
     struct {
-        std::string text, signature, body, alert;
+        std::string text;
+        char const *signature;
+        std::string body;
+        Strings alerts;
     } const cases[] = {
-        {"", "-", "", ""},
-        {"   ", "-", "   ", ""},
-        {".", TempHome() + "/missing", "..", ""},
-        {"x", TempHome(), "x", ""},
-        {"x", TempHome() + "/empty", "x\n\n", ""},
-        {"x", TempHome() + "/large", "x",
-         "Error|The signature file " + TempHome() + "/large is larger than 1 MB, the message goes without it"},
-        {"x", TempHome() + "/pipe", "x", ""},
-        {std::string(10 << 20, 'x'), TempHome() + "/dots", std::string(10 << 20, 'x') + "\n\n..\n..\n", ""},
+        {"", "/missing", "", {}},         {"   ", "", "   ", {}},  {"x", "/empty", "x\n\n", {}},
+        {"x", "/large", "x", {tooLarge}}, {"x", "/pipe", "x", {}}, {large, "/dots", large + "\n\n..\n..\n", {}},
     };
     for (auto const &each : cases) {
         SCOPED_TRACE(each.signature);
-        std::ofstream(TempHome() + "/empty");
-        std::ofstream(TempHome() + "/dots") << ".\n.\n";
-        std::ofstream(TempHome() + "/large");
-        ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
-        mkfifo((TempHome() + "/pipe").c_str(), 0600);
-        server = std::make_unique<ScriptedServer>(SmtpHello({"bob@example.org"}) + SmtpTakes());
-        WriteProfile(server->Address(), each.signature);
-        shownAlerts.clear();
+        Serve({SmtpHello({"bob@example.org"}) + SmtpTakes()}, TempHome() + each.signature);
         Compose("bob@example.org", each.text);
-        ASSERT_TRUE(SendNow());
-        EXPECT_EQ(server->Problems(), "");
-        EXPECT_EQ(shownAlerts, each.alert.empty() ? Strings{} : Strings{each.alert});
-        EXPECT_TRUE(Data(*server).ends_with("\r\nSubject: Hello\r\n\n\n" + each.body));
-        EXPECT_TRUE(WindowGone());
-        CloseWindow();
+        EXPECT_TRUE(Deliver(each.alerts).ends_with("\r\nSubject: Hello\r\n\n\n" + each.body));
     }
-}
-
-TEST_F(SendTest, SlowAndSplitAnswersAreNoFailure) {
-    Serve({Script{Send("220 ready\r\n", 1), Expect("HELO localhost"), Send("250 hello\r\n", 2)} +
-           Script{Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n", 1), Skip(), Send("250 ok\r\n"), Skip(),
-                  Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300), Send("250 ok\r\n", 1), Expect(""),
-                  Expect("QUIT")}});
-    Compose("bob@example.org", "text");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
-    EXPECT_EQ(shownAlerts, Strings{});
 }
 
 } // namespace
