@@ -10,7 +10,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTimer>
 
 #include <thread>
@@ -114,40 +114,74 @@ TEST_F(Dialogs, PromptTakesNoEmptyEntryAndKeepsWithinItsBuffer) {
     EXPECT_EQ(prompt(0), 2);
 }
 
+/// Once a box is open, has a worker go into the library and change a label, and presses the box's button then.
+class Visitor {
+  public:
+    Visitor(PtWidget_t *label, std::function<QAbstractButton *()> button) {
+        QObject::connect(&look_, &QTimer::timeout, &look_, [this, label, button] {
+            QAbstractButton *const open = button();
+            if (open && !worker_.joinable())
+                worker_ = std::thread([this, label] {
+                    PtEnter(0);
+                    SetText(label, "from the worker");
+                    PtFlush();
+                    PtLeave(0);
+                    entered_ = true;
+                });
+            else if (open && entered_)
+                QTest::mouseClick(open, Qt::LeftButton);
+        });
+        look_.start(5);
+    }
+    ~Visitor() { worker_.join(); }
+
+  private:
+    QTimer look_;
+    std::thread worker_;
+    std::atomic<bool> entered_ = false;
+};
+
 int AskInside(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     *static_cast<int *>(data) = Ask();
     EXPECT_TRUE(PtLockHeld());
     return Pt_CONTINUE;
 }
 
-// While the box waits, workers get into the library, and other callbacks run.
-TEST_F(Dialogs, AlertFromACallbackLetsTheLibraryGo) {
+TEST_F(Dialogs, WorkersGetInWhileAnAlertAsks) {
     int answer = 0;
-    std::atomic<bool> entered = false;
     PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, AskInside, &answer);
-    std::atomic<bool> open = false;
-    std::thread worker([&] {
-        while (!open)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        PtEnter(0);
-        SetText(W("lblOne"), "from the worker");
-        PtFlush();
-        PtLeave(0);
-        entered = true;
+    Visitor const visitor(W("lblOne"), [] {
+        QDialog *box = Dialog("PtAlert");
+        return box ? box->findChild<QAbstractButton *>(QStringLiteral("PtAlert_2")) : nullptr;
     });
-    auto *timer = new QTimer(TheApplication());
-    QObject::connect(timer, &QTimer::timeout, timer, [&, timer] {
-        open = Dialog("PtAlert") != nullptr;
-        if (entered.load() && Dialog("PtAlert")) {
-            timer->stop();
-            timer->deleteLater();
-            PressButton(*Dialog("PtAlert"), "PtAlert_2");
-        }
-    });
-    timer->start(5);
     Click(N<QPushButton>("btnOne"));
-    worker.join();
     EXPECT_EQ(answer, 2);
+    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
+}
+
+int ChooseFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    auto *info = static_cast<PtFileSelectionInfo_t *>(data);
+    std::string const proposed = info->path;
+    info->path[0] = 0;
+    return PtFileSelection(nullptr, nullptr, "Save", proposed.c_str(), nullptr, nullptr, nullptr, nullptr, info,
+                           Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
+}
+
+// The question whether to replace a file is Qt's, in a loop of Qt's own.
+TEST_F(Dialogs, WorkersGetInWhileTheFileDialogAsks) {
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    PtFileSelectionInfo_t info{};
+    snprintf(info.path, sizeof info.path, "%s", qPrintable(file.fileName()));
+    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, ChooseFile, &info);
+    Visitor const visitor(W("lblOne"), [] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        return box ? box->button(QMessageBox::Yes) : nullptr;
+    });
+    WhenOpen("PtFileSelection", [](QDialog &dialog) { QMetaObject::invokeMethod(&dialog, "accept"); });
+    Click(N<QPushButton>("btnOne"));
+    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
+    EXPECT_EQ(QString::fromLocal8Bit(info.path), file.fileName());
     EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
 }
 
@@ -175,46 +209,6 @@ TEST_F(Dialogs, AlertsFromWorkersAreIndependent) {
     EXPECT_TRUE(ProcessEventsUntil([&] { return answers == 2; }));
     first.join();
     second.join();
-}
-
-int ChooseFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
-    auto *info = static_cast<PtFileSelectionInfo_t *>(data);
-    return PtFileSelection(nullptr, nullptr, "Save", info->fspec, nullptr, nullptr, nullptr, nullptr, info,
-                           Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
-}
-
-// The question whether to replace a file is Qt's, in a loop of Qt's own.
-TEST_F(Dialogs, WorkersGetInWhileTheFileDialogAsks) {
-    QTemporaryDir const directory;
-    std::string const path = directory.filePath(QStringLiteral("there")).toStdString();
-    QFile file(QString::fromStdString(path));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    PtFileSelectionInfo_t info{};
-    snprintf(info.fspec, sizeof info.fspec, "%s", path.c_str());
-    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, ChooseFile, &info);
-    std::thread worker;
-    std::atomic<bool> entered = false;
-    QTimer look;
-    QObject::connect(&look, &QTimer::timeout, &look, [&] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        if (box && !worker.joinable())
-            worker = std::thread([&] {
-                PtEnter(0);
-                SetText(W("lblOne"), "from the worker");
-                PtFlush();
-                PtLeave(0);
-                entered = true;
-            });
-        else if (box && entered)
-            QTest::mouseClick(box->button(QMessageBox::Yes), Qt::LeftButton);
-    });
-    look.start(5);
-    WhenOpen("PtFileSelection", [](QDialog &dialog) { QMetaObject::invokeMethod(&dialog, "accept"); });
-    Click(N<QPushButton>("btnOne"));
-    worker.join();
-    EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
-    EXPECT_EQ(info.path, path);
-    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
 }
 
 TEST(Fonts, Names) {

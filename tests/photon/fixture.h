@@ -3,6 +3,7 @@
 
 #include "Ap.h"
 #include "qt/testing.h"
+#include "qt/tree_view.h"
 
 #include <QTest>
 #include <gtest/gtest.h>
@@ -100,4 +101,33 @@ class WindowTest : public ToolkitTest {
 
     ApEventLink_t link_{"testwin", ApWindow};
     PtWidget_t *window_ = nullptr;
+};
+
+/// The test window's tree.
+class TreeTest : public WindowTest {
+  protected:
+    void SetUp() override {
+        WindowTest::SetUp();
+        tree_ = W("treeOne");
+        frame_ = dynamic_cast<TreeFrame *>(N<QWidget>("treeOne"));
+        ASSERT_TRUE(frame_);
+    }
+
+    /// Adds a row behind `last`, or as the first one below `parent` when there is none.
+    PtTreeItem_t *Append(std::string const &text, PtTreeItem_t *parent, PtTreeItem_t *last, bool open = false) {
+        PtTreeItem_t *item = PtTreeAllocItem(tree_, text.c_str(), -1, -1);
+        if (open)
+            item->gen.list.flags |= Pt_TREE_ITEM_EXPANDABLE | Pt_TREE_ITEM_EXPANDED;
+        EXPECT_EQ(last ? PtTreeAddAfter(tree_, item, last) : PtTreeAddFirst(tree_, item, parent), 0);
+        return item;
+    }
+
+    /// Brings the view up to date; on a slow machine its budget puts rows off.
+    void Sync() {
+        EXPECT_TRUE(ProcessEventsUntil([this] { return !tree_->dirty && !frame_->model_->Behind(*tree_->tree); }));
+        WindowTest::Sync();
+    }
+
+    PtWidget_t *tree_ = nullptr;
+    TreeFrame *frame_ = nullptr;
 };

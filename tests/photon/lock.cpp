@@ -118,7 +118,7 @@ TEST_F(Lock, FlushDoesNotWaitForAMainThreadThatIsAway) {
         PtFlush();
         PtLeave(0);
     }).join();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 1900ms);
     EXPECT_EQ(Shown(), before);
     PtEnter(0);
     PtFlush();
@@ -187,52 +187,42 @@ TEST_F(Lock, HoldKeepsPaintingBackButNotAFlush) {
     EXPECT_EQ(PtRelease(), -1);
 }
 
-TEST_F(Lock, WorkersCreateDestroyAndOrderActions) {
+TEST_F(Lock, WorkersCreateAndOrderActions) {
     std::vector<Told> expired;
     PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, Note, &expired);
     PtWidget_t *made = nullptr;
-    bool at_once = true, shown = false;
     std::atomic<bool> done = false;
     std::thread worker([&] {
         PtEnter(0);
         PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 1, 0); // only the main thread acts
         made = PtCreateWidget(PtButton, W("paneOne"), 0, nullptr);
         SetText(made, "new");
-        at_once = made->view != nullptr;
+        EXPECT_FALSE(made->view);
         PtFlush();
-        shown = made->view != nullptr;
+        EXPECT_TRUE(made->view);
         PtLeave(0);
         done = true;
     });
     EXPECT_TRUE(ProcessEventsUntil([&] { return done && !expired.empty(); }));
     worker.join();
-    EXPECT_FALSE(at_once);
-    EXPECT_TRUE(shown);
     EXPECT_EQ(Native<QPushButton>(made)->text(), QStringLiteral("new"));
-    QPointer<QWidget> const window(Native<QWidget>(window_));
-    std::thread destroyer([&] {
-        PtEnter(0);
-        PtDestroyWidget(window_);
-        EXPECT_TRUE(PtWidgetFlags(made) & Pt_DESTROYED); // its memory waits for the main loop
-        PtLeave(0);
-    });
-    EXPECT_TRUE(ProcessEventsUntil([&] { return window.isNull(); }));
-    destroyer.join();
 }
 
-TEST_F(Lock, WidgetStaysWhileAWorkersCallbackRunsForIt) {
-    auto const destroy_and_ask = [](PtWidget_t *widget, void *, PtCallbackInfo_t *) {
-        PtDestroyWidget(widget);
-        {
-            PtLockPause const pause; // a question to the user: the main loop turns meanwhile and frees what it can
-            std::this_thread::sleep_for(60ms);
-        }
-        EXPECT_EQ(TextOf(widget), "still here");
-        return int{Pt_CONTINUE};
-    };
+int DestroyAndAsk(PtWidget_t *widget, void *window, PtCallbackInfo_t *) {
+    PtDestroyWidget(static_cast<PtWidget_t *>(window));
+    {
+        PtLockPause const pause; // a question to the user: the main loop turns meanwhile and frees what it can
+        std::this_thread::sleep_for(60ms);
+    }
+    EXPECT_EQ(TextOf(widget), "still here");
+    return Pt_CONTINUE;
+}
+
+TEST_F(Lock, AWorkerDestroysAWindow) {
     PtWidget_t *button = W("btnOne");
+    QPointer<QWidget> const native(Native<QWidget>(window_));
     SetText(button, "still here");
-    PtAddCallback(button, Pt_CB_ACTIVATE, destroy_and_ask, nullptr);
+    PtAddCallback(button, Pt_CB_ACTIVATE, DestroyAndAsk, window_);
     std::atomic<bool> done = false;
     std::thread worker([&] {
         PtEnter(0);
@@ -240,7 +230,7 @@ TEST_F(Lock, WidgetStaysWhileAWorkersCallbackRunsForIt) {
         PtLeave(0);
         done = true;
     });
-    EXPECT_TRUE(ProcessEventsUntil([&] { return done.load(); }));
+    EXPECT_TRUE(ProcessEventsUntil([&] { return done && native.isNull(); }));
     worker.join();
 }
 

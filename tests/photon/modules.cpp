@@ -131,24 +131,19 @@ TEST_F(Modules, OpenRunCloseAndForget) {
     EXPECT_EQ(ApModalWait(dialog, 0), 0);
     EXPECT_EQ(ApModalWait(nullptr, 0), -1);
 
+    PtWidget_t *menu = ApCreateModule(&menu_link, open, nullptr);
+    PtUnrealizeWidget(menu);
+    PtWidget_t *again = ApCreateModule(&menu_link, open, nullptr);
+    EXPECT_TRUE(PtWidgetFlags(menu) & Pt_DESTROYED); // a menu is there once
+    EXPECT_EQ(widgets[ABN_testmenu], again);
+    EXPECT_TRUE(PtWidgetIsRealized(widgets[ABN_mnuTop]));
+
     PtWidget_t *second = OpenWindow();
     EXPECT_EQ(widgets[ABN_testwin], second); // takes the table over
     EXPECT_NE(ApGetWidgetPtr(window, ABN_btnOne), widgets[ABN_btnOne]);
     PtDestroyWidget(second);
     EXPECT_EQ(widgets[ABN_testwin], nullptr);
     EXPECT_FALSE(PtWidgetFlags(window) & Pt_DESTROYED);
-}
-
-TEST_F(Modules, AMenuIsThereOnce) {
-    ASSERT_EQ(Start(), 0);
-    OpenWindow();
-    PtWidget_t *menu = ApCreateModule(&menu_link, widgets[ABN_btnOne], nullptr);
-    ASSERT_TRUE(menu);
-    EXPECT_TRUE(PtWidgetIsRealized(widgets[ABN_mnuTop]));
-    PtUnrealizeWidget(menu);
-    PtWidget_t *again = ApCreateModule(&menu_link, nullptr, nullptr);
-    EXPECT_TRUE(PtWidgetFlags(menu) & Pt_DESTROYED);
-    EXPECT_EQ(widgets[ABN_testmenu], again);
 }
 
 TEST_F(Modules, DatabasesGiveCopies) {

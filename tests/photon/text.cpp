@@ -39,8 +39,10 @@ TEST(Utf8, CountsWhatAReaderSees) {
 TEST_F(Text, IsReplacedByCharacterPositions) {
     Set("Gr\xC3\xBC\xC3\x9F"
         "e");
+    PtSetResource(field_, Pt_ARG_CURSOR_POSITION, 4, 0);
     EXPECT_EQ(PtTextModifyText(field_, 2, 4, 0, "aess", 4), 1);
     EXPECT_EQ(Get(), "Graesse");
+    EXPECT_EQ(Number<int>(field_, Pt_ARG_CURSOR_POSITION), 6);             // stays behind what it was behind
     EXPECT_EQ(PtTextModifyText(field_, 0, 0, -1, "!\xE2\x82\xAC?", 2), 1); // two characters of it, at the end
     EXPECT_EQ(Get(), "Graesse!\xE2\x82\xAC");
     EXPECT_EQ(PtTextModifyText(field_, 0, 0, 2, "\xFC", 1), 1); // one byte that is not UTF-8 stays that byte
@@ -98,18 +100,6 @@ TEST_F(Text, VerifyCallbacksMayReplaceOrRefuse) {
     EXPECT_EQ(PtTextModifyText(field_, 0, 0, -1, "abc", 3), 0);
     EXPECT_EQ(Get(), "abc***");
     EXPECT_EQ(notified.size(), 1u);
-}
-
-TEST_F(Text, CursorFollowsTheText) {
-    Set("0123456789");
-    PtSetResource(field_, Pt_ARG_CURSOR_POSITION, 8, 0);
-    auto const cursor = [&] { return PtValueOf(*field_, Pt_ARG_CURSOR_POSITION)->scalar; };
-    PtTextModifyText(field_, 2, 4, 0, "abc", 3);
-    EXPECT_EQ(cursor(), 9);
-    PtTextModifyText(field_, 8, 11, 0, nullptr, 0);
-    EXPECT_EQ(cursor(), 8);
-    PtTextModifyText(field_, 8, 8, 8, "xy", 2); // as if typed
-    EXPECT_EQ(cursor(), 10);
 }
 
 TEST_F(Text, LongTextsGrowAtTheEndWithoutBeingReadAgain) {

@@ -2,8 +2,6 @@
 
 #include "photon/fixture.h"
 
-#include "qt/tree_view.h"
-
 #include <QElapsedTimer>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -23,13 +21,10 @@ struct Node {
     std::vector<std::unique_ptr<Node>> below;
 };
 
-class GrowingTree : public WindowTest {
+class GrowingTree : public TreeTest {
   protected:
     void SetUp() override {
-        WindowTest::SetUp();
-        tree_ = W("treeOne");
-        frame_ = dynamic_cast<TreeFrame *>(N<QWidget>("treeOne"));
-        ASSERT_TRUE(frame_);
+        TreeTest::SetUp();
         resets_ = std::make_unique<QSignalSpy>(frame_->model(), &QAbstractItemModel::modelReset);
         Append("", nullptr, nullptr);
         Clear();
@@ -39,15 +34,6 @@ class GrowingTree : public WindowTest {
         PtGenTreeFreeAllItems(tree_);
         PtFlush();
         resets_->clear();
-    }
-
-    /// Adds a row behind `last`, or as the first one below `parent` when there is none.
-    PtTreeItem_t *Append(std::string const &text, PtTreeItem_t *parent, PtTreeItem_t *last, bool open = false) {
-        PtTreeItem_t *item = PtTreeAllocItem(tree_, text.c_str(), -1, -1);
-        if (open)
-            item->gen.list.flags |= Pt_TREE_ITEM_EXPANDABLE | Pt_TREE_ITEM_EXPANDED;
-        EXPECT_EQ(last ? PtTreeAddAfter(tree_, item, last) : PtTreeAddFirst(tree_, item, parent), 0);
-        return item;
     }
 
     /// Runs `add(i)` for each row on a worker, with a flush every 50 rows, until all are added and shown.
@@ -68,8 +54,7 @@ class GrowingTree : public WindowTest {
         while (!ready)
             PtProcessEvent();
         worker.join();
-        EXPECT_TRUE(ProcessEventsUntil([&] { return !frame_->model_->Behind(*tree_->tree); }));
-        PtFlush();
+        Sync();
         EXPECT_EQ(tree_->tree->item_count, static_cast<size_t>(rows));
         EXPECT_EQ(resets_->count(), 0);
         return clock.elapsed();
@@ -85,8 +70,6 @@ class GrowingTree : public WindowTest {
     }
     size_t Rows() { return Shown().size(); }
 
-    PtWidget_t *tree_ = nullptr;
-    TreeFrame *frame_ = nullptr;
     std::unique_ptr<QSignalSpy> resets_;
 };
 
@@ -127,49 +110,42 @@ TEST_F(GrowingTree, ShowsWhatANaiveTreeHas) {
         }
         std::erase_if(node.above->below, [&](auto const &each) { return each.get() == &node; });
     };
-    for (int step = 0; step < 3000; step++) {
+    auto const open_or_shut = [&](Node &node) {
+        node.open = !node.open;
+        if (node.open)
+            EXPECT_EQ(PtGenTreeExpand(tree_, &node.item->gen, nullptr), 0);
+        else
+            PtGenTreeCollapse(tree_, &node.item->gen, nullptr);
+    };
+    auto const compare = [&](bool flush) {
+        if (flush)
+            PtFlush();
+        else
+            ASSERT_TRUE(ProcessEventsUntil([&] { return !(tree_->dirty & kDirtyTree); }));
+        // What the budget put off comes at the latest with a row that is to be shown.
+        PtGenTreeShow(tree_, PtGenTreeRootItem(tree_));
+        Sync();
+        std::vector<std::string> expected;
+        Expect(root, expected);
+        ASSERT_EQ(Shown(), expected);
+        EXPECT_TRUE(!appended_only || resets_->count() == 0);
+        resets_->clear();
+        appended_only = true;
+    };
+    for (int step = 0; step < 3000 && !HasFailure(); step++) {
         Node &node = *all[pick(all.size())];
-        switch (size_t const what = pick(40); what) {
-        case 0:
+        size_t const what = pick(40);
+        if (what == 0) {
             appended_only = appended_only && node.below.empty();
             add(node, 0);
-            break;
-        case 1:
-            if (&node != &root && pick(2)) {
-                appended_only = false;
-                remove(node);
-            }
-            break;
-        case 2:
-        case 3:
-        case 4:
-            if (&node != &root && (node.item->gen.list.flags & Pt_TREE_ITEM_EXPANDABLE)) {
-                node.open = !node.open;
-                if (node.open)
-                    EXPECT_EQ(PtGenTreeExpand(tree_, &node.item->gen, nullptr), 0);
-                else
-                    PtGenTreeCollapse(tree_, &node.item->gen, nullptr);
-            }
-            break;
-        case 5:
-        case 6:
-        case 7: {
-            if (what == 7)
-                PtFlush();
-            else
-                ASSERT_TRUE(ProcessEventsUntil([&] { return !(tree_->dirty & kDirtyTree); }));
-            // What the budget put off comes at the latest with a row that is to be shown.
-            PtGenTreeShow(tree_, PtGenTreeRootItem(tree_));
-            Sync();
-            std::vector<std::string> expected;
-            Expect(root, expected);
-            ASSERT_EQ(Shown(), expected) << "step " << step;
-            EXPECT_TRUE(!appended_only || resets_->count() == 0) << "step " << step;
-            resets_->clear();
-            appended_only = true;
-            break;
-        }
-        default:
+        } else if (what == 1 && &node != &root && pick(2)) {
+            appended_only = false;
+            remove(node);
+        } else if (what < 5 && &node != &root && (node.item->gen.list.flags & Pt_TREE_ITEM_EXPANDABLE)) {
+            open_or_shut(node);
+        } else if (what >= 5 && what < 8) {
+            compare(what == 7);
+        } else if (what >= 8) {
             add(node, node.below.size());
         }
     }
@@ -215,6 +191,15 @@ TEST_F(GrowingTree, KeepsSelectionCurrentRowAndPlace) {
     Sync();
     EXPECT_EQ(top(), "row 5");
     EXPECT_EQ(Rows(), 112u);
+    // A reset keeps it all.
+    PtGenTreeRemoveItem(tree_, &roots[99]->gen);
+    PtGenTreeFreeItems(&roots[99]->gen);
+    Sync();
+    EXPECT_EQ(resets_->count(), 1);
+    EXPECT_EQ(top(), "row 5");
+    EXPECT_EQ(Rows(), 111u);
+    EXPECT_EQ(frame_->currentIndex().row(), 60);
+    EXPECT_EQ(frame_->selectionModel()->selectedRows().value(0).row(), 60);
 }
 
 TEST_F(GrowingTree, AShownRowGetsItsExpander) {
@@ -242,61 +227,53 @@ TEST_F(GrowingTree, AShownRowGetsItsExpander) {
     EXPECT_EQ(Rows(), 5u);
 }
 
-TEST_F(GrowingTree, RowsFromAWorkerInThreads) {
-    constexpr int kRows = 100'000;
-    qint64 flat = 0;
-    for (int kind = 0; kind < 4; kind++) {
-        Clear();
-        PtTreeItem_t *root = nullptr, *last = nullptr; // threads of five
-        qint64 const took = OnWorker(kRows, [&](int i) {
-            std::string const text = "row " + std::to_string(i) + "\tsize";
-            if (kind == 0 || (kind == 3 ? i == 0 : i % 5 == 0))
-                root = Append(text, nullptr, root, kind == 2), last = nullptr;
-            else
-                last = Append(text, root, last);
-        });
-        flat = kind == 0 ? took : flat;
-        size_t const shown[] = {kRows, kRows / 5, kRows, 1};
-        EXPECT_EQ(Rows(), shown[kind]);
-        char const *const name[] = {"at the root", "in shut threads", "in open threads", "below a shut row"};
-        printf("%d rows %s: %lld ms, %.2f times\n", kRows, name[kind], static_cast<long long>(took),
-               static_cast<double>(took) / static_cast<double>(std::max<qint64>(flat, 1)));
-    }
-}
-
-TEST_F(GrowingTree, DeepAndWideFromAWorker) {
+TEST_F(GrowingTree, RowsFromAWorker) {
     constexpr int kWide = 100'000, kDeep = 30'000;
-    for (bool const deep : {false, true}) {
+    struct Kind {
+        char const *name;
+        int rows, thread; ///< rows of a thread, 0: one below the other
+        bool open;
+        size_t shown;
+    };
+    qint64 flat = 0;
+    for (auto const &[name, rows, thread, open, shown] :
+         {Kind{"at the root", kWide, 1, false, kWide}, Kind{"in shut threads", kWide, 5, false, kWide / 5},
+          Kind{"in open threads", kWide, 5, true, kWide}, Kind{"below a shut row", kWide, kWide, false, 1},
+          Kind{"below an open row", kWide, kWide, true, kWide},
+          Kind{"below each other", kDeep, 0, true, kDeepestLevel}}) {
         Clear();
-        int const rows = deep ? kDeep : kWide;
-        int const shown = std::min(rows, deep ? kDeepestLevel : rows);
-        PtTreeItem_t *father = nullptr, *last = nullptr, *deepest = nullptr;
-        qint64 const took = OnWorker(rows, [&](int i) {
-            PtTreeItem_t *item = Append(std::to_string(i), father, deep ? nullptr : last, deep || i == 0);
-            if (deep || i == 0)
-                father = item;
-            else
-                last = item;
-            if (i == shown - 1)
-                deepest = item;
+        PtTreeItem_t *root = nullptr, *last = nullptr, *at_the_end = nullptr;
+        qint64 const took = OnWorker(rows, [&, thread = thread, open = open, shown = shown](int i) {
+            std::string const text = "row " + std::to_string(i) + "\tsize";
+            bool const begins = thread > 0 && i % thread == 0;
+            last = begins ? Append(text, nullptr, root, open) : Append(text, root, last, open && thread == 0);
+            if (begins || thread == 0)
+                root = std::exchange(last, nullptr);
+            if (static_cast<size_t>(i) == shown - 1)
+                at_the_end = last ? last : root;
         });
-        EXPECT_EQ(Rows(), static_cast<size_t>(shown));
+        flat = flat ? flat : std::max<qint64>(took, 1);
+        EXPECT_EQ(Rows(), shown) << name;
         QElapsedTimer clock;
         clock.start();
         for (int place = 0; place < 20; place++) {
-            frame_->verticalScrollBar()->setValue(place * shown / 20);
+            frame_->verticalScrollBar()->setValue(place * static_cast<int>(shown) / 20);
             PtFlush();
         }
-        qint64 const scrolled = clock.restart();
-        PtGenTreeGoto(tree_, &deepest->gen);
-        PtFlush();
-        EXPECT_EQ(frame_->currentIndex().data().toString().toInt(), shown - 1);
-        EXPECT_TRUE(frame_->viewport()->rect().intersects(frame_->visualRect(frame_->currentIndex())));
-        PtGenTreeCollapse(tree_, PtGenTreeRootItem(tree_), nullptr);
-        EXPECT_TRUE(ProcessEventsUntil([&] { return Rows() == 1; }));
-        printf("%d rows %s: %lld ms, scrolled to 20 places %lld ms, to the last and shut %lld ms\n", rows,
-               deep ? "below each other" : "below one", static_cast<long long>(took),
-               static_cast<long long>(scrolled), static_cast<long long>(clock.elapsed()));
+        qint64 const scrolled = clock.elapsed();
+        if (shown == static_cast<size_t>(rows) || thread == 0) {
+            PtGenTreeGoto(tree_, &at_the_end->gen);
+            PtFlush();
+            EXPECT_EQ(frame_->currentIndex().data().toString(), QStringLiteral("row %1").arg(shown - 1));
+            EXPECT_TRUE(frame_->viewport()->rect().intersects(frame_->visualRect(frame_->currentIndex())));
+        }
+        if (open && thread != 5) {
+            PtGenTreeCollapse(tree_, PtGenTreeRootItem(tree_), nullptr);
+            EXPECT_TRUE(ProcessEventsUntil([&] { return Rows() == 1; }));
+        }
+        printf("%d rows %s: %lld ms, %.2f times; scrolled to 20 places %lld ms\n", rows, name,
+               static_cast<long long>(took), static_cast<double>(took) / static_cast<double>(flat),
+               static_cast<long long>(scrolled));
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "photon/fixture.h"
 
-#include "core/display.h"
 #include "qt/geometry.h"
 
 #include <QCheckBox>
@@ -14,17 +13,19 @@
 #include <QPushButton>
 #include <QSpinBox>
 
+#include <climits>
+
 namespace {
 
 class Views : public WindowTest {};
 
 TEST_F(Views, TextOfThePrograms) {
-    PtSetResource(W("lblOne"), Pt_ARG_TEXT_STRING, "<b>bold & co</b>", 0);
-    PtSetResource(W("btnOne"), Pt_ARG_TEXT_STRING, "A & B", 0);
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "a\x01\r\nb\xE9", 0);
-    PtSetResource(W("mtxOne"), Pt_ARG_TEXT_STRING, "x\r\ny\n\xC3\xA9\xE9", 0);
+    SetText(W("lblOne"), "<b>bold & co</b>");
+    SetText(W("btnOne"), "A & B");
+    SetText(W("txtOne"), "a\x01\r\nb\xE9");
+    SetText(W("mtxOne"), "x\r\ny\n\xC3\xA9\xE9");
     PtSetResource(W("prgOne"), Pt_ARG_GAUGE_VALUE, 40, 0);
-    PtSetResource(W("numOne"), Pt_ARG_TEXT_STRING, "12", 0);
+    SetText(W("numOne"), "12");
     PtSetResource(W("tlgOne"), Pt_ARG_FLAGS, Pt_FALSE, Pt_SET);
     PtSetResource(W("cmbOne"), Pt_ARG_CBOX_SEL_ITEM, 2, 0);
     Sync();
@@ -51,8 +52,8 @@ TEST_F(Views, LongLabelDoesNotWidenTheWindow) {
 
 // The bytes that the user did not touch stay as they were.
 TEST_F(Views, EditingKeepsForeignBytes) {
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "\xE9\x01-\xC3\xA9", 0);
-    PtSetResource(W("mtxOne"), Pt_ARG_TEXT_STRING, "\xE9\r\nend", 0);
+    SetText(W("txtOne"), "\xE9\x01-\xC3\xA9");
+    SetText(W("mtxOne"), "\xE9\r\nend");
     Sync();
     auto *field = N<QLineEdit>("txtOne");
     field->setCursorPosition(2); // behind the dash
@@ -88,7 +89,7 @@ int OnlyLetters(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
 TEST_F(Views, ModifyVerifyRefusesAndReplaces) {
     Filter filter;
     std::vector<Told> notified;
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "", 0);
+    SetText(W("txtOne"), "");
     PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
     PtAddCallback(W("txtOne"), Pt_CB_MODIFY_NOTIFY, Note, &notified);
     Sync();
@@ -102,14 +103,22 @@ TEST_F(Views, ModifyVerifyRefusesAndReplaces) {
     EXPECT_EQ(TextOf(W("txtOne")), "ab*");
     EXPECT_EQ(field->text(), QStringLiteral("ab*"));
     EXPECT_EQ(field->cursorPosition(), 3);
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "silent-", 0);
+    SetText(W("txtOne"), "silent-");
     EXPECT_EQ(filter.seen.size(), 4u);
+    // Another text that is shorter than what was pasted is never read past its end.
+    SetText(W("txtOne"), "");
+    Sync();
+    QInputMethodEvent commit;
+    commit.setCommitString(QStringLiteral("X") + QString(29, QLatin1Char('y')));
+    WithoutLock([&] { QApplication::sendEvent(field, &commit); });
+    EXPECT_EQ(filter.last.length, 30);
+    EXPECT_EQ(TextOf(W("txtOne")), std::string(20, '*'));
 }
 
 // A field of equal characters: only the cursor and the selection tell what was changed.
 TEST_F(Views, ModifyVerifyKnowsThePlaceAmongEqualCharacters) {
     Filter filter;
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "****", 0);
+    SetText(W("txtOne"), "****");
     Sync();
     PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
     auto *field = N<QLineEdit>("txtOne");
@@ -134,19 +143,6 @@ TEST_F(Views, ModifyVerifyKnowsThePlaceAmongEqualCharacters) {
     WithoutLock([&] { field->cut(); });
     expect(0, 2, 0);
     EXPECT_EQ(TextOf(W("txtOne")), "");
-}
-
-TEST_F(Views, PasteShorterThanItsReplacementIsCut) {
-    Filter filter;
-    PtSetResource(W("txtOne"), Pt_ARG_TEXT_STRING, "", 0);
-    Sync();
-    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
-    auto *field = N<QLineEdit>("txtOne");
-    QInputMethodEvent commit;
-    commit.setCommitString(QStringLiteral("X") + QString(29, QLatin1Char('y')));
-    WithoutLock([&] { QApplication::sendEvent(field, &commit); });
-    EXPECT_EQ(filter.last.length, 30);
-    EXPECT_EQ(TextOf(W("txtOne")), std::string(20, '*')); // never read past its end
 }
 
 TEST_F(Views, AWindowClosesAsTheProgramWants) {
@@ -175,12 +171,15 @@ TEST_F(Views, AWindowIsUnrealizedAndRealizedAgain) {
 }
 
 TEST(Geometry, OptionsAndFitting) {
-    EXPECT_EQ(OptionLength("10", 800, 1), 10);
-    EXPECT_EQ(OptionLength("50%", 800, 1), 400);
-    EXPECT_EQ(OptionLength("20r", 800, 1), 20);
-    EXPECT_EQ(OptionLength("", 800, 77), 77);
-    EXPECT_EQ(OptionLength("x", 800, 77), 77);
-    EXPECT_EQ(OptionLength("99999999999", 800, 77), 77);
+    for (auto const &[text, length] : {std::pair{"10", 10},
+                                       {"50%", 400},
+                                       {"20r", 20},
+                                       {"", 77},
+                                       {"x", 77},
+                                       {"99999999999", 77},
+                                       {"2147483647", SHRT_MAX},
+                                       {"2000000000%", SHRT_MAX}})
+        EXPECT_EQ(OptionLength(text, 800, 77), length) << text;
     QRect const screen(0, 0, 800, 600);
     EXPECT_EQ(FitInto(QRect(-50, 700, 300, 200), screen), QRect(0, 400, 300, 200));
     EXPECT_EQ(FitInto(QRect(10, 10, 3000, 200), screen), QRect(0, 10, 800, 200));
