@@ -2,17 +2,13 @@
 // whole, and with room again all goes on.
 
 #include "base/fd.h"
-#include "base/text.h"
-#include "fixtures/process.h"
+#include "hostile/driven_store.h"
 #include "hostile/mailbox_server.h"
-#include "store/folder.h"
-#include "unit/scratch.h"
 
 #include <cerrno>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
-#include <map>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/wait.h>
@@ -80,22 +76,10 @@ class SmallDisk : public testing::Test {
 
     /// All that was stored is there, and listed; a record without a file may be left from a refused message.
     void ExpectStored() const {
-        std::map<int32_t, std::string> rows;
-        EXPECT_TRUE(ReadFolderIndex(inbox.c_str(), [&](IndexRecord const &record) {
-            EXPECT_TRUE(rows.emplace(record.number, FieldText(record.row, kRowWidth)).second) << record.number;
-        }));
-        EXPECT_EQ(Files(), stored);
+        EXPECT_EQ(StoredTexts(inbox), stored);
+        std::map<int32_t, std::string> rows = StoredRows(inbox);
         for (auto const &[number, text] : stored)
             EXPECT_EQ(rows[number], " \t" + text.substr(8, text.find('\r') - 8) + "\t\t\t") << number;
-    }
-
-    /// The message files, by number.
-    std::map<int32_t, std::string> Files() const {
-        std::map<int32_t, std::string> files;
-        for (auto const &entry : fs::directory_iterator(inbox))
-            if (int32_t const number = DecimalPrefix(entry.path().filename().string()); number > 0)
-                files[number] = ReadFile(entry.path());
-        return files;
     }
 
     Scratch scratch;
@@ -156,16 +140,9 @@ TEST_F(SmallDisk, FullDuringACheck) {
         inbox = root + ".Corvanta/home/Inbox/";
         fs::create_directories(root + ".Corvanta/home");
         ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
-        auto const check = [&] {
-            ChildProcess driver;
-            EXPECT_TRUE(driver.Start({CORVANTA_STORE_DRIVER, "session", root, server.Address()}));
-            std::string result = driver.ReadLine(20);
-            EXPECT_EQ(driver.Wait(), 0);
-            std::erase(result, '\a');
-            return result;
-        };
+        auto const check = [&] { return RunDriver("session", scratch, server.Address()).result; };
         EXPECT_EQ(check(), "-1");
-        stored = Files();
+        stored = StoredTexts(inbox);
         ExpectStored();
         size_t const some = stored.size();
         EXPECT_GE(some, 3u);
@@ -175,7 +152,7 @@ TEST_F(SmallDisk, FullDuringACheck) {
             DeleteMessage(inbox.c_str(), number);
         }
         EXPECT_EQ(check(), "-1") << "the rest does not fit at once either";
-        for (auto const &[number, text] : Files()) {
+        for (auto const &[number, text] : StoredTexts(inbox)) {
             EXPECT_FALSE(stored.contains(number)) << number << " was given twice";
             got.push_back(text);
         }

@@ -2,21 +2,15 @@
 // something: the folder opens again with whole records, no number comes twice, no earlier message is changed, and
 // each message is on the server or on disk.
 
-#include "base/text.h"
-#include "fixtures/process.h"
+#include "hostile/driven_store.h"
 #include "hostile/mailbox_server.h"
 #include "hostile/store_driver.h"
 #include "mime/headers.h"
-#include "store/folder.h"
-#include "store/index_file.h"
-#include "unit/scratch.h"
 
 #include <atomic>
-#include <charconv>
 #include <gtest/gtest.h>
-#include <map>
 #include <set>
-#include <sys/stat.h>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -61,52 +55,17 @@ struct Home {
         WriteFile(inbox + "index", {"old.\1\0\0\0\2\0\0\0\3\0\0\0\7\0\0\0", 20});
     }
 
-    /// The numbers of the message files.
-    std::set<int32_t> Files() const {
-        std::set<int32_t> numbers;
-        for (fs::directory_entry const &entry : fs::directory_iterator(inbox)) {
-            std::string const name = entry.path().filename();
-            int32_t number = 0;
-            if (std::from_chars(name.data(), name.data() + name.size(), number).ptr == name.data() + name.size())
-                numbers.insert(number);
-        }
-        return numbers;
-    }
-    std::map<int32_t, std::string> Records() const {
-        std::map<int32_t, std::string> records;
-        EXPECT_TRUE(ReadFolderIndex(inbox.c_str(), [&](IndexRecord const &record) {
-            EXPECT_GT(record.number, 0);
-            EXPECT_TRUE(records.emplace(record.number, FieldText(record.row, kRowWidth)).second)
-                << record.number << " comes twice";
-        }));
-        return records;
-    }
+    std::map<int32_t, std::string> Records() const { return StoredRows(inbox); }
     std::string Text(int32_t number) const { return ReadFile(inbox + std::to_string(number)); }
 };
 
-struct Outcome {
-    int exitCode;       ///< -1 when it was killed
-    std::string result; ///< what the operation returned; empty when it was killed
-};
-
-/// Runs an operation under strace with `options`, its log in `log`.
-Outcome RunDriver(std::string const &operation, Home const &home, std::string const &server,
-                  std::vector<std::string> const &options, std::string const &log) {
-    std::vector<std::string> command;
-    if (!log.empty())
-        command = {"strace", "-q", "-o", log, "-e", std::string("trace=?access,?faccessat,?faccessat2,") + kCalls};
-    command.insert(command.end(), options.begin(), options.end());
-    // What the operation says on standard error is not looked at here.
-    for (std::string const &word : {std::string("sh"), std::string("-c"), std::string("exec \"$@\" 2>/dev/null"),
-                                    std::string("sh"), std::string(CORVANTA_STORE_DRIVER), operation,
-                                    home.scratch.Path().substr(0, home.scratch.Path().size() - 1), server})
-        command.push_back(word);
-    ChildProcess driver;
-    if (!driver.Start(command))
-        return {-2, ""};
-    std::string result = driver.ReadLine(20);
-    std::erase(result, '\a'); // new mail rings
-    return {driver.Wait(), result};
+/// The words that have strace log the changing calls of a program; with `inject` it stops one of them.
+std::vector<std::string> Traced(std::string const &log, std::string const &inject = "") {
+    std::string const traced = std::string("trace=?access,?faccessat,?faccessat2,") + kCalls;
+    std::vector<std::string> words = {"strace", "-q", "-o", log, "-e", traced};
+    if (!inject.empty())
+        words.insert(words.end(), {"-e", inject});
+    return words;
 }
 
 /// One call to stop at: the n-th of its name in the life of the driver.
@@ -156,10 +115,10 @@ void ExpectGoodFolder(Home const &home, std::string const &operation, int32_t pr
     for (auto const &[number, row] : records)
         EXPECT_TRUE(operation == "session" || rows.contains(row)) << number << ": " << row;
 
-    std::set<int32_t> used = home.Files();
-    for (auto const &[number, row] : records)
-        used.insert(number);
-    used.insert(printed);
+    std::set<int32_t> used{printed};
+    for (auto const &numbers : {StoredTexts(home.inbox), records})
+        for (auto const &[number, text] : numbers)
+            used.insert(number);
     for (int i = 0; i < 2; i++) {
         std::string const text = Message("later " + std::to_string(i));
         int32_t const number = AppendMessage(home.inbox.c_str(), text);
@@ -210,7 +169,7 @@ void ExpectNoMailLost(Home const &home, MailboxServer &server) {
     for (std::string const &message : kMailbox)
         EXPECT_TRUE(before.contains(message) || std::find(left.begin(), left.end(), message) != left.end())
             << message << " is lost";
-    EXPECT_EQ(RunDriver("session", home, server.Address(), {}, "").result, "1");
+    EXPECT_EQ(RunDriver("session", home.scratch, server.Address()).result, "1");
     EXPECT_EQ(server.Messages().size(), 0u);
     std::multiset<std::string> const after = stored();
     for (std::string const &message : kMailbox)
@@ -224,7 +183,7 @@ void StopAt(std::string const &operation, Stop const &stop) {
     std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
     std::string const log = home.scratch / "log";
     std::string const inject = "inject=" + stop.call + ":" + stop.fault + ":when=" + std::to_string(stop.n);
-    Outcome const outcome = RunDriver(operation, home, server ? server->Address() : "", {"-e", inject}, log);
+    Outcome const outcome = RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log, inject));
     EXPECT_NE(ReadFile(log).find(stop.fault == "signal=KILL" ? "killed by SIGKILL" : "INJECTED"), std::string::npos)
         << "nothing was stopped";
     EXPECT_EQ(outcome.exitCode, stop.fault == "signal=KILL" ? -1 : 0);
@@ -250,7 +209,7 @@ TEST_P(StopAtEveryCall, LeavesAGoodFolder) {
         Home const home(operation);
         std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
         std::string const log = home.scratch / "log";
-        Outcome const outcome = RunDriver(operation, home, server ? server->Address() : "", {}, log);
+        Outcome const outcome = RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log));
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_GE(DecimalPrefix(outcome.result), 0) << outcome.result;
         if (server)
