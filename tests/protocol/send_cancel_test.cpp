@@ -1,47 +1,17 @@
 // Cancelling a send at each of its waits. Run under thread and address sanitizers as well.
 
-#include "base/paths.h"
+#include "base/fd.h"
 #include "compose/send_window.h"
 #include "fixtures/process.h"
 #include "protocol/send_fixture.h"
 
 #include <arpa/inet.h>
+#include <array>
 #include <filesystem>
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
-
-/// A listener that takes no more connections: the next attempt hangs.
-class FullListener {
-  public:
-    FullListener() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto *const plain = reinterpret_cast<sockaddr *>(&address);
-        if (bind(listener_, plain, size) != 0 || listen(listener_, 0) != 0 ||
-            getsockname(listener_, plain, &size) != 0)
-            perror("listen");
-        port_ = ntohs(address.sin_port);
-        for (int &waiting : waiting_) {
-            waiting = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-            connect(waiting, plain, size);
-        }
-    }
-    ~FullListener() {
-        for (int const waiting : waiting_)
-            close(waiting);
-        close(listener_);
-    }
-    std::string Address() const { return "127.0.0.1:" + std::to_string(port_); }
-
-  private:
-    int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    int port_ = 0;
-    int waiting_[4];
-};
 
 class CancelTest : public SendTest {
   protected:
@@ -97,8 +67,19 @@ TEST_F(CancelTest, AtEachAnswer) {
 }
 
 TEST_F(CancelTest, WhileConnecting) {
-    FullListener const full;
-    WriteProfile(full.Address());
+    // A listener with as many connections waiting as it allows: the next attempt hangs.
+    int port = 0;
+    Fd const listener(ListenOn("127.0.0.1", port, 0));
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::array<Fd, 4> waiting;
+    for (Fd &each : waiting) {
+        each = Fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        connect(each.Get(), reinterpret_cast<sockaddr *>(&address), sizeof address);
+    }
+    WriteProfile("127.0.0.1:" + std::to_string(port));
     Compose("bob@example.org", "text");
     CancelWhen([&] { return !OutboxRows().empty(); });
     EXPECT_EQ(screen.Status(), "");
