@@ -15,69 +15,62 @@ class Loop : public WindowTest {
     std::vector<Told> told_;
 };
 
-struct Step {
-    PtWidget_t *timer;
-    int expiries = 0;
-    std::function<void(Step &)> act;
+struct Expiries {
+    std::vector<unsigned long> subtypes;
+    std::function<void()> act; ///< inside the callback
 };
 
-int Expire(PtWidget_t *, void *data, PtCallbackInfo_t *) {
-    auto *step = static_cast<Step *>(data);
-    step->expiries++;
-    if (step->act)
-        step->act(*step);
+int Expire(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
+    auto *expiries = static_cast<Expiries *>(data);
+    expiries->subtypes.push_back(info->reason_subtype);
+    if (expiries->act)
+        expiries->act();
     return Pt_CONTINUE;
 }
 
-TEST_F(Loop, TimersStartRepeatAndStop) {
-    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, Note, &told_);
-    ProcessEventsFor(60);
-    EXPECT_TRUE(told_.empty()); // initial 0: not running
-    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 5, 0);
-    ASSERT_TRUE(ProcessEventsUntil([&] { return told_.size() >= 3; }));
-    EXPECT_EQ(told_[0].subtype, static_cast<unsigned long>(Pt_TIMER_INITIAL_SUBTYPE));
-    EXPECT_EQ(told_[1].subtype, static_cast<unsigned long>(Pt_TIMER_REPEAT_SUBTYPE));
-    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 0, 0);
-    told_.clear();
-    ProcessEventsFor(80);
-    EXPECT_TRUE(told_.empty());
-    PtSetResource(W("timerOne"), Pt_ARG_TIMER_REPEAT, 0, 0);
-    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 5, 0); // the same value as before starts it again
-    EXPECT_TRUE(ProcessEventsUntil([&] { return !told_.empty(); }));
-    ProcessEventsFor(60);
-    EXPECT_EQ(told_.size(), 1u);
-}
-
-TEST_F(Loop, TimersInTheirOwnCallback) {
-    Step step{W("timerOne"), 0, nullptr};
-    PtAddCallback(step.timer, Pt_CB_TIMER_ACTIVATE, Expire, &step);
-    // The repeat taken away and put back leaves it running.
-    step.act = [](Step &s) {
-        PtSetResource(s.timer, Pt_ARG_TIMER_REPEAT, 0, 0);
-        PtSetResource(s.timer, Pt_ARG_TIMER_REPEAT, 10, 0);
+TEST_F(Loop, Timers) {
+    Expiries expiries;
+    PtWidget_t *timer = W("timerOne");
+    PtAddCallback(timer, Pt_CB_TIMER_ACTIVATE, Expire, &expiries);
+    auto const set = [&](long resource, long value) { PtSetResource(timer, resource, value, 0); };
+    auto const stays_at = [&](size_t expected) {
+        ProcessEventsFor(60);
+        EXPECT_EQ(expiries.subtypes.size(), expected);
     };
-    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 5, 0);
-    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries >= 3; }));
-    // Stopped inside: stays stopped.
-    step.act = [](Step &s) { PtSetResource(s.timer, Pt_ARG_TIMER_INITIAL, 0, 0); };
-    int const before = step.expiries;
-    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries > before; }));
-    ProcessEventsFor(60);
-    EXPECT_EQ(step.expiries, before + 1);
+    auto const start = [&](size_t expected) {
+        expiries.subtypes.clear();
+        set(Pt_ARG_TIMER_INITIAL, 5);
+        EXPECT_TRUE(ProcessEventsUntil([&] { return expiries.subtypes.size() >= expected; }));
+    };
+    stays_at(0); // initial 0: not running
+    // The repeat taken away and put back inside the callback leaves it running.
+    expiries.act = [&] {
+        set(Pt_ARG_TIMER_REPEAT, 0);
+        set(Pt_ARG_TIMER_REPEAT, 10);
+    };
+    start(3);
+    EXPECT_EQ(expiries.subtypes[0], static_cast<unsigned long>(Pt_TIMER_INITIAL_SUBTYPE));
+    EXPECT_EQ(expiries.subtypes[1], static_cast<unsigned long>(Pt_TIMER_REPEAT_SUBTYPE));
+    expiries.act = [&] { set(Pt_ARG_TIMER_INITIAL, 0); }; // stopped inside: stays stopped
+    start(1);
+    stays_at(1);
     // A long callback does not pile expiries up.
-    step.act = [](Step &) { std::this_thread::sleep_for(std::chrono::milliseconds(100)); };
-    step.expiries = 0;
-    PtSetResource(step.timer, Pt_ARG_TIMER_INITIAL, 1, 0);
-    EXPECT_TRUE(ProcessEventsUntil([&] { return step.expiries == 1; }));
-    step.act = nullptr;
+    expiries.act = [&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        expiries.act = nullptr;
+    };
+    start(1);
     ProcessEventsFor(25);
-    EXPECT_LE(step.expiries, 4);
-    // Unrealized: disarmed.
-    PtUnrealizeWidget(window_);
+    EXPECT_LE(expiries.subtypes.size(), 4u);
+    set(Pt_ARG_TIMER_REPEAT, 0);
+    start(1); // set to the value that it has: starts again
+    stays_at(1);
+    set(Pt_ARG_TIMER_REPEAT, 10);
+    start(1);
+    PtUnrealizeWidget(window_); // disarmed
     Sync();
-    step.expiries = 0;
-    ProcessEventsFor(60);
-    EXPECT_EQ(step.expiries, 0);
+    expiries.subtypes.clear();
+    stays_at(0);
 }
 
 /// Counts paints of a widget.

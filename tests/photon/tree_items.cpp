@@ -64,7 +64,6 @@ TEST_F(Tree, AddsAnItemWithItsFollowingBrothers) {
     EXPECT_EQ(PtGenTreeAddFirst(tree_, List("cd"), nullptr), 0);
     EXPECT_EQ(PtGenTreeAddFirst(tree_, List("ab"), nullptr), 0);
     EXPECT_EQ(PtGenTreeAddAfter(tree_, List("xyz"), Find('b')), 0);
-    EXPECT_EQ(Shape(), "abxyzcd");
     EXPECT_EQ(PtGenTreeAddFirst(tree_, List("mn"), Find('y')), 0);
     EXPECT_EQ(PtGenTreeAddAfter(tree_, List("o"), Find('n')), 0);
     EXPECT_EQ(PtGenTreeAddAfter(tree_, List("ef"), Find('d')), 0);
@@ -95,25 +94,21 @@ TEST_F(Tree, RemovesAnItemWithWhatIsBelow) {
     EXPECT_EQ(Shape(), "ab(xz)cd");
     EXPECT_EQ(y->father, nullptr);
     EXPECT_EQ(y->brother, nullptr);
-    EXPECT_STREQ(Text(y->son), "m");
     EXPECT_EQ(PtGenTreeFreeItems(y->son), -1); // part of a list
     EXPECT_EQ(PtGenTreeAddAfter(tree_, y, d), 0);
     EXPECT_EQ(Shape(), "ab(xz)cdy(m)");
-    PtGenTreeRemoveItem(tree_, y);
-    EXPECT_EQ(PtGenTreeFreeItems(y), 0);
     PtGenTreeItem_t *children = PtGenTreeRemoveChildren(tree_, b);
     EXPECT_STREQ(Text(children), "x");
     EXPECT_STREQ(Text(children->brother), "z");
     EXPECT_TRUE(b->list.flags & Pt_TREE_ITEM_EXPANDABLE); // never cleared by itself
     EXPECT_EQ(PtGenTreeFreeItems(children), 0);
-    for (char letter : {'a', 'd'}) {
+    for (char letter : {'a', 'y'}) {
         PtGenTreeItem_t *item = Find(letter);
         PtGenTreeRemoveItem(tree_, item);
-        PtGenTreeFreeItems(item);
+        EXPECT_EQ(PtGenTreeFreeItems(item), 0);
     }
-    EXPECT_EQ(Shape(), "bc");
+    EXPECT_EQ(Shape(), "bcd");
     PtGenTreeFreeAllItems(tree_);
-    EXPECT_EQ(Shape(), "");
     EXPECT_EQ(PtGenTreeRootItem(tree_), nullptr);
 }
 
