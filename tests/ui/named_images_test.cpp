@@ -4,11 +4,23 @@
 #include "fixtures/temp_home.h"
 #include "ui/person.h"
 #include "ui/sample.h"
-#include "vserver/take_seccomp.h"
+#include "ui/take_seccomp.h"
+
+#include <QTextBrowser>
 
 #include <gtest/gtest.h>
 
 namespace {
+
+/// Pixels of the page that are neither black, white nor gray.
+int ColouredPixels() {
+    QImage const page = qobject_cast<QTextBrowser *>(Find("webEmailMessage"))->viewport()->grab().toImage();
+    int count = 0;
+    for (int y = 0; y < page.height(); y++)
+        for (int x = 0; x < page.width(); x++)
+            count += page.pixelColor(x, y).saturation() > 100;
+    return count;
+}
 
 TEST(NamedImages, AreFramesAndTheStatusSaysSoOnce) {
     ClearTempHome();
@@ -25,6 +37,8 @@ TEST(NamedImages, AreFramesAndTheStatusSaysSoOnce) {
             ClickRow("treeMessageHeaders", "Pictures");
             EXPECT_TRUE(PageShows("See you at the fountain"));
             EXPECT_EQ(Text("lblStatus"), "") << "not again";
+            Wait(300); // pictures would come now
+            EXPECT_EQ(ColouredPixels(), 0) << "a picture is shown";
             TakePicture("base", "named-images.png");
             Click("btnHome");
         }

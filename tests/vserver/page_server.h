@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <linux/seccomp.h>
 #include <poll.h>
 #include <spawn.h>
@@ -43,6 +44,13 @@ class Place {
   private:
     fs::path path_;
 };
+
+/// The processes that one has started and not yet waited for.
+inline std::vector<pid_t> ChildrenOf(pid_t process) {
+    std::string const pid = std::to_string(process);
+    std::ifstream list("/proc/" + pid + "/task/" + pid + "/children");
+    return {std::istream_iterator<pid_t>(list), {}};
+}
 
 /// Whether this kernel lets a process put a list of system calls on itself.
 inline bool HasSeccomp() {
@@ -79,10 +87,10 @@ class Running {
     pid_t Pid() const { return pid_; }
     void Hang() { socket_.Reset(); }
 
-    /// The exit status, -1 when it had to be killed after 10 s.
+    /// The exit status, -1 when it had to be killed after 60 s.
     int Join() {
         int status = 0;
-        for (int i = 0; pid_ > 0 && i < 1000; ++i) {
+        for (int i = 0; pid_ > 0 && i < 6000; ++i) {
             if (waitpid(pid_, &status, WNOHANG) == pid_) {
                 pid_ = -1;
                 return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -118,6 +126,15 @@ class PageServer : public testing::Test {
 
     std::vector<std::string> Command() const {
         return {VSERVER_PROGRAM, "-n", "Test", "-r", place_.Path() + "/", "-r", place_.Path() + "-later"};
+    }
+    /// Starts another server, under the program that `words` begin.
+    void Restart(std::vector<std::string> words) {
+        server_.Hang();
+        server_.Join();
+        for (std::string const &word : Command())
+            words.push_back(word);
+        server_.Start(words);
+        ASSERT_EQ(server_.Next().header.kind, Kind::Hello);
     }
     std::string Url(std::string const &name) const { return "file://" + place_.Path() + "/" + name; }
     void Ask(std::string const &url) { ASSERT_EQ(Send(server_.Socket(), Kind::Load, ++id_, {}, url), 0); }
@@ -168,7 +185,7 @@ inline std::string Encoded(QImage const &image, char const *format) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format, 100);
+    image.save(&buffer, format, std::string_view(format) == "png" ? -1 : 100); // 100 would not compress that
     return bytes.toStdString();
 }
 

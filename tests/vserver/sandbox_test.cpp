@@ -107,18 +107,6 @@ TEST_F(Sandbox, AForbiddenCallIsTheEndOfAWorker) {
         EXPECT_EQ(InWorker([&] { return call.make() < 0 ? 1 : 0; }), -SIGSYS) << call.name;
 }
 
-TEST_F(Sandbox, AWorkerReadsWritesAndMapsMemory) {
-    EXPECT_EQ(InWorker([] {
-                  char bytes[6] = {};
-                  bool good = pread(3, bytes, 5, 0) == 5 && std::string_view(bytes) == "12345";
-                  good = good && write(4, bytes, 5) == 5;
-                  std::vector<char> large(300u << 20, 'x');
-                  large.resize(400u << 20);
-                  return good && large[1] == 'x' ? 0 : 1;
-              }),
-              0);
-}
-
 TEST_F(Sandbox, AWorkerIsStoppedByItsLimits) {
     EXPECT_EQ(InWorker([] {
                   for (;;)
@@ -151,21 +139,6 @@ TEST_F(Sandbox, AWorkerIsStoppedByItsLimits) {
 TEST_F(Sandbox, AForbiddenCallIsTheEndOfTheServer) {
     for (Call const &call : kForbidden)
         EXPECT_EQ(InServer({}, [&] { return call.make() < 0 ? 1 : 0; }), -SIGSYS) << call.name;
-}
-
-TEST_F(Sandbox, TheServerForksAndMakesMemoryFiles) {
-    EXPECT_EQ(InServer({},
-                       [] {
-                           Fd const file = MakeMemory("some");
-                           bool const sealed = write(file.Get(), "x", 1) == 1 && Seal(file.Get());
-                           pid_t const parent = getpid();
-                           int const worker = End([&] {
-                               return EnterWorkerSandbox(3, 4, parent) ? static_cast<int>(OpenAt2("/etc/passwd")) : 1;
-                           });
-                           return sealed && worker == -SIGSYS ? 0 : 1;
-                       }),
-              0)
-        << "and its worker has less than it";
 }
 
 TEST_F(Sandbox, TheServerReadsBelowItsRootsOnly) {
