@@ -88,7 +88,7 @@ class SmallDisk : public testing::Test {
     std::map<int32_t, std::string> stored; ///< by number
 };
 
-TEST_F(SmallDisk, FullWhileStoring) {
+TEST_F(SmallDisk, FullWhileStoringThenReadOnly) {
     OnSmallDisk(root, [&] {
         ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
         for (size_t const size : {9000u, 100u}) {
@@ -111,20 +111,13 @@ TEST_F(SmallDisk, FullWhileStoring) {
         EXPECT_GT(next, std::max(number, stored.rbegin()->first));
         stored[next] = Message(7, 200);
         ExpectStored();
-    });
-}
 
-TEST_F(SmallDisk, ReadOnly) {
-    OnSmallDisk(root, [&] {
-        ASSERT_EQ(CreateFolder(inbox.c_str()), 0);
-        for (int i = 0; i < 3; i++)
-            stored[AppendMessage(inbox.c_str(), Message(i, 50))] = Message(i, 50);
         ASSERT_EQ(mount(nullptr, root.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0) << strerror(errno);
         EXPECT_EQ(AppendMessage(inbox.c_str(), Message(4, 50)), -1);
-        EXPECT_EQ(DeleteMessage(inbox.c_str(), 1), -1);
-        int32_t number = 99;
+        EXPECT_EQ(DeleteMessage(inbox.c_str(), next), -1);
+        number = -1;
         EXPECT_LT(ReserveMessage(inbox.c_str(), number), 0);
-        EXPECT_EQ(number, 99);
+        EXPECT_EQ(number, -1);
         EXPECT_EQ(CreateFolder((root + "other").c_str()), -1);
         ExpectStored();
     });
@@ -157,7 +150,7 @@ TEST_F(SmallDisk, FullDuringACheck) {
             got.push_back(text);
         }
         EXPECT_GT(got.size(), some);
-        got.resize(std::min(got.size(), mailbox.size()));
+        ASSERT_LE(got.size(), mailbox.size());
         EXPECT_TRUE(std::equal(got.begin(), got.end(), mailbox.begin()));
     });
     if (IsSkipped())

@@ -78,15 +78,6 @@ TEST_F(ProfileFile, IsReadAndWrittenByteForByte) {
     EXPECT_EQ(scratch.Names(), (Strings{".Corvanta", "home.dat", "victim"})) << "nothing is left beside it";
 }
 
-TEST_F(ProfileFile, KeepsWhatWasThereWhenWritingFails) {
-    MailProfile profile;
-    CopyText(profile.name, "home");
-    fs::create_directory(file);
-    EXPECT_FALSE(WriteMailProfile(scratch.Path(), profile));
-    EXPECT_EQ(scratch.Names(), (Strings{".Corvanta", "home.dat"}));
-    EXPECT_FALSE(WriteMailProfile(scratch / "missing/", profile));
-}
-
 TEST_F(ProfileFile, PasswordsOfEveryLengthAndByteComeBack) {
     for (size_t length = 1; length <= 512; length++) {
         MailProfile profile;
