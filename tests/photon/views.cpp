@@ -4,12 +4,9 @@
 
 #include "qt/geometry.h"
 
-#include <QCheckBox>
-#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
-#include <QProgressBar>
 #include <QPushButton>
 #include <QSpinBox>
 
@@ -24,10 +21,7 @@ TEST_F(Views, TextOfThePrograms) {
     SetText(W("btnOne"), "A & B");
     SetText(W("txtOne"), "a\x01\r\nb\xE9");
     SetText(W("mtxOne"), "x\r\ny\n\xC3\xA9\xE9");
-    PtSetResource(W("prgOne"), Pt_ARG_GAUGE_VALUE, 40, 0);
     SetText(W("numOne"), "12");
-    PtSetResource(W("tlgOne"), Pt_ARG_FLAGS, Pt_FALSE, Pt_SET);
-    PtSetResource(W("cmbOne"), Pt_ARG_CBOX_SEL_ITEM, 2, 0);
     Sync();
     EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("<b>bold & co</b>"));
     EXPECT_EQ(N<QLabel>("lblOne")->textFormat(), Qt::PlainText);
@@ -35,10 +29,7 @@ TEST_F(Views, TextOfThePrograms) {
     EXPECT_EQ(N<QLineEdit>("txtOne")->text(), QStringLiteral("ab\u00e9"));
     EXPECT_EQ(TextOf(W("txtOne")), "a\x01\r\nb\xE9"); // shown another way, kept as it is
     EXPECT_EQ(N<QPlainTextEdit>("mtxOne")->toPlainText(), QStringLiteral("x\ny\n\u00e9\u00e9"));
-    EXPECT_EQ(N<QProgressBar>("prgOne")->value(), 40);
     EXPECT_EQ(N<QSpinBox>("numOne")->value(), 12);
-    EXPECT_FALSE(N<QCheckBox>("tlgOne")->isChecked());
-    EXPECT_EQ(N<QComboBox>("cmbOne")->currentText(), QStringLiteral("green"));
 }
 
 TEST_F(Views, LongLabelDoesNotWidenTheWindow) {
