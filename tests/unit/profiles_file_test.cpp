@@ -1,7 +1,6 @@
 // The files of mail and news profiles, byte by byte, and how they are read back.
 
 #include "fake_passwd.h"
-#include "fixtures/mode.h"
 #include "profiles/mail_profile_file.h"
 #include "profiles/news_profile_file.h"
 #include "scratch.h"
@@ -45,37 +44,48 @@ class ProfileFile : public testing::Test {
 TEST(FieldBase64, KeepsToTheFormat) {
     char out[80];
     memset(out, 'x', sizeof out);
-    EXPECT_EQ(EncodeFieldBase64(out, sizeof out, "secret", 6), 8);
-    EXPECT_STREQ(out, "c2VjcmV0");
-    EXPECT_EQ(std::string(out + 9, 55), std::string(55, '\0')) << "64 bytes are cleared";
-    EXPECT_EQ(out[64], 'x') << "and no more";
     EXPECT_EQ(EncodeFieldBase64(out, sizeof out, "\xff\xfe\xfd!?", 5), 4) << "the padded group does not count";
-    EXPECT_STREQ(out, "//79IT8=");
+    EXPECT_EQ(std::string(out, 64), "//79IT8=" + std::string(56, '\0')) << "64 bytes are cleared";
+    EXPECT_EQ(out[64], 'x') << "and no more";
     EXPECT_EQ(EncodeFieldBase64(out, sizeof out, "", 0), 0);
     EXPECT_STREQ(out, "");
     EXPECT_EQ(EncodeFieldBase64(out, 8, "secret", 6), 4) << "whole groups only";
     EXPECT_STREQ(out, "c2Vj");
 }
 
+/// What each line means is seen in the journeys of the dialogs.
 TEST_F(ProfileFile, IsReadAndWrittenByteForByte) {
-    MailProfile profile;
-    profile.serverMessageCount = 7;
-    ASSERT_TRUE(Read(std::string(kFile) + "one line more\n", profile));
-    // That the dialog's fields are these lines is seen in its journey.
-    EXPECT_STREQ(profile.name, "home");
-    EXPECT_STREQ(profile.password, "pass");
-    EXPECT_STREQ(profile.signatureFile, "/home/anna/.signature");
-    EXPECT_EQ(profile.serverSocket, -1);
-    EXPECT_EQ(profile.serverMessageCount, 0);
-
+    MailProfile mail;
+    mail.serverMessageCount = 7;
+    ASSERT_TRUE(Read(std::string(kFile) + "one line more\n", mail));
+    EXPECT_STREQ(mail.name, "home");
+    EXPECT_STREQ(mail.password, "pass");
+    EXPECT_EQ(mail.serverMessageCount, 0);
     // Written beside and renamed; a link that lies in the way there is not written through.
     WriteFile(scratch / "victim", "untouched");
     fs::create_symlink(scratch / "victim", scratch / ".home.dat.new");
-    ASSERT_TRUE(WriteMailProfile(scratch.Path(), profile));
+    ASSERT_TRUE(WriteMailProfile(scratch.Path(), mail));
     EXPECT_EQ(ReadFile(file), kFile);
-    EXPECT_EQ(ModeOf(file), 0600u);
     EXPECT_EQ(ReadFile(scratch / "victim"), "untouched");
     EXPECT_EQ(scratch.Names(), (Strings{".Corvanta", "home.dat", "victim"})) << "nothing is left beside it";
+    EXPECT_FALSE(WriteMailProfile(scratch / "missing/", mail));
+
+    WriteFile(newsFile, std::string(kNewsFile) + "one line more\n");
+    NewsProfile news;
+    news.articleCount = 7;
+    news.serverSocket = 0;
+    ASSERT_EQ(ReadNewsProfile("work", news), 1);
+    EXPECT_STREQ(news.name, "work");
+    EXPECT_EQ(news.serverSocket, -1);
+    EXPECT_EQ(news.articleCount, 0);
+    ASSERT_TRUE(WriteNewsProfile(newsDirectory, news));
+    EXPECT_EQ(ReadFile(newsFile), kNewsFile);
+    CopyText(news.fullName, "Anna\nAUTHINFO USER eve");
+    ASSERT_TRUE(WriteNewsProfile(newsDirectory, news));
+    EXPECT_NE(ReadFile(newsFile).find("\nAnna\nanna@example.org\n"), std::string::npos);
+    EXPECT_EQ(ReadNewsProfile("nobody", news), 1) << "none is empty";
+    gPasswd.present = false;
+    EXPECT_EQ(ReadNewsProfile("nobody", news), -1);
 }
 
 TEST_F(ProfileFile, PasswordsOfEveryLengthAndByteComeBack) {
@@ -121,32 +131,6 @@ TEST(ProfileNames, LeadNowhereElse) {
         EXPECT_TRUE(IsMailProfileName(good)) << good;
     for (char const *bad : {"", "..", "news", ".tmp", "a/b", "a\nb"})
         EXPECT_FALSE(IsMailProfileName(bad)) << bad;
-}
-
-TEST_F(ProfileFile, OfNewsIsReadAndWrittenByteForByte) {
-    WriteFile(newsFile, std::string(kNewsFile) + "one line more\n");
-    NewsProfile profile;
-    profile.articleCount = 7;
-    profile.serverSocket = 0;
-    ASSERT_EQ(ReadNewsProfile("work", profile), 1);
-    EXPECT_STREQ(profile.name, "work");
-    EXPECT_STREQ(profile.userName, "anna");
-    EXPECT_STREQ(profile.signatureFile, "/home/anna/.signature");
-    EXPECT_EQ(profile.serverSocket, -1);
-    EXPECT_EQ(profile.articleCount, 0);
-
-    ASSERT_TRUE(WriteNewsProfile(newsDirectory, profile));
-    EXPECT_EQ(ReadFile(newsFile), kNewsFile);
-    CopyText(profile.fullName, "Anna\nAUTHINFO USER eve");
-    ASSERT_TRUE(WriteNewsProfile(newsDirectory, profile));
-    EXPECT_NE(ReadFile(newsFile).find("\nAnna\nanna@example.org\n"), std::string::npos);
-
-    NewsProfile missing;
-    EXPECT_EQ(ReadNewsProfile("nobody", missing), 1);
-    EXPECT_STREQ(missing.name, "nobody");
-    EXPECT_STREQ(missing.server, "");
-    gPasswd.present = false;
-    EXPECT_EQ(ReadNewsProfile("nobody", missing), -1);
 }
 
 TEST_F(ProfileFile, PasswordsOfNewsThatDoNotFitAreNotWritten) {
