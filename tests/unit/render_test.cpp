@@ -348,6 +348,7 @@ TEST(HostileMail, Boundaries) {
         char const *shown;
     };
     for (Case const &c : std::initializer_list<Case>{
+             {"b", "no boundary at all", ""},
              {"b", "--b" + part + "never ends", ""},
              // One boundary is the begin of another: both count.
              {"b", "--b" + part + "outer\r\n--bb" + part + "inner\r\n--b--\r\n", "outerinner"},
