@@ -2,10 +2,10 @@
 
 #include <sys/socket.h>
 
-void RetainCompose(ComposeState *state) { state->references_held++; }
+void RetainCompose(ComposeState *state) { state->holders++; }
 
 void ReleaseCompose(ComposeState *state) {
-    if (--state->references_held == 0)
+    if (--state->holders == 0)
         delete state;
 }
 

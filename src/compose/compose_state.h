@@ -36,7 +36,7 @@ struct ComposeState {
     std::atomic<bool> sending = false;    ///< a thread is at work
     std::atomic<int32_t> sendSocket = -1; ///< the thread's connection, for CancelSending to shut down
     std::mutex socketLock; ///< held where the connection is shut down or closed, so that no reused number is hit
-    std::atomic<int32_t> references_held = 0;
+    std::atomic<int32_t> holders = 0; ///< the window and the threads that hold the state
 };
 
 void RetainCompose(ComposeState *state);

@@ -163,7 +163,7 @@ void SendTest::PressSend() {
 }
 
 bool SendTest::WaitForEnd() {
-    return screen.PaintUntil([&] { return !state->sending && state->references_held == 1; });
+    return screen.PaintUntil([&] { return !state->sending && state->holders == 1; });
 }
 
 bool SendTest::SendNow() {
