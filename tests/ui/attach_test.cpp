@@ -20,13 +20,23 @@ namespace {
 constexpr size_t kSize = 50'000'000;
 constexpr double kLongestStill = 0.3; ///< seconds
 
-/// The longest time between two turns of the event loop. Not while the file dialog is up, which reads directories.
+/// How long this thread has waited for a processor that others had, in seconds.
+double WaitedForProcessor() {
+    double running = 0, waiting = 0;
+    std::ifstream("/proc/thread-self/schedstat") >> running >> waiting;
+    return waiting / 1e9;
+}
+
+/// The longest time between two turns of the event loop that is not the machine's fault. Not while the file dialog is
+/// up, which reads directories.
 class Stillness {
   public:
     Stillness() {
         QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] {
-            double const gap = static_cast<double>(clock_.nsecsElapsed()) / 1e9;
+            double const waited = WaitedForProcessor();
+            double const gap = static_cast<double>(clock_.nsecsElapsed()) / 1e9 - (waited - waited_);
             clock_.start();
+            waited_ = waited;
             if (!std::exchange(asked_, IsShown("PtFileSelection")))
                 longest_ = std::max(longest_, gap);
         });
@@ -38,6 +48,7 @@ class Stillness {
   private:
     QTimer timer_;
     QElapsedTimer clock_;
+    double waited_ = WaitedForProcessor();
     bool asked_ = false;
     double longest_ = 0;
 };
@@ -75,7 +86,7 @@ bool IsAttached() {
 /// busy. Returns the shortest time.
 double ShortestStillness(std::function<void()> const &attach) {
     double shortest = 1e9;
-    for (int tries = 0; tries < 10 && shortest >= kLongestStill; tries++) {
+    for (int tries = 0; tries < 30 && shortest >= kLongestStill; tries++) {
         Stillness const still;
         attach();
         EXPECT_TRUE(IsAttached());
