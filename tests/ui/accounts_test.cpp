@@ -11,6 +11,8 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QLineEdit>
+#include <QTest>
+#include <QTreeView>
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -117,18 +119,27 @@ TEST(Accounts, FirstProfileEditedFoundAgainAndDeleted) {
     });
 }
 
+/// The folder of the profile that comes last in the tree.
+void ClickLastSaved() {
+    auto *const tree = qobject_cast<QTreeView *>(Find("treeProfiles"));
+    QModelIndex const profile = tree->model()->index(tree->model()->rowCount() - 1, 0);
+    QModelIndex const folder = tree->model()->index(2, 0, profile);
+    EXPECT_EQ(folder.data().toString(), "Saved");
+    tree->scrollTo(folder);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualRect(folder).center());
+    Wait(10);
+}
+
 TEST(Accounts, RowsOfAProfileThatWasSavedAreNotAnothers) {
     ClearTempHome();
-    auto const folder = [](std::string const &name) { return Root() + name + "/of-" + name; };
     for (char const *name : {"home", "work"}) {
         MakeProfile("127.0.0.1:1", false, 300, name);
-        EXPECT_EQ(CreateFolder(folder(name).c_str()), 0);
-        EXPECT_EQ(AppendMessage(folder(name).c_str(), PlainMail(name)), 1);
+        EXPECT_EQ(AppendMessage((Root() + name + "/Saved/").c_str(), PlainMail(name)), 1);
     }
     Sitting([] {
         // A check takes the profile that comes first in the tree; the rows are the other's.
         char const *const last = Rows("treeProfiles").first() == "home" ? "work" : "home";
-        ClickRow("treeProfiles", QStringLiteral("of-") + last);
+        ClickLastSaved();
         EXPECT_EQ(Subjects(), QStringList(last));
         ClickRow("treeMessageHeaders", last);
         EditAccount(last);
@@ -142,7 +153,7 @@ TEST(Accounts, RowsOfAProfileThatWasSavedAreNotAnothers) {
         Click("btnDelete");
     });
     for (char const *name : {"home", "work"})
-        EXPECT_EQ(FileText(folder(name) + "/1"), PlainMail(name)) << "nobody has asked to delete it";
+        EXPECT_EQ(FileText(Root() + name + "/Saved/1"), PlainMail(name)) << "nobody has asked to delete it";
 }
 
 } // namespace
