@@ -2,21 +2,15 @@
 // sources: platform/vserver/markup.cpp platform/vserver/characters.cpp
 // Whatever comes in, the cleaner's result is small, well nested and names nothing but its own images and frames.
 
-#include "../../platform/vserver/clean.h"
-#include "../../platform/vserver/markup.h"
-#include "../../platform/vserver/protocol.h"
+#include "fuzz_input.h"
 
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
+#include "vserver/clean.h"
+#include "vserver/markup.h"
+#include "vserver/protocol.h"
+
 #include <vector>
 
 namespace {
-
-void Require(bool good) {
-    if (!good)
-        abort();
-}
 
 bool IsEmptyElement(std::string_view name) { return name == "br" || name == "hr" || name == "img" || name == "body"; }
 

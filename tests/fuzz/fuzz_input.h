@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -11,6 +12,11 @@
 inline void Require(bool holds) {
     if (!holds)
         abort();
+}
+
+/// Every field ends inside its width.
+template <size_t... Widths> void RequireEnded(char const (&...fields)[Widths]) {
+    (Require(memchr(fields, 0, Widths)), ...);
 }
 
 /// The input as a text up to its first NUL, in a block of exactly its size.

@@ -6,27 +6,14 @@
 
 #include "mime/headers.h"
 
-#include <cstring>
 #include <memory>
-
-namespace {
-
-template <size_t Width> void RequireEnded(char const (&field)[Width]) { Require(memchr(field, 0, Width)); }
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     std::string const text = TextOf(data, size);
     auto const headers = std::make_unique<ParsedHeaders>();
     ParseHeaders(text.c_str(), *headers);
-    RequireEnded(headers->from);
-    RequireEnded(headers->to);
-    RequireEnded(headers->cc);
-    RequireEnded(headers->date);
-    RequireEnded(headers->subject);
-    RequireEnded(headers->contentType);
-    RequireEnded(headers->boundary);
-    RequireEnded(headers->newsgroups);
+    RequireEnded(headers->from, headers->to, headers->cc, headers->date, headers->subject, headers->contentType,
+                 headers->boundary, headers->newsgroups);
     Require(headers->headerLength <= text.size());
 
     std::string const row =

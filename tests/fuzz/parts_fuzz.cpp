@@ -6,7 +6,6 @@
 
 #include "mime/headers.h"
 
-#include <cstring>
 #include <memory>
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
@@ -22,9 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     Require(resume >= text.c_str() && resume <= end);
     Require(part->body >= text.c_str() && part->body <= end);
     Require(part->bodyLength >= 0 && part->bodyLength <= end - part->body);
-    Require(memchr(part->name, 0, sizeof part->name) && memchr(part->fileName, 0, sizeof part->fileName));
-    Require(memchr(part->contentType, 0, sizeof part->contentType));
-    Require(memchr(part->encoding, 0, sizeof part->encoding));
+    RequireEnded(part->name, part->fileName, part->contentType, part->encoding);
     Require(!strchr(part->contentType, ';'));
     return 0;
 }

@@ -9,13 +9,8 @@
 #include "profiles/news_profile_file.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace {
-
-template <size_t... Widths> void RequireEnded(char const (&...fields)[Widths]) {
-    (Require(memchr(fields, 0, Widths)), ...);
-}
 
 long Lines(std::string const &text) { return std::count(text.begin(), text.end(), '\n'); }
 

@@ -2,14 +2,13 @@
 // sources: src/compose/quote.cpp src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp
 // sources: src/mime/block_writer.cpp src/mime/recipients.cpp src/base/text.cpp src/base/fd.cpp
 
+#include "fuzz_input.h"
+
 #include "compose/quote.h"
 #include "mime/headers.h"
 #include "mime/render.h"
 
-#include <cstdint>
-#include <cstdlib>
 #include <memory>
-#include <string>
 
 // What the page's writer says; it is not part of this program.
 char const kMessageStartMark[] = "<!--msg starts here, Corvanta-->";
@@ -21,21 +20,17 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     std::string const heading = "\n\n\n--Original Message:\n>";
     for (std::string const &page : {text, std::string(kMessageStartMark) + "\n" + text}) {
         std::string const quote = QuotePage(page);
-        if (!quote.starts_with(heading) || quote.find('\0') != quote.npos)
-            abort();
+        Require(quote.starts_with(heading) && quote.find('\0') == quote.npos);
         // Every line behind the heading's first is a quoted one.
         for (size_t at = quote.find('\n', heading.size() - 1); at != quote.npos; at = quote.find('\n', at + 1))
-            if (quote.compare(at, 2, "\n>") != 0)
-                abort();
+            Require(quote.compare(at, 2, "\n>") == 0);
     }
     auto const headers = std::make_unique<ParsedHeaders>();
     ParseHeaders(text.c_str(), *headers);
     std::string const to = AddRecipients(headers->from, headers->to, "me@example.org", true);
-    if (to.find(headers->from) != 0 || to.size() > 5000 + 3 * 5000)
-        abort();
+    Require(to.find(headers->from) == 0 && to.size() <= 5000 + 3 * 5000);
     AddRecipients("", headers->cc, "", false);
     AddRecipients("", text.c_str(), "a", false);
-    if (ReplySubject(headers->subject).size() > 2004)
-        abort();
+    Require(ReplySubject(headers->subject).size() <= 2004);
     return 0;
 }

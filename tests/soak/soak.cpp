@@ -125,10 +125,8 @@ void Soak::OneThing() {
 
 /// Starts the servers again whose pause is over. True when all serve.
 bool Soak::AllServing() {
-    std::function<bool()> const starts[] = {[this] { return pop_.Start(); }, [this] { return smtp_.Start(); },
-                                            [this] { return news_.Start(); }};
-    for (int server = 0; server < 3; server++)
-        if (pause_[server] == 1 && starts[server]())
+    for (size_t server = 0; server < 3; server++)
+        if (pause_[server] == 1 && servers_[server]->Start())
             pause_[server] = 0;
     return pause_[0] == 0 && pause_[1] == 0 && pause_[2] == 0;
 }
@@ -137,7 +135,7 @@ void Soak::ShakeServers() {
     int const server = Below(3);
     if (pause_[server] > 0)
         return;
-    server == 0 ? pop_.Stop() : server == 1 ? smtp_.Stop() : news_.Stop();
+    servers_[server]->Stop();
     pause_[server] = 2 + Below(6);
 }
 
@@ -199,9 +197,8 @@ void Soak::SendWindow(std::string const &to, std::string const &subject) {
 }
 
 void Soak::StopServers() {
-    pop_.Stop();
-    smtp_.Stop();
-    news_.Stop();
+    for (RealServer *server : servers_)
+        server->Stop();
 }
 
 /// What there is of the message or article with each subject. A session that the server breaks off is undone there,

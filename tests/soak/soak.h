@@ -45,6 +45,7 @@ class Soak {
     DovecotServer pop_;
     PostfixServer smtp_;
     InnServer news_;
+    RealServer *const servers_[3] = {&pop_, &smtp_, &news_};
     int done_ = 0, alerts_ = 0;
     int pause_[3] = {0, 0, 0}; ///< things to do before a stopped server serves again; 0: it serves
     std::set<std::string> sent_, doubtful_, put_;

@@ -40,7 +40,6 @@ class Hurry {
     void CancelCompose();
     void MakeOrDeleteFolder();
     void SetTimers() const;
-    void CheckStatus() const;
 
     World &world_;
     std::mt19937 random_;

@@ -62,10 +62,10 @@ TEST_F(Images, BombsAndBrokenImagesAreRefused) {
         place_.Write(name, bytes);
         page += "<img src=" + refused.emplace_back(name) + ">";
     }
-    place_.Write("good.png", BlackPng(16'384, 500));
+    place_.Write("good.png", BlackPng(16'384, 50));
     place_.Write("p.html", page);
     Page(Url("p.html"));
-    EXPECT_EQ(TakeImages().at(0).size(), QSize(16'384, 500));
+    EXPECT_EQ(TakeImages().at(0).size(), QSize(16'384, 50));
     std::sort(frames_.begin(), frames_.end());
     std::sort(refused.begin(), refused.end());
     EXPECT_EQ(frames_, refused);
@@ -171,7 +171,7 @@ TEST_F(Images, MutatedImagesEndNoWorkerByASignal) {
 
 TEST_F(Images, AWorkerThatDiesCostsItsPageOrItsImageOnly) {
     place_.Write("slow.html", std::string(kMaxPageBytes, '<'));
-    place_.Write("image", Encoded(Picture(2500, 2500, QImage::Format_RGB32), "png"));
+    place_.Write("image", Encoded(Picture(1500, 1500, QImage::Format_RGB32), "png"));
     place_.Write("p.html", "<img src=image>text");
     // The worker may be done before it is found, on a busy machine more than once.
     auto const kill_worker = [&] {
@@ -199,7 +199,7 @@ TEST_F(Images, AWorkerThatDiesCostsItsPageOrItsImageOnly) {
     }
     EXPECT_EQ(frames_, std::vector<std::string>{"image"});
     Page(Url("p.html"));
-    EXPECT_EQ(TakeImages().at(0).size(), QSize(2500, 2500));
+    EXPECT_EQ(TakeImages().at(0).size(), QSize(1500, 1500));
 }
 
 } // namespace
