@@ -63,6 +63,7 @@ TEST_F(CancelTest, AtEachAnswer) {
         }
         CloseWindow();
     }
+    ASSERT_EQ(Outbox().size(), 1u);
     EXPECT_TRUE(Outbox()[0].ends_with("\n\ntext"));
 }
 
