@@ -137,8 +137,10 @@ TEST_F(FolderTest, AFileThatCannotBeMadeLeavesItsRecord) {
     rlimit old{};
     getrlimit(RLIMIT_NOFILE, &old);
     rlimit const tight{static_cast<rlim_t>(next) + 1, old.rlim_max};
+    std::string const message = Message("lost");
+    char const *const path = Path(); // a sanitizer that looks at the fixture needs a descriptor, too
     setrlimit(RLIMIT_NOFILE, &tight);
-    int32_t const number = Append("lost");
+    int32_t const number = AppendMessage(path, message);
     setrlimit(RLIMIT_NOFILE, &old);
     EXPECT_EQ(number, -1);
     EXPECT_EQ(Rows(), Listed(1, "lost"));
