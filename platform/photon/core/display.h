@@ -1,6 +1,6 @@
 #pragma once
 // What the core and the application-builder runtime ask of the windowing side. platform/photon/qt implements it;
-// tests of the core bring a small one of their own.
+// tests that need no screen bring a small one of their own.
 
 #include "core/widget.h"
 
