@@ -192,22 +192,21 @@ TEST_F(Headers, AnAnswerWithoutEnd) {
 
 TEST_F(Headers, AStoppedDownloadLeavesTheNewOneAlone) {
     Open({kStalls, kStalls, Group(kGroup, {1, 2, 3}) + Head(1) + Xover("1-3", {Line(1), Line(2, "<1>")})});
-    auto const leave = [&] {
-        StopDownload(*profile);
-        FreeHeaderList();
-        SetStatus("something newer");
-    };
     StartStalled();
     Start(); // a second click on the group
     EXPECT_EQ(RunningDownloads(), 1);
-    screen.RunCallback(leave);
+    screen.RunCallback([&] {
+        StopDownload(*profile);
+        SetStatus("something newer");
+    });
     EXPECT_TRUE(WaitForEnd());
     EXPECT_EQ(screen.Status(), "something newer");
     ExpectIdle();
     // The next download begins in the callback that stops this one.
     StartStalled();
     screen.RunCallback([&] {
-        leave();
+        StopDownload(*profile);
+        FreeHeaderList();
         StartNewsThread();
     });
     EXPECT_TRUE(WaitForEnd());

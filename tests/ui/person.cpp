@@ -221,7 +221,11 @@ void SittingToTheEnd(std::function<void()> const &work) {
 
 bool WaitFor(std::function<bool()> const &ready, int milliseconds) { return QTest::qWaitFor(ready, milliseconds); }
 
-void Wait(int milliseconds) { QTest::qWait(milliseconds); }
+void Wait(int milliseconds) {
+    QTest::qWait(milliseconds);
+    // On a busy machine the time may be over before the views were told of the last change.
+    QCoreApplication::sendPostedEvents();
+}
 
 bool IsShown(char const *name) { return Shown(name); }
 
