@@ -2,6 +2,8 @@
 
 #include "photon/fixture.h"
 
+#include "core/state.h"
+
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
@@ -115,6 +117,13 @@ TEST_F(Input, BlockedMenuEntries) {
 
 int Hot(PtWidget_t *, void *data, PtCallbackInfo_t *) { return ++*static_cast<int *>(data), Pt_CONTINUE; }
 
+int DestroyAndGoOn(PtWidget_t *, void *data, PtCallbackInfo_t *) {
+    PtDestroyWidget(static_cast<PtWidget_t *>(data));
+    PtBkgdHandlerProcess();
+    EXPECT_FALSE(PtCore().dead.empty()); // its memory is still there
+    return Pt_CONTINUE;
+}
+
 TEST_F(Input, Hotkeys) {
     int deleted = 0, checked = 0;
     PtWidget_t *other = PtCreateWidget(PtWindow, window_, 0, nullptr); // with a hotkey of its own
@@ -134,6 +143,8 @@ TEST_F(Input, Hotkeys) {
     PtSetResource(W("treeOne"), Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED);
     Key(N<QPushButton>("btnOne"), Qt::Key_Delete);
     EXPECT_EQ(deleted, 1);
+    PtAddHotkeyHandler(window_, 'x', 0, 0, other, DestroyAndGoOn);
+    Key(N<QPushButton>("btnOne"), Qt::Key_X);
 }
 
 int OpenMenu(PtWidget_t *widget, void *data, PtCallbackInfo_t *info) {
