@@ -5,6 +5,7 @@
 #include "app/start.h"
 #include "ui/links.h"
 #include "ui/widgets.h"
+#include "widgets/toolkit.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -103,17 +104,40 @@ QTreeView *Tree(char const *name) {
     return tree;
 }
 
+/// The widget behind a visible one; null for those of compose windows, which share their names.
+PtWidget_t *Named(char const *name) {
+    for (int i = 1; i < ABN_count; i++)
+        if (AbWidgets[i] && strcmp(AbNames[i], name) == 0)
+            return AbWidgets[i];
+    return nullptr;
+}
+
 /// Waits until the program lets a list be used: a check blocks the lists while it runs.
 void WaitUntilUsable(char const *name) {
     WaitFor([name] {
-        PtEnter(0);
-        bool blocked = false;
-        for (int i = 1; i < ABN_count; i++)
-            if (AbWidgets[i] && strcmp(AbNames[i], name) == 0)
-                blocked = PtWidgetFlags(AbWidgets[i]) & Pt_BLOCKED;
-        PtLeave(0);
-        return !blocked;
+        ToolkitGuard const guard;
+        PtWidget_t const *const widget = Named(name);
+        return !widget || !(PtWidgetFlags(widget) & Pt_BLOCKED);
     });
+}
+
+/// All rows of a list. On a busy machine what has changed is shown a moment later, and until then rows are blank.
+QList<QModelIndex> AllRows(char const *name) {
+    QList<QModelIndex> rows;
+    WaitFor(
+        [&] {
+            rows.clear();
+            Collect(*Tree(name)->model(), {}, rows);
+            ToolkitGuard const guard;
+            PtWidget_t *const widget = Named(name);
+            if (!widget)
+                return true;
+            bool const blank = !rows.isEmpty() && RowText(rows[0]).remove(QLatin1Char('|')).isEmpty();
+            return static_cast<size_t>(rows.size()) == widget->tree->item_count &&
+                   (!blank || !*PtTreeRootItem(widget)->string);
+        },
+        2000);
+    return rows;
 }
 
 /// A list and the middle of its row that contains `text`, scrolled into view; no list when there is none.
@@ -124,9 +148,7 @@ struct RowPlace {
     RowPlace(char const *name, QString const &text) {
         WaitUntilUsable(name);
         QTreeView *const tree = Tree(name);
-        QList<QModelIndex> rows;
-        Collect(*tree->model(), {}, rows);
-        for (QModelIndex const &index : rows)
+        for (QModelIndex const &index : AllRows(name))
             if (RowText(index).contains(text)) {
                 tree->scrollTo(index);
                 QCoreApplication::processEvents();
@@ -306,11 +328,8 @@ bool ClickEntry(QString const &label) {
 }
 
 QStringList Rows(char const *tree) {
-    QList<QModelIndex> rows;
-    QAbstractItemModel const *const model = Tree(tree)->model();
-    Collect(*model, {}, rows);
     QStringList texts;
-    for (QModelIndex const &index : rows)
+    for (QModelIndex const &index : AllRows(tree))
         texts << RowText(index);
     return texts;
 }
