@@ -17,6 +17,7 @@ enum {
 };
 
 /// Sends one line to the logger, its control characters escaped, cut at 1000 bytes. Thread-safe. A severity becomes
-/// the syslog priority of the same meaning, both debug severities LOG_DEBUG. Returns the line's length, -1 on an error.
+/// the syslog priority of the same meaning, both debug severities LOG_DEBUG. Returns the line's length, -1 on an
+/// error.
 int vslogf(int code, int severity, char const *format, va_list arguments) __attribute__((format(printf, 3, 0)));
 int slogf(int code, int severity, char const *format, ...) __attribute__((format(printf, 3, 4)));
