@@ -67,10 +67,6 @@ QStringList Subjects() {
 
 void WaitForChecks() {
     EXPECT_TRUE(WaitFor([] { return RunningChecks() == 0; }));
-    // The last rows of a check may not be painted yet.
-    PtEnter(0);
-    PtFlush();
-    PtLeave(0);
 }
 
 void OpenInbox() {

@@ -32,7 +32,7 @@ long IndexSize(std::string const &folder);
 /// The subjects in the list of messages.
 QStringList Subjects();
 
-/// Waits until no check runs any more and all that it changed is shown.
+/// Waits until no check runs any more.
 void WaitForChecks();
 
 /// Opens the Inbox and waits until its check is over.
