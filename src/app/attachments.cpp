@@ -54,6 +54,12 @@ std::string CutFileName(std::string_view name) {
 } // namespace
 
 void AttachmentList::Add(char const *label, PartHeaders const &part) {
+    if (listed_ > kMostListed)
+        return;
+    if (listed_++ == kMostListed) {
+        SetStatus("The message has more attachments than are listed");
+        return;
+    }
     PartHeaders *const copy = CopyPart(part);
     if (!copy)
         return;

@@ -7,13 +7,18 @@
 #include <string>
 #include <string_view>
 
-/// Adds what the renderer finds to treeAttachments, which is to be empty before. Under the library lock.
+/// Adds what the renderer finds to treeAttachments, which is to be empty before, up to kMostListed; a message of more
+/// is told of in lblStatus, and its source has them all. Under the library lock.
 class AttachmentList : public AttachmentSink {
   public:
+    /// An item takes 3 KB, a part in a hostile message a few bytes.
+    static constexpr int kMostListed = 20'000;
+
     void Add(char const *label, PartHeaders const &part) override;
 
   private:
     PtTreeItem_t *last_ = nullptr;
+    int listed_ = 0;
 };
 
 /// Frees the parts and items of treeAttachments.

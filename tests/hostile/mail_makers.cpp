@@ -46,9 +46,10 @@ HostileMail Names() {
 
 HostileMail ManyParts() {
     std::string text = Multipart("many parts", "b") + TextPart("b", "the first of many");
-    for (int i = 0; i < 10'000; i++)
+    // One more than is listed.
+    for (int i = 0; i <= 20'000; i++)
         text += FilePart("b", "file" + std::to_string(i));
-    return {"many parts", text + "--b--\r\n", "the first of many", 10'000};
+    return {"many parts", text + "--b--\r\n", "the first of many", 20'000};
 }
 
 HostileMail Nested() {
