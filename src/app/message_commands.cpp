@@ -45,6 +45,17 @@ void RenumberBehind(int32_t number) {
             row->number--;
 }
 
+/// A QUIT may have been carried out whose reply was lost, and which numbers the messages have then is not known: the
+/// next check lists them anew.
+void ForgetServerRows(MailProfile &profile) {
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders), *next; item; item = next) {
+        next = BrotherOf(item);
+        if (HeaderRow const *const row = RowOf(item); row && row->origin == kOnServer)
+            RemoveHeaderRow(item);
+    }
+    profile.serverMessageCount = 0;
+}
+
 /// Deletes the row's message on the connected server and ends the session, which makes it real (RFC 1939 6). The
 /// caller holds sessionLock.
 void DeleteOnServer(MailProfile &profile, PtTreeItem_t *item) {
@@ -53,9 +64,10 @@ void DeleteOnServer(MailProfile &profile, PtTreeItem_t *item) {
     bool const done = marked && Exchange(profile.serverSocket, "QUIT");
     CloseConnection(profile);
     if (!done) {
-        // A QUIT may have been carried out whose reply was lost.
         SetStatus(marked ? "The connection was lost; the next check shows whether the message is still on the server"
                          : "The connection was lost; the message is still on the server");
+        if (marked)
+            ForgetServerRows(profile);
         return;
     }
     profile.serverMessageCount--;

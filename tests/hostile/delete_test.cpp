@@ -70,7 +70,9 @@ TEST(Delete, EndsWellWhateverTheServerDoes) {
             bool const gone = after.rows == "1 \tmail 12 \tmail 3";
             bool const loses = way.effect == Misbehaviour::kLosing;
             bool const refuses = way.effect == Misbehaviour::kRefusing && (step == kUser || step == kPass);
-            EXPECT_TRUE(gone || after.rows == "1 \tmail 12 \tmail 23 \tmail 3") << after.rows;
+            // Without a word on QUIT nobody knows the numbers that the messages have in the next session.
+            char const *const kept = step == kQuit ? "" : "1 \tmail 12 \tmail 23 \tmail 3";
+            EXPECT_TRUE(gone || after.rows == kept) << after.rows;
             EXPECT_NE(gone, !after.status.empty()) << "a row that stays says why: " << after.status;
             EXPECT_FALSE(gone && (loses || refuses));
             EXPECT_TRUE(gone || way.effect != Misbehaviour::kHarmless);
