@@ -2,6 +2,9 @@
 #include "Pt.h"
 
 #include <gtest/gtest.h>
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
 
 ApContext_t AbContext{};
 
@@ -15,5 +18,8 @@ int main(int argc, char **argv) {
     if (ApInitialize(1, argv, &AbContext) != 0)
         return 1;
     int const result = RUN_ALL_TESTS();
+#ifdef __SANITIZE_ADDRESS__
+    __lsan_do_leak_check(); // PtExit leaves without
+#endif
     PtExit(result);
 }
