@@ -9,12 +9,12 @@
 #include "core/lock.h"
 #include "fixtures/dovecot_server.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
 #include "store/folder.h"
 #include "ui/links.h"
-#include "ui/widgets.h"
 #include "widgets/open_profile.h"
 
 #include <QCoreApplication>

@@ -8,9 +8,9 @@
 #include "base/paths.h"
 #include "core/lock.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "store/folder.h"
 #include "ui/links.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 
 #include <QAbstractTableModel>

@@ -8,9 +8,9 @@
 #include "base/fd.h"
 #include "core/lock.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "news/header_download.h"
 #include "ui/links.h"
-#include "ui/widgets.h"
 
 #include <QApplication>
 #include <QTreeView>

@@ -7,10 +7,10 @@
 #include "base/fd.h"
 #include "core/lock.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "news/group_dialog.h"
 #include "profiles/profile_tree.h"
 #include "ui/links.h"
-#include "ui/widgets.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 

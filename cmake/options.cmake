@@ -20,14 +20,15 @@ if(CORVANTA_PACKAGE)
   add_compile_options(-ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
 
-# corvanta_library(NAME [FOLDER folder] [DEPS library...]): a static library of every .cpp file in a folder. What a
+# corvanta_library(NAME [FOLDER folder] [DEPS library...]): a static library of every .cpp file in a folder and its subfolders. What a
 # library may include is what it names here, so that a wrong arrow fails to build or to link.
 function(corvanta_library name)
   cmake_parse_arguments(ARG "" "FOLDER" "DEPS" ${ARGN})
   if(NOT ARG_FOLDER)
     set(ARG_FOLDER ${name})
   endif()
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*.cpp)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*.cpp
+       ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*/*.cpp)
   add_library(corvanta_${name} STATIC ${sources})
   target_include_directories(corvanta_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(corvanta_${name} PUBLIC ${ARG_DEPS})

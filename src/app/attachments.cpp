@@ -3,11 +3,12 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cerrno>
 #include <cstring>

@@ -2,10 +2,11 @@
 
 #include "app/folder_commands.h"
 #include "app/message_commands.h"
+#include "names/widgets.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <string>
 

@@ -3,12 +3,13 @@
 #include "app/message_view.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "profiles/profile_tree.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <filesystem>
 #include <string>

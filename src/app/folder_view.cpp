@@ -3,16 +3,17 @@
 #include "app/message_view.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "net/session_lock.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 #include "app/home_page.h"
 
+#include "names/widgets.h"
 #include "photon/PtWebClient.h"
-#include "ui/widgets.h"
 
 #include <cstdlib>
 #include <memory>

@@ -1,16 +1,17 @@
 #include "app/message_commands.h"
 
-#include "app/message_text.h"
+#include "app/message_source.h"
 #include "base/paths.h"
 #include "mime/headers.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "net/session_lock.h"
 #include "profiles/profile_tree.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstring>
 #include <string>

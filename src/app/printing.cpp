@@ -1,8 +1,8 @@
 #include "app/printing.h"
 
 #include "Pp.h"
+#include "names/widgets.h"
 #include "photon/PtWebClient.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
 #include <memory>

@@ -1,14 +1,15 @@
 #include "app/timers.h"
 
+#include "names/widgets.h"
 #include "net/server.h"
 #include "net/session_lock.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstring>
 #include <vector>

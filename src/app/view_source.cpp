@@ -2,9 +2,10 @@
 
 #include "base/fd.h"
 #include "base/paths.h"
+#include "names/widgets.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstdint>
 #include <fcntl.h>

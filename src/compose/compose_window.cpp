@@ -1,13 +1,14 @@
 #include "compose/compose_window.h"
 
 #include "compose/compose_attachments.h"
+#include "names/widgets.h"
 #include "profiles/address_book.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 #include "widgets/pictures.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstring>
 #include <memory>

@@ -9,10 +9,11 @@
 #include "compose/references.h"
 #include "mime/headers.h"
 #include "mime/render.h"
+#include "names/widgets.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstdint>
 #include <fcntl.h>

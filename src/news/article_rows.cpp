@@ -1,9 +1,9 @@
 #include "news/article_rows.h"
 
 #include "base/text.h"
+#include "names/widgets.h"
 #include "news/header_download.h"
 #include "news/thread_tree.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/toolkit.h"
 

@@ -1,8 +1,8 @@
 #include "news/download_prompt.h"
 
 #include "base/text.h"
+#include "names/widgets.h"
 #include "news/header_download.h"
-#include "ui/widgets.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 

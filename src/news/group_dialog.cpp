@@ -2,6 +2,7 @@
 
 #include "base/account.h"
 #include "base/fd.h"
+#include "names/widgets.h"
 #include "net/session_lock.h"
 #include "news/answer_copy.h"
 #include "news/listing.h"
@@ -9,11 +10,11 @@
 #include "news/nntp.h"
 #include "profiles/dialog_parts.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cstring>
 #include <dirent.h>

@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "news/answer_copy.h"
 #include "news/article_rows.h"
 #include "news/download_run.h"
@@ -9,7 +10,6 @@
 #include "news/nntp_ask.h"
 #include "news/number_list.h"
 #include "news/overview.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>

@@ -1,12 +1,12 @@
 // Starting a header download from the main window, and its thread.
 
 #include "base/text.h"
+#include "names/widgets.h"
 #include "net/session_lock.h"
 #include "news/download_prompt.h"
 #include "news/download_run.h"
 #include "news/header_download.h"
 #include "news/nntp.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"

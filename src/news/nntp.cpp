@@ -2,11 +2,11 @@
 
 #include "base/fd.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "news/answer_copy.h"
 #include "news/news_files.h"
 #include "news/nntp_ask.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "base/text.h"
+#include "names/widgets.h"
 #include "pop/check_mail.h"
 #include "pop/check_widgets.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"

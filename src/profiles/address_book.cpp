@@ -1,11 +1,12 @@
 #include "profiles/address_book.h"
 
 #include "base/paths.h"
+#include "names/widgets.h"
 #include "profiles/address_book_file.h"
 #include "profiles/profile_tree.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <algorithm>
 #include <climits>

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "profiles/profile_tree.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <algorithm>
 #include <process.h>

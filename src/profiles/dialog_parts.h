@@ -5,7 +5,7 @@
 
 #include "Pt.h"
 #include "base/account.h"
-#include "ui/widgets.h"
+#include "names/widgets.h"
 
 #include <string>
 

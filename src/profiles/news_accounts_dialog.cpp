@@ -7,6 +7,7 @@
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <sys/stat.h>
 

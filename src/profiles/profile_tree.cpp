@@ -2,14 +2,15 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "net/session_lock.h"
 #include "profiles/mail_profile_file.h"
 #include "profiles/news_profile_file.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/pictures.h"
+#include "widgets/tree_walk.h"
 
 #include <cstdlib>
 #include <dirent.h>
@@ -166,11 +167,6 @@ ServerAccount *ProfileOf(PtTreeItem_t const *item) {
     while (item && item->gen.father)
         item = FatherOf(item);
     return item ? static_cast<ServerAccount *>(item->data) : nullptr;
-}
-
-PtTreeItem_t *SelectedItem(PtWidget_t const *tree) {
-    std::unique_ptr<PtTreeItem_t *, void (*)(void *)> const items(PtTreeSelectedItems(tree, nullptr), free);
-    return items ? *items : nullptr;
 }
 
 std::vector<std::string> OtherFolders(char const *profile) {

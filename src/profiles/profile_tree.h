@@ -31,16 +31,6 @@ void ForgetOpenProfile();
 /// The profile that an item stands for or belongs to; null for a null item.
 ServerAccount *ProfileOf(PtTreeItem_t const *item);
 
-/// The item above, null at the root level.
-inline PtTreeItem_t *FatherOf(PtTreeItem_t const *item) { return reinterpret_cast<PtTreeItem_t *>(item->gen.father); }
-inline PtTreeItem_t *BrotherOf(PtTreeItem_t const *item) {
-    return reinterpret_cast<PtTreeItem_t *>(item->gen.brother);
-}
-inline PtTreeItem_t *SonOf(PtTreeItem_t const *item) { return reinterpret_cast<PtTreeItem_t *>(item->gen.son); }
-
-/// The selected item of a tree that selects one at a time, null for none.
-PtTreeItem_t *SelectedItem(PtWidget_t const *tree);
-
 /// The folders of a mail profile beside Inbox and Outbox, in the directory's order.
 std::vector<std::string> OtherFolders(char const *profile);
 

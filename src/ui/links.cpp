@@ -12,13 +12,13 @@
 #include "app/view_source.h"
 #include "compose/compose_window.h"
 #include "compose/reply.h"
+#include "names/widgets.h"
 #include "news/download_prompt.h"
 #include "news/group_dialog.h"
 #include "photon/PtWebClient.h"
 #include "profiles/accounts_dialog.h"
 #include "profiles/address_book.h"
 #include "profiles/news_accounts_dialog.h"
-#include "ui/widgets.h"
 
 #include <iterator>
 

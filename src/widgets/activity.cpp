@@ -1,6 +1,6 @@
 #include "widgets/activity.h"
 
-#include "ui/widgets.h"
+#include "names/widgets.h"
 
 ApDBase_t *EmailWidgetsDb = nullptr;
 int ActivityCount = 0;

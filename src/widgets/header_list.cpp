@@ -1,7 +1,7 @@
 #include "widgets/header_list.h"
 
 #include "base/text.h"
-#include "ui/widgets.h"
+#include "names/widgets.h"
 
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 #include "widgets/toolkit.h"
 
-#include "ui/widgets.h"
+#include "names/widgets.h"
 
 #include <cstdint>
 

@@ -4,11 +4,11 @@
 #include "app/message_commands.h"
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "profiles/profile_tree.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

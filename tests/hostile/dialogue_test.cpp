@@ -4,12 +4,12 @@
 #include "base/paths.h"
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 
 #include <algorithm>

@@ -34,7 +34,7 @@ def hidden(element):
 
 class Modules(unittest.TestCase):
     def test_every_name_of_the_program_is_in_its_module(self):
-        text = (FOLDER / "widgets.h").read_text()
+        text = (ROOT / "src/names/widgets.h").read_text()
         modules = re.findall(r"X\((\w+), Ap\w+\)", text)
         self.assertEqual(sorted(modules), sorted(MODULES))
         listed = re.findall(r'<file>(\w+)\.ui</file>', (FOLDER / "modules.qrc").read_text())

@@ -4,10 +4,10 @@
 
 #include "base/text.h"
 #include "fixtures/scripted_server.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 

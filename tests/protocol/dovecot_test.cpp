@@ -2,12 +2,12 @@
 
 #include "base/text.h"
 #include "fixtures/dovecot_server.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 
 #include <gtest/gtest.h>
 #include <thread>

@@ -1,7 +1,7 @@
 // Cancelling a send at each of its waits. Run under thread and address sanitizers as well.
 
 #include "base/fd.h"
-#include "compose/send_window.h"
+#include "compose/send/send_window.h"
 #include "fixtures/process.h"
 #include "protocol/send_fixture.h"
 

@@ -2,7 +2,7 @@
 // A compose window without a window, and profiles to send from.
 
 #include "compose/compose_state.h"
-#include "compose/send_thread.h"
+#include "compose/send/send_thread.h"
 #include "fixtures/scripted_server.h"
 #include "protocol/screen.h"
 

@@ -7,11 +7,11 @@
 #include "fixtures/inn_server.h"
 #include "fixtures/postfix_server.h"
 #include "mime/base64.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "pop/check_mail.h"
 #include "protocol/send_fixture.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 
 #include <cstring>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 // Sending over SMTP against scripted servers: every byte on the wire and in the Outbox copy, and what is shown.
 
 #include "base/fd.h"
-#include "compose/message_text.h"
-#include "compose/send_smtp.h"
+#include "compose/send/outgoing_message.h"
+#include "compose/send/send_smtp.h"
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "protocol/send_fixture.h"

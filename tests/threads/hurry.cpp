@@ -2,12 +2,12 @@
 
 #include "threads/walk.h"
 
+#include "names/widgets.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "ui/person.h"
 #include "ui/sample.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 

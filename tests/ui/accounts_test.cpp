@@ -2,11 +2,11 @@
 
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "store/folder.h"
 #include "ui/account_steps.h"
 #include "ui/person.h"
 #include "ui/sample.h"
-#include "ui/widgets.h"
 
 #include <QApplication>
 #include <QClipboard>

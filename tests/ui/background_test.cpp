@@ -2,9 +2,9 @@
 
 #include "fixtures/dovecot_server.h"
 #include "fixtures/temp_home.h"
+#include "names/widgets.h"
 #include "ui/person.h"
 #include "ui/sample.h"
-#include "ui/widgets.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"

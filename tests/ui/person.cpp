@@ -3,8 +3,8 @@
 #include "qt/testing.h"
 
 #include "app/start.h"
+#include "names/widgets.h"
 #include "ui/links.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
 #include <QAbstractButton>

@@ -1,4 +1,4 @@
-#include "compose/message_sink.h"
+#include "compose/send/message_sink.h"
 
 #include "base/fd.h"
 #include "net/server.h"

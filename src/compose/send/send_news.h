@@ -1,7 +1,7 @@
 #pragma once
 // Posting one article: the groups, the delivery, and what the person is told.
 
-#include "compose/send_window.h"
+#include "compose/send/send_window.h"
 
 /// Posts the input of a news window through the news profile it names. Runs on the sending thread, without locks. No
 /// copy is kept, but what the window cannot be used for any more (no connection; a server that lets nobody post,

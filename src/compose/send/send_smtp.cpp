@@ -1,7 +1,7 @@
-#include "compose/send_smtp.h"
+#include "compose/send/send_smtp.h"
 
 #include "base/text.h"
-#include "compose/sending.h"
+#include "compose/send/sending.h"
 #include "mime/headers.h"
 #include "net/server.h"
 

@@ -1,4 +1,4 @@
-#include "compose/sending.h"
+#include "compose/send/sending.h"
 
 #include "base/log.h"
 #include "net/server.h"

@@ -1,8 +1,8 @@
-#include "compose/outbox_copy.h"
+#include "compose/send/outbox_copy.h"
 
 #include "base/paths.h"
+#include "names/widgets.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"

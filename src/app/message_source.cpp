@@ -1,12 +1,12 @@
-#include "app/message_text.h"
+#include "app/message_source.h"
 
 #include "base/paths.h"
+#include "names/widgets.h"
 #include "net/server.h"
 #include "news/article.h"
 #include "pop/message.h"
 #include "pop/transfer.h"
 #include "store/folder.h"
-#include "ui/widgets.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
-#include "compose/send_news.h"
+#include "compose/send/send_news.h"
 
 #include "base/paths.h"
 #include "base/text.h"
-#include "compose/send_nntp.h"
-#include "compose/sending.h"
+#include "compose/send/send_nntp.h"
+#include "compose/send/sending.h"
 #include "net/server.h"
 #include "profiles/news_profile_file.h"
 #include "widgets/toolkit.h"

@@ -1,4 +1,4 @@
-#include "ui/widgets.h"
+#include "names/widgets.h"
 
 PtWidget_t *AbWidgets[ABN_count];
 

@@ -1,8 +1,8 @@
-#include "compose/send_nntp.h"
+#include "compose/send/send_nntp.h"
 
 #include "base/log.h"
 #include "base/text.h"
-#include "compose/sending.h"
+#include "compose/send/sending.h"
 #include "net/server.h"
 #include "news/nntp.h"
 

@@ -1,4 +1,4 @@
-#include "compose/message_text.h"
+#include "compose/send/outgoing_message.h"
 
 #include "base/text.h"
 

@@ -4,8 +4,8 @@
 #include "base/account.h"
 #include "base/fd.h"
 #include "compose/compose_state.h"
-#include "compose/message_text.h"
-#include "compose/send_window.h"
+#include "compose/send/outgoing_message.h"
+#include "compose/send/send_window.h"
 
 constexpr char kNoConnection[] = "Failed to get a socket, verify server information";
 constexpr int kConnectedProgress = 2, kBodyProgress = 6;

@@ -1,9 +1,9 @@
-#include "compose/send_mail.h"
+#include "compose/send/send_mail.h"
 
 #include "base/text.h"
-#include "compose/outbox_copy.h"
-#include "compose/send_smtp.h"
-#include "compose/sending.h"
+#include "compose/send/outbox_copy.h"
+#include "compose/send/send_smtp.h"
+#include "compose/send/sending.h"
 #include "net/server.h"
 #include "profiles/mail_profile_file.h"
 #include "widgets/toolkit.h"

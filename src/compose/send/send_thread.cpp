@@ -1,8 +1,8 @@
-#include "compose/send_thread.h"
+#include "compose/send/send_thread.h"
 
-#include "compose/send_mail.h"
-#include "compose/send_news.h"
-#include "compose/send_window.h"
+#include "compose/send/send_mail.h"
+#include "compose/send/send_news.h"
+#include "compose/send/send_window.h"
 #include "widgets/toolkit.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
-#include "compose/send_window.h"
+#include "compose/send/send_window.h"
 
 #include "mime/render.h"
-#include "ui/widgets.h"
+#include "names/widgets.h"
 #include "widgets/toolkit.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 // The NNTP dialogue that posts one article (RFC 3977 6.3.1), over a connection that is open.
 
-#include "compose/message_sink.h"
+#include "compose/send/message_sink.h"
 
 #include <atomic>
 #include <functional>
