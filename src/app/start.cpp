@@ -21,6 +21,8 @@
 #include <csignal>
 #include <cstdio>
 #include <malloc.h>
+#include <string_view>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -70,6 +72,51 @@ int ShowFirstPage(void *) {
     return Pt_END;
 }
 
+/// "%C" stands for the command's name.
+constexpr std::string_view kUsage = R"(%C - This is a QNX/Photon Application.
+
+%C [options]
+
+Options:
+ -s server      Photon server node or device
+ -x x[%][r]     initial position, in pixels or in percent of the screen;
+ -y y[%][r]     with "r" relative to the current console
+ -h h[%]        initial height, in pixels or in percent of the screen
+ -w w[%]        initial width, likewise
+ -S i|m|n       initial window state: iconified, maximised or normal
+ -v             debug messages to the system log; given twice, more of them
+ --help         this text
+ --version      the version
+
+Examples:
+ %C -s4
+ %C -s//4/dev/photon
+ %C -x10 -y10 -h200 -w300
+)";
+
+void PrintUsage() {
+    constexpr std::string_view kName = "%C";
+    size_t from = 0;
+    for (size_t at; (at = kUsage.find(kName, from)) != kUsage.npos; from = at + kName.size())
+        printf("%.*s%s", static_cast<int>(at - from), kUsage.data() + from, program_invocation_short_name);
+    fputs(kUsage.data() + from, stdout);
+}
+
+/// True when the arguments ask for a text in place of a run, which is printed: that takes no display.
+bool Tell(int argc, char **argv) {
+    for (int i = 1; i < argc; i++) {
+        std::string_view const argument = argv[i];
+        if (argument == "--help")
+            PrintUsage();
+        else if (argument == "--version")
+            puts("Corvanta " CORVANTA_VERSION);
+        else
+            continue;
+        return true;
+    }
+    return false;
+}
+
 void SetModuleFunctions() {
     ABM_base.setup = SetUpBase;
     ABM_mnuProfile.setup = SetUpProfileMenu;
@@ -104,6 +151,9 @@ int StartCorvanta(int argc, char **argv, ApContext_t &context) {
 }
 
 int RunCorvanta(int argc, char **argv, ApContext_t &context) {
+    prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); // a core dump would hold passwords
+    if (Tell(argc, argv))
+        return 0;
     if (StartCorvanta(argc, argv, context) != 0)
         return 1;
     PtMainLoop();

@@ -7,7 +7,8 @@
 /// window cannot be had. Call PtMainLoop afterwards.
 int StartCorvanta(int argc, char **argv, ApContext_t &context);
 
-/// The whole run: StartCorvanta, the main loop, PtExit. Returns only when the start failed, with 1.
+/// The whole run: StartCorvanta, the main loop, PtExit. Returns 1 when the start failed, and 0 after --help or
+/// --version, whose text is printed without a display. The process leaves no core dump.
 int RunCorvanta(int argc, char **argv, ApContext_t &context);
 
 /// Reads the program's own options: -v raises VerboseLevel; an unknown one is logged and skipped. Returns 0.

@@ -96,24 +96,19 @@ char *SizedTransfer(int socket, std::string_view come, int32_t announced, size_t
     return body.Release(length);
 }
 
-/// The file through which a message of unknown size goes. It is used through its descriptor only: the name is shared
-/// by all sessions of the process.
+/// The file through which a message of unknown size goes. It loses its name at once, which all sessions of the
+/// process share, and lives as long as its descriptor: however the program ends, nothing of it stays.
 class Spool {
   public:
     Spool() {
-        PrintText(path_, sizeof path_, "/tmp/Corvanta-%d", static_cast<int>(getpid()));
-        static std::mutex making; // another session would make its own between the two calls
+        char path[40];
+        PrintText(path, sizeof path, "/tmp/Corvanta-%d", static_cast<int>(getpid()));
+        static std::mutex making; // another session would make its own between the calls
         std::lock_guard const lock(making);
-        unlink(path_);
-        file_ = Fd(open(path_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        whole_ = file_.Valid();
+        unlink(path);
+        file_ = Fd(open(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        whole_ = file_.Valid() && unlink(path) == 0;
     }
-    ~Spool() {
-        if (file_.Valid())
-            unlink(path_);
-    }
-    Spool(Spool const &) = delete;
-    Spool &operator=(Spool const &) = delete;
 
     void Write(std::string_view bytes) { whole_ = whole_ && WriteAll(file_.Get(), bytes); }
 
@@ -127,7 +122,6 @@ class Spool {
     }
 
   private:
-    char path_[40];
     Fd file_;
     bool whole_ = false;
 };

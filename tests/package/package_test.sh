@@ -45,6 +45,13 @@ grep -o 'src="[^"]*"' "$usr/share/Corvanta/index.html" | cut -d'"' -f2 | sort -u
     [ -s "$usr/share/Corvanta/$picture" ] || die "the guide's picture $picture is missing"
 done
 
+[ "$(env -i "$usr/bin/corvanta" --version)" = "Corvanta $(dpkg-deb -f "$package" Version | cut -d- -f1)" ] ||
+    die "a wrong version"
+case "$(env -i "$usr/bin/corvanta" --help)" in
+    "corvanta - This is a QNX/Photon Application."*"-x10 -y10 -h200 -w300") ;;
+    *) die "no usage text" ;;
+esac
+
 # server: the command line of the page server that runs from the unpacked package.
 server() {
     local exe
