@@ -2,6 +2,7 @@
 
 #include "app/folder_commands.h"
 #include "app/message_commands.h"
+#include "base/paths.h"
 #include "names/widgets.h"
 #include "profiles/profile_tree.h"
 #include "widgets/open_profile.h"
@@ -40,8 +41,8 @@ void AddFolderMenu(PtWidget_t *button, MailProfile const *profile, bool move) {
     PtSetArg(&type, Pt_ARG_BUTTON_TYPE, Pt_MENU_RIGHT, 0);
     PtSetResources(button, 1, &type);
     PtWidget_t *const menu = PtCreateWidget(PtMenu, button, 0, nullptr);
-    AddEntry(menu, "Inbox", move);
-    AddEntry(menu, "Outbox", move);
+    AddEntry(menu, kInbox, move);
+    AddEntry(menu, kOutbox, move);
     for (std::string const &folder : OtherFolders(profile->name))
         AddEntry(menu, folder, move);
 }

@@ -93,6 +93,4 @@ int OnDeleteFolder(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
-bool IsDeletableFolder(std::string_view folder) {
-    return folder != "Inbox" && folder != "Saved" && folder != "Outbox";
-}
+bool IsDeletableFolder(std::string_view folder) { return folder != kInbox && folder != kSaved && folder != kOutbox; }

@@ -43,7 +43,7 @@ void OpenMailFolder(MailProfile &profile, bool changed) {
     if (!AddFolderRows(profile.name, currentFolder))
         return;
     profile.checkCountdown = DecimalPrefix(profile.checkInterval);
-    if (changed && strcmp(currentFolder, "Inbox") == 0)
+    if (changed && strcmp(currentFolder, kInbox) == 0)
         StartCheckMailThread();
 }
 
@@ -53,7 +53,7 @@ void OpenItem(PtTreeItem_t const *item) {
     if (!profile)
         return;
     bool const below = FatherOf(item) != nullptr;
-    char const *const folder = below ? item->string : "Inbox";
+    char const *const folder = below ? item->string : kInbox;
     bool changed = strcmp(currentFolder, folder) != 0;
     CopyText(currentFolder, folder);
     bool const otherProfile = profile.Get() != currentProfile.Get();
@@ -64,7 +64,7 @@ void OpenItem(PtTreeItem_t const *item) {
     MailProfile *const mail = AsMail(profile.Get());
     // A profile that is opened lists what its server has from the first message on; so does an Inbox whose rows went
     // with the list when another folder was opened.
-    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, "Inbox") == 0;
+    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, kInbox) == 0;
     if (mail && (otherProfile || rowsGone))
         mail->serverMessageCount = 0;
     currentProfile = profile;
@@ -110,7 +110,7 @@ int OnSubscribe(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     if (!profile || profile->profileKind != kNewsProfile)
         return Pt_CONTINUE;
     LeaveFolder();
-    CopyText(currentFolder, "Inbox");
+    CopyText(currentFolder, kInbox);
     currentProfile = profile;
     ApCreateModule(&ABM_dlgNews, nullptr, cbinfo);
     return Pt_CONTINUE;

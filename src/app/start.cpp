@@ -162,7 +162,7 @@ int RunCorvanta(int argc, char **argv, ApContext_t &context) {
 
 int SetUpBase(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     PfGenerateFontName("Helvetica", 0, 12, AlertFont);
-    CopyText(currentFolder, "Inbox");
+    CopyText(currentFolder, kInbox);
     return Pt_CONTINUE;
 }
 

@@ -1,5 +1,6 @@
 #include "app/timers.h"
 
+#include "base/paths.h"
 #include "names/widgets.h"
 #include "net/server.h"
 #include "net/session_lock.h"
@@ -52,7 +53,7 @@ int OnCheckEmail(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     // Without an open profile the start finds one or asks for it.
     if (!CurrentNewsProfile())
         StartCheckMailThread();
-    else if (strcmp(currentFolder, "Inbox") != 0)
+    else if (strcmp(currentFolder, kInbox) != 0)
         StartNewsThread();
     else
         SetStatus("Choose a newsgroup to read first");
@@ -61,7 +62,7 @@ int OnCheckEmail(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 
 int OnCheckEmailTimer(PtWidget_t *timer, ApInfo_t *, PtCallbackInfo_t *) {
     MailProfile *const profile = CurrentMailProfile();
-    if (!profile || strcmp(currentFolder, "Inbox") != 0)
+    if (!profile || strcmp(currentFolder, kInbox) != 0)
         return Pt_CONTINUE;
     profile->checkCountdown -= kCheckTickSeconds;
     if (profile->checkCountdown >= 0)

@@ -13,6 +13,12 @@
 
 char TempDir[1100] = "";
 
+namespace {
+
+constexpr char kConfigDirectory[] = "/.Corvanta/";
+
+} // namespace
+
 std::optional<std::string> HomeDirectory() {
     std::vector<char> buffer(16384);
     passwd entry{};
@@ -22,7 +28,12 @@ std::optional<std::string> HomeDirectory() {
     return std::string(found->pw_dir);
 }
 
-std::string ConfigRoot() { return HomeDirectory().value_or("") + "/.Corvanta/"; }
+std::optional<std::string> FindConfigRoot() {
+    std::optional<std::string> home = HomeDirectory();
+    return home ? std::optional(*home + kConfigDirectory) : std::nullopt;
+}
+
+std::string ConfigRoot() { return FindConfigRoot().value_or(kConfigDirectory); }
 
 std::string FolderDirectory(std::string_view profile, std::string_view folder) {
     return ConfigRoot().append(profile).append("/").append(folder).append("/");
@@ -30,11 +41,11 @@ std::string FolderDirectory(std::string_view profile, std::string_view folder) {
 
 void SetTempDir() {
     TempDir[0] = 0;
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return;
-    // A home too long for the buffer counts as none: half a path would name somebody else's place.
-    if (!PrintText(TempDir, sizeof TempDir, "%s/.Corvanta/.tmp/", home->c_str()))
+    // A home too long for the buffer counts as none: half a path would name another place.
+    if (!PrintText(TempDir, sizeof TempDir, "%s.tmp/", root->c_str()))
         TempDir[0] = 0;
     else
         mkdir(TempDir, 0700);

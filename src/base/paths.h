@@ -10,11 +10,19 @@
 /// password entry. Written once at start-up by SetTempDir, then read by every thread.
 extern char TempDir[1100];
 
+/// The folders that every mail profile has.
+constexpr char kInbox[] = "Inbox";
+constexpr char kOutbox[] = "Outbox";
+constexpr char kSaved[] = "Saved";
+
 /// The home directory from the password entry of the real user id; nothing when there is none.
 std::optional<std::string> HomeDirectory();
 
-/// The user's directory <home>/.Corvanta/ with the slash. Without a password entry the home is taken
-/// as empty, which gives "/.Corvanta/".
+/// The user's directory <home>/.Corvanta/ with the slash; nothing without a password entry.
+std::optional<std::string> FindConfigRoot();
+
+/// FindConfigRoot for paths that are built whether there is a password entry or not: without one the home is taken as
+/// empty, which gives "/.Corvanta/".
 std::string ConfigRoot();
 
 /// ConfigRoot/<profile>/<folder>/ with the slash. The names must have passed IsPlainName.

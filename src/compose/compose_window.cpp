@@ -1,5 +1,6 @@
 #include "compose/compose_window.h"
 
+#include "base/paths.h"
 #include "compose/compose_attachments.h"
 #include "names/widgets.h"
 #include "profiles/address_book.h"
@@ -211,7 +212,7 @@ void Attach(ComposeState &state) {
 std::string OpenGroup() {
     std::string_view const folder = currentFolder;
     // A news profile itself counts as its "Inbox".
-    if (!CurrentNewsProfile() || folder == "Inbox")
+    if (!CurrentNewsProfile() || folder == kInbox)
         return {};
     return std::string(folder.substr(0, folder.find_last_not_of(' ') + 1));
 }

@@ -78,7 +78,7 @@ void AddRow(Session &session, char const *text, HeaderOrigin origin, int32_t num
         return;
     // A stored message's number means something in its own folder only: in another one's list it would name, and
     // delete, somebody else's message.
-    if (origin == kStored && strcmp(currentFolder, "Inbox") != 0)
+    if (origin == kStored && strcmp(currentFolder, kInbox) != 0)
         return;
     if (AddHeaderRow(row, sizeof row, origin, number, session.list, lastHeaderItem))
         session.rows++;
@@ -156,7 +156,7 @@ void Finish(Session &session, std::string const &folder, std::vector<int32_t> co
 /// Moves all messages into the Inbox.
 void FetchMessages(Session &session) {
     MailProfile &profile = session.profile;
-    std::string const folder = ConfigRoot() + profile.name + "/Inbox";
+    std::string const folder = ConfigRoot() + profile.name + "/" + kInbox;
     std::vector<int32_t> stored;
     for (int number = 1; session.whole && number <= session.count; number++) {
         int32_t const taken = TakeMessage(session, number, folder);

@@ -68,9 +68,9 @@ void StoreProfile(std::string const &root, MailProfile const &profile) {
         ShowError(ABW_dlgAccounts, "Error Saving Profile", "Error saving profile");
         return;
     }
-    std::string const directory = root + profile.name;
+    std::string const directory = root + profile.name + "/";
     mkdir(directory.c_str(), 0700);
-    for (char const *folder : {"/Inbox", "/Saved", "/Outbox"})
+    for (char const *folder : {kInbox, kSaved, kOutbox})
         CreateFolder((directory + folder).c_str());
 }
 
@@ -111,14 +111,14 @@ int OnSaveAccount(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
         BlockList(kDialog, false);
         return Pt_CONTINUE;
     }
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
     if (!IsMailProfileName(profile->name)) {
         ShowError(ABW_dlgAccounts, "Error", "A profile cannot have this name.");
         return Pt_CONTINUE;
     }
-    StoreProfile(*home + "/.Corvanta/", *profile);
+    StoreProfile(*root, *profile);
     LeaveMailEditMode();
     RefillList(kDialog);
     RefreshMainWindow();

@@ -19,12 +19,6 @@ constexpr unsigned short kWidth = 376, kFolded = 178, kUnfolded = 280;
 std::string shownBook; ///< the book whose contacts the list shows
 std::string takenOut;  ///< the row that Edit has moved from the list into the fields; empty for none
 
-/// The user's directory with a slash; nothing without a password entry.
-std::optional<std::string> Root() {
-    std::optional<std::string> home = HomeDirectory();
-    return home ? std::optional(*home + "/.Corvanta/") : std::nullopt;
-}
-
 void SetHeight(unsigned short height) {
     PhDim_t const size{kWidth, height};
     PtSetResource(ABW_winAddressBook, Pt_ARG_DIM, &size, 0);
@@ -169,7 +163,7 @@ int OnAddressBookRealized(PtWidget_t *window, ApInfo_t *, PtCallbackInfo_t *) {
     PtSetResource(window, Pt_ARG_WINDOW_NOTIFY_FLAGS, Pt_TRUE, Ph_WM_CLOSE);
     FoldAndClear();
     SetWidgetText(ABW_lblContactJob, "");
-    if (std::optional<std::string> const root = Root()) {
+    if (std::optional<std::string> const root = FindConfigRoot()) {
         Load(*root, kFirstBook);
         FillBooks(*root, kFirstBook);
     }
@@ -183,7 +177,7 @@ int OnAddressBookWindow(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 
 int OnBookChosen(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     auto const *const choice = static_cast<PtListCallback_t const *>(cbinfo->cbdata);
-    if (std::optional<std::string> const root = Root())
+    if (std::optional<std::string> const root = FindConfigRoot())
         Load(*root, std::string(choice->item, choice->item_len));
     return Pt_CONTINUE;
 }
@@ -223,7 +217,7 @@ int OnEditContact(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnDeleteContact(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    std::optional<std::string> const root = Root();
+    std::optional<std::string> const root = FindConfigRoot();
     PtTreeItem_t const *const item = SelectedItem(ABW_treeContacts);
     if (!root || !item)
         return Pt_CONTINUE;
@@ -238,7 +232,7 @@ int OnDeleteContact(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnSaveContacts(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    std::optional<std::string> const root = Root();
+    std::optional<std::string> const root = FindConfigRoot();
     std::string const job = WidgetText(ABW_lblContactJob);
     bool const add = job == "Add";
     if (!root || (!add && job != "Edit")) {

@@ -98,14 +98,14 @@ void RefreshMainWindow() {
 }
 
 int DeleteSelected(AccountDialog const &dialog) {
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
     PtTreeItem_t const *const item = SelectedItem(dialog.list);
     std::string const name = item ? item->string : "";
     if (item && AskTwo(dialog.window, "Warning!", "Are you sure you want to \npermanently delete this profile?",
                        "&Cancel", "&Delete it")) {
-        RemoveProfile(*home + "/.Corvanta/" + dialog.folder + name);
+        RemoveProfile(*root + dialog.folder + name);
         RefillList(dialog);
     }
     RefreshMainWindow();

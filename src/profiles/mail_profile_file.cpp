@@ -33,10 +33,10 @@ bool ReadMailProfileFile(std::string const &path, char const *name, MailProfile 
 }
 
 int ReadMailProfile(char const *name, MailProfile &profile) {
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
-    ReadMailProfileFile(*home + "/.Corvanta/" + name + ".dat", name, profile);
+    ReadMailProfileFile(*root + name + ".dat", name, profile);
     return 1;
 }
 

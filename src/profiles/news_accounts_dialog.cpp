@@ -83,14 +83,14 @@ int OnSaveNewsAccount(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     CopyText(profile->server, WidgetText(ABW_txtNewsAccount_NEWSServer));
     if (!*profile->name)
         return Pt_CONTINUE;
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
     if (char const *const objection = Objection(*profile)) {
         ShowError(ABW_dlgNewsAccounts, "Error Saving Profile", objection);
         return Pt_CONTINUE;
     }
-    if (StoreProfile(*home + "/.Corvanta/news/", *profile))
+    if (StoreProfile(*root + "news/", *profile))
         LeaveNewsEditMode();
     else
         ShowError(ABW_dlgNewsAccounts, "Error Saving Profile", "Error saving profile");

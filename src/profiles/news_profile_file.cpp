@@ -36,12 +36,11 @@ void ParseNewsProfile(std::string_view text, NewsProfile &profile) {
 }
 
 int ReadNewsProfile(char const *name, NewsProfile &profile) {
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
     CopyText(profile.name, name);
-    ReadRecord(*home + "/.Corvanta/news/" + name + ".dat",
-               [&](std::string_view text) { ParseNewsProfile(text, profile); });
+    ReadRecord(*root + "news/" + name + ".dat", [&](std::string_view text) { ParseNewsProfile(text, profile); });
     return 1;
 }
 

@@ -72,8 +72,8 @@ PtTreeItem_t *AddProfileItem(PtWidget_t *tree, ServerAccount &account, PtTreeIte
 
 void AddMailFolders(PtWidget_t *tree, PtTreeItem_t *profileItem, char const *profile) {
     PtTreeItem_t *previous = nullptr;
-    AddChild(tree, profileItem, previous, "Inbox", kInboxPicture);
-    AddChild(tree, profileItem, previous, "Outbox", kOutboxPicture);
+    AddChild(tree, profileItem, previous, kInbox, kInboxPicture);
+    AddChild(tree, profileItem, previous, kOutbox, kOutboxPicture);
     for (std::string const &folder : OtherFolders(profile))
         AddChild(tree, profileItem, previous, folder.c_str(), kFolderPicture);
     PtGenTreeExpand(tree, &profileItem->gen, nullptr);
@@ -104,14 +104,13 @@ int EachProfile(std::string const &directory, std::function<void(std::string con
 } // namespace
 
 int LoadMailProfiles(PtWidget_t *tree, int mode) {
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const root = FindConfigRoot();
+    if (!root)
         return -1;
-    std::string const root = *home + "/.Corvanta/";
     PtTreeItem_t *previous = nullptr;
-    return EachProfile(root, [&](std::string const &name) {
+    return EachProfile(*root, [&](std::string const &name) {
         AccountRef<MailProfile> const profile(new MailProfile);
-        ReadMailProfileFile(root + name + ".dat", name.c_str(), *profile);
+        ReadMailProfileFile(*root + name + ".dat", name.c_str(), *profile);
         // A record that may not be read still shows its folders.
         CopyText(profile->name, name);
         PtTreeItem_t *const item = AddProfileItem(tree, *profile, previous);
@@ -121,10 +120,10 @@ int LoadMailProfiles(PtWidget_t *tree, int mode) {
 }
 
 int LoadNewsProfiles(PtWidget_t *tree, int mode) {
-    std::optional<std::string> const home = HomeDirectory();
-    if (!home)
+    std::optional<std::string> const config = FindConfigRoot();
+    if (!config)
         return -1;
-    std::string const root = *home + "/.Corvanta/news/";
+    std::string const root = *config + "news/";
     PtTreeItem_t *previous = LastRoot(tree);
     return EachProfile(root, [&](std::string const &name) {
         AccountRef<NewsProfile> const profile(new NewsProfile);
@@ -174,8 +173,7 @@ std::vector<std::string> OtherFolders(char const *profile) {
     std::vector<std::string> folders;
     for (std::string &name : NamesIn(OpenDirectory(root).get())) {
         struct stat status {};
-        if (name != "Inbox" && name != "Outbox" && stat((root + name).c_str(), &status) == 0 &&
-            S_ISDIR(status.st_mode))
+        if (name != kInbox && name != kOutbox && stat((root + name).c_str(), &status) == 0 && S_ISDIR(status.st_mode))
             folders.push_back(std::move(name));
     }
     return folders;

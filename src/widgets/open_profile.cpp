@@ -13,7 +13,7 @@ constinit Storage storage;
 } // namespace
 
 constinit AccountRef<ServerAccount> &currentProfile = storage.reference;
-char currentFolder[1025] = "Inbox";
+char currentFolder[1025] = "Inbox"; // kInbox: an array takes a literal only
 
 MailProfile *CurrentMailProfile() {
     ServerAccount *const account = currentProfile.Get();

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr char kOutbox[] = "Outbox";
-
 /// True when the header list shows this profile's Outbox. Under the library lock.
 bool IsOpen(std::string const &profile) {
     ServerAccount const *const open = CurrentMailProfile();
