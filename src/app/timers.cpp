@@ -9,6 +9,7 @@
 #include "profiles/profile_tree.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 #include "widgets/tree_walk.h"
 
@@ -57,6 +58,11 @@ int OnCheckEmail(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
         StartNewsThread();
     else
         SetStatus("Choose a newsgroup to read first");
+    return Pt_CONTINUE;
+}
+
+int OnStop(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    StopOperations();
     return Pt_CONTINUE;
 }
 

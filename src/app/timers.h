@@ -7,6 +7,9 @@
 /// headers are downloaded.
 int OnCheckEmail(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
+/// btnStop: ends everything that runs, at once.
+int OnStop(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+
 /// timerCheckEmail, every 5 s: checks when the open profile's interval has passed and its Inbox is shown.
 int OnCheckEmailTimer(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 

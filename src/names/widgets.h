@@ -24,7 +24,7 @@
 #define CORVANTA_WIDGETS(X) \
     /* base */ \
     X(base) X(treeProfiles) X(treeMessageHeaders) X(treeAttachments) X(webEmailMessage) \
-    X(lblStatus) X(prgStatus) X(lblStar) \
+    X(lblStatus) X(prgStatus) X(lblStar) X(btnStop) \
     X(btnCheckEmail) X(btnCompose) X(btnReply) X(btnForward) X(btnDelete) X(btnHome) X(btnAddressBook) \
     X(timerCheckEmail) X(timerNoop) X(timerAnimation) \
     X(mnuFile_Check) X(mnuFile_Compose) X(mnuFile_SaveAttachment) X(mnuFile_Print) X(mnuFile_Exit) \

@@ -53,6 +53,7 @@ constexpr ApLink_t kBase[] = {
     Code("btnForward", Pt_CB_ACTIVATE, OnForward),
     Code("btnDelete", Pt_CB_ACTIVATE, OnDeleteMessage),
     Code("btnHome", Pt_CB_ACTIVATE, OnHome),
+    Code("btnStop", Pt_CB_ACTIVATE, OnStop),
     Code("btnAddressBook", Pt_CB_ACTIVATE, OnAddressBook),
 
     Code("timerCheckEmail", Pt_CB_TIMER_ACTIVATE, OnCheckEmailTimer),
