@@ -47,8 +47,9 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION mail)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Plug-ins, which no link tells of: the icons are SVG; Wayland, WebP images and opening links can be done without.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, hicolor-icon-theme")
+# Plug-ins, which no link tells of: the icons are SVG, and the library's package has their plug-in up to Qt 6.4;
+# Wayland, WebP images and opening links can be done without.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qt6-svg-plugins | libqt6svg6 (<< 6.5), hicolor-icon-theme")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "qt6-wayland, qt6-image-formats-plugins, xdg-utils, fonts-dejavu-core | fonts-freefont-ttf")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "small and fast mail and news client")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION

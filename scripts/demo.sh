@@ -13,43 +13,7 @@ picture=${2:-demo.png}
 account=alex
 password=seagull
 groups=(example.gardening example.photography)
-work=$(mktemp -d /tmp/corvanta-demo.XXXXXX)
-pids=()
-app=
-
-finish() {
-    local status=$? last
-    trap - EXIT
-    # The last one started goes first: the program before the display it is on.
-    for ((last = ${#pids[@]} - 1; last >= 0; last--)); do
-        kill "${pids[last]}" 2>/dev/null || true
-        wait "${pids[last]}" 2>/dev/null || true
-    done
-    rm -rf "$work"
-    exit "$status"
-}
-trap finish EXIT
-set -E
-trap 'echo "demo: line $LINENO failed: $BASH_COMMAND" >&2' ERR
-trap 'exit 129' HUP
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-die() {
-    echo "demo: $*" >&2
-    exit 1
-}
-
-# until_true SECONDS COMMAND...: repeats the command until it succeeds; gives up earlier when the program has ended.
-until_true() {
-    local tries=$(($1 * 10))
-    shift
-    while ! "$@"; do
-        ((tries-- > 0)) || return 1
-        [ -z "$app" ] || kill -0 "$app" 2>/dev/null || return 1
-        sleep 0.1
-    done
-}
+. "$here/scripts/virtual-screen.sh"
 
 # start_server NAME ARGUMENT...: starts NAME-server; `port` is then its port, empty when it does not start.
 start_server() {
@@ -110,8 +74,8 @@ make_news() {
 
 start_program() {
     local wrapper
-    # To the list's end: ldconfig would die of a pipe closed early, and the pipeline with it.
-    wrapper=$(ldconfig -p | awk '/libnss_wrapper\.so /{path = $NF} END {print path}')
+    # Not on every user's PATH. To the list's end: ldconfig would die of a pipe closed early, and the pipeline with it.
+    wrapper=$(PATH=$PATH:/usr/sbin:/sbin ldconfig -p | awk '/libnss_wrapper\.so /{path = $NF} END {print path}')
     [ -n "$wrapper" ] || die "libnss_wrapper.so is not installed"
     mkdir -m 700 "$work/runtime"
     # A proxy would be connected to in place of the local server.
@@ -121,44 +85,14 @@ start_program() {
     pids+=("$app")
 }
 
-start_screen() {
-    Xvfb -displayfd 3 -screen 0 1100x860x24 -nolisten tcp 3>"$work/display" >"$work/xvfb.log" 2>&1 &
-    pids+=($!)
-    until_true 20 test -s "$work/display" || die "the virtual display did not start: $(cat "$work/xvfb.log")"
-    DISPLAY=:$(cat "$work/display")
-    export DISPLAY QT_QPA_PLATFORM=xcb
-    unset WAYLAND_DISPLAY
-}
-
-find_window() {
-    local found
-    mapfile -t found < <(xdotool search --onlyvisible --pid "$app" --name '^Corvanta$' 2>/dev/null || true)
-    window=${found[0]-}
-    [ -n "$window" ]
-}
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
 logged_in() { grep -qs "Login: user=<$account>" "$work"/pop3/*.log; }
 page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
-
 article_written() { grep -qs "Newsgroups:" "$home/.Corvanta/.tmp/msg.html"; }
-
-# look FORMAT:FILE: the window as it is now, as a file.
-look() { import -window "$window" "$1" 2>/dev/null; }
-
-# save FILE: the same, as a picture to keep.
-save() {
-    look "png:$1" || die "the window could not be saved"
-    echo "The window is in $(realpath "$1")"
-}
-
-# still: true when the window looks the same twice in a row; the star turns as long as mail is on its way.
-still() { look "rgb:$work/before" && sleep 0.4 && look "rgb:$work/after" && cmp -s "$work/before" "$work/after"; }
 
 # The places are those of the window's own layout at this size.
 act() {
-    until_true 30 find_window || die "the window did not open"
-    xdotool windowfocus "$window" 2>/dev/null || true
-    until_true 10 still || true
+    wait_for_window
     click 80 126                     # the Inbox of the only profile: its mail is fetched
     until_true 20 logged_in || die "the mail was not fetched"
     until_true 20 still || true

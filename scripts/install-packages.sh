@@ -5,12 +5,19 @@
 #       package (make the Debian package), wayland (a virtual Wayland display), trial (try the package in a fresh Debian).
 set -euo pipefail
 
+# Debian 12 has the SVG plug-ins in libqt6svg6, and what UiTools needs of OpenGL in a package of its own.
+if [ "$(. /etc/os-release && echo "${VERSION_ID:-}")" = 12 ]; then
+    qt=libqt6opengl6-dev
+else
+    qt=qt6-svg-plugins
+fi
+
 packages() {
     case "$1" in
-        # gtest, benchmark and python3: configuring looks for them; the UiTools package needs the OpenGL one.
-        build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev libqt6opengl6-dev qt6-tools-dev libqt6svg6 \
-            libgtest-dev libbenchmark-dev python3 ;;
-        test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-14-dev clang-format \
+        # gtest, benchmark and python3: configuring looks for them.
+        build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev qt6-tools-dev libqt6svg6 $qt libgtest-dev \
+            libbenchmark-dev python3 ;;
+        test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-dev clang-format \
             poppler-utils fonts-dejavu-core lintian desktop-file-utils ;;
         # The news server wants a mail server beside it; without one named it would bring the largest.
         demo) echo dovecot-pop3d inn2 openssl libnss-wrapper python3 fonts-dejavu-core \
@@ -35,31 +42,34 @@ news_settings() {
 
 # Installing a server must not start one: nothing here needs the system's own Dovecot, Postfix or INN.
 install_quietly() {
-    local policy=/usr/sbin/policy-rc.d made=
-    if [ ! -e "$policy" ]; then
-        "${as_root[@]}" sh -c "printf '#!/bin/sh\nexit 101\n' >$policy && chmod 755 $policy"
-        made=yes
-    fi
-    local result=0 service unwanted=()
+    local policy=/usr/sbin/policy-rc.d service unwanted=()
     # What the system had before stays as it is.
     dpkg-query -W dovecot-core >/dev/null 2>&1 || unwanted+=(dovecot.service dovecot.socket)
     dpkg-query -W postfix >/dev/null 2>&1 || unwanted+=(postfix.service)
     dpkg-query -W inn2 >/dev/null 2>&1 || unwanted+=(inn2.service)
-    local settings
     settings=$(mktemp)
     news_settings >"$settings"
     chmod 644 "$settings"
-    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive INNCONF="$settings" apt-get -qy -o Dpkg::Use-Pty=0
+    made=
+    # Left there by an interrupted run, it would stop every service of the system from starting.
+    trap 'rm -f "$settings" $made' EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' HUP TERM
+    if [ ! -e "$policy" ]; then
+        made=$policy
+        printf '#!/bin/sh\nexit 101\n' >"$policy"
+        chmod 755 "$policy"
+    fi
+    local apt=(env DEBIAN_FRONTEND=noninteractive INNCONF="$settings" apt-get -qy -o Dpkg::Use-Pty=0
         -o DPkg::Lock::Timeout=300)
-    { "${apt[@]}" update && "${apt[@]}" install --no-install-recommends "$@"; } >&2 || result=$?
-    rm -f "$settings"
-    [ -z "$made" ] || "${as_root[@]}" rm -f "$policy"
+    # One archive out of reach need not matter.
+    "${apt[@]}" update >&2 || true
+    "${apt[@]}" install --no-install-recommends "$@" >&2
     if [ -d /run/systemd/system ]; then
         for service in "${unwanted[@]}"; do
-            "${as_root[@]}" systemctl disable --quiet "$service" 2>/dev/null || true
+            systemctl disable --quiet "$service" 2>/dev/null || true
         done
     fi
-    return "$result"
 }
 
 wanted=()
@@ -80,14 +90,15 @@ for package in "${wanted[@]}"; do
 done
 [ ${#missing[@]} -gt 0 ] || exit 0
 
-as_root=()
 if [ "$(id -u)" -ne 0 ]; then
+    self=$(realpath "$0")
     echo "Missing packages: ${missing[*]}" >&2
-    if ! command -v sudo >/dev/null; then
-        echo "Install them as root: apt-get install --no-install-recommends ${missing[*]}" >&2
-        exit 1
+    if command -v sudo >/dev/null && sudo -- "$self" "$@"; then
+        exit 0
     fi
-    as_root=(sudo)
+    # Not a bare apt-get: the news server's package does not install without its settings, and servers would start.
+    echo "Install them as root: $self $*" >&2
+    exit 1
 fi
 echo "Installing: ${missing[*]}" >&2
 install_quietly "${missing[@]}"
