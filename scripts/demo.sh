@@ -21,7 +21,7 @@ start_server() {
     shift
     port=
     # Its first line tells the port; the pipe to it stays open as long as this script runs.
-    exec {ready}< <(exec python3 -B "$here/tests/fixtures/servers/$name-server" "$work/$name" 0 --with-parent "$@" \
+    exec {ready}< <(exec python3 -B "$here/scripts/servers/$name-server" "$work/$name" 0 --with-parent "$@" \
         2>"$work/$name.err")
     pids+=($!)
     read -r -t 30 -u "$ready" word port || true

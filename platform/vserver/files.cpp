@@ -123,29 +123,4 @@ Fd OpenImage(Fd const &directory, std::string const &name) {
     return OpenRegular(directory.Get(), name, kMaxImageBytes);
 }
 
-bool ReadFile(int descriptor, size_t limit, std::string &bytes) {
-    off_t const size = lseek(descriptor, 0, SEEK_END); // workers may not ask for more than that
-    if (size < 0)
-        return false;
-    bytes.resize(std::min(static_cast<size_t>(size), limit) + 1);
-    size_t done = 0;
-    for (;;) {
-        if (done == bytes.size()) {
-            if (done > limit)
-                return false;
-            bytes.resize(std::min(2 * done, limit + 1));
-        }
-        ssize_t const got = pread(descriptor, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
-        if (got < 0 && errno == EINTR)
-            continue;
-        if (got < 0)
-            return false;
-        if (got == 0)
-            break;
-        done += static_cast<size_t>(got);
-    }
-    bytes.resize(done);
-    return done <= limit;
-}
-
 } // namespace vserver

@@ -33,7 +33,4 @@ OpenedPage OpenPage(std::vector<Root> const &roots, std::string_view url);
 /// Opens an image beside its page: a plain name, a regular file of at most kMaxImageBytes. Not Valid() otherwise.
 Fd OpenImage(Fd const &directory, std::string const &name);
 
-/// Reads up to `limit` bytes of a file from its start. False on an error or when there is more.
-bool ReadFile(int descriptor, size_t limit, std::string &bytes);
-
 } // namespace vserver

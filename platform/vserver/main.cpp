@@ -5,8 +5,8 @@
 // NAME is the view's name for the pair, DIRECTORY a place that pages may come from (it may come to be later). The
 // view starts it with their connection as descriptor 3 (protocol.h); it ends when that is closed.
 
+#include "sandbox/sandbox.h"
 #include "vserver/decode.h"
-#include "vserver/sandbox.h"
 #include "vserver/server.h"
 
 #include <QtGlobal>
@@ -46,8 +46,8 @@ int main(int argc, char **argv) {
     qInstallMessageHandler(DropMessage);
     vserver::LoadImageFormats();
     std::vector<vserver::Root> opened = vserver::OpenRoots(roots);
-    vserver::Shut const shut = vserver::EnterServerSandbox(roots);
-    if (shut == vserver::Shut::Failed)
+    sandbox::Shut const shut = sandbox::EnterServerSandbox(roots);
+    if (shut == sandbox::Shut::Failed)
         return 1;
-    return vserver::Server(vserver::kServerSocket, std::move(opened), shut == vserver::Shut::Fully).Run();
+    return vserver::Server(vserver::kServerSocket, std::move(opened), shut == sandbox::Shut::Fully).Run();
 }

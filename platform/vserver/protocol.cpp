@@ -12,8 +12,6 @@
 namespace vserver {
 namespace {
 
-constexpr int kSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
-
 /// Whether a message keeps the rules for its kind.
 bool IsWellFormed(Header const &header, bool has_descriptor) {
     auto const &value = header.value;
@@ -59,12 +57,6 @@ bool TakeDescriptor(msghdr &message, Fd &descriptor) {
 }
 
 } // namespace
-
-void Fd::Reset(int descriptor) {
-    int const old = std::exchange(descriptor_, descriptor);
-    if (old >= 0)
-        close(old);
-}
 
 int Send(int socket, Kind kind, uint32_t id, std::array<uint32_t, 3> value, std::string_view text, int descriptor) {
     text = text.substr(0, kMaxText);
@@ -123,31 +115,6 @@ Received Receive(int socket, Packet &packet) {
     }
     packet.text.assign(text, header.text_size);
     return Received::Message;
-}
-
-Fd MakeMemory(char const *name) { return Fd(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING)); }
-
-bool Seal(int descriptor) { return fcntl(descriptor, F_ADD_SEALS, kSeals) == 0; }
-
-SealedBytes::SealedBytes(int descriptor, size_t size) {
-    struct stat status {};
-    int const seals = fcntl(descriptor, F_GET_SEALS);
-    if (seals < 0 || (seals & kSeals) != kSeals || fstat(descriptor, &status) != 0 || status.st_size < 0 ||
-        static_cast<uint64_t>(status.st_size) != size)
-        return;
-    if (size > 0) {
-        void *const mapped = mmap(nullptr, size, PROT_READ, MAP_SHARED, descriptor, 0);
-        if (mapped == MAP_FAILED)
-            return;
-        address_ = mapped;
-        size_ = size;
-    }
-    valid_ = true;
-}
-
-SealedBytes::~SealedBytes() {
-    if (address_)
-        munmap(address_, size_);
 }
 
 } // namespace vserver

@@ -18,12 +18,14 @@
 // ends the one before it; the view drops what still arrives under an earlier id. Neither side trusts the other: a
 // message that breaks these rules ends the connection.
 
+#include "system/fd.h"
+#include "system/memory_file.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace vserver {
 
@@ -48,29 +50,6 @@ struct Header {
     std::array<uint32_t, 3> value{};
 };
 
-/// Owns one descriptor, -1 for none.
-class Fd {
-  public:
-    Fd() = default;
-    explicit Fd(int descriptor) : descriptor_(descriptor) {}
-    Fd(Fd &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Fd &operator=(Fd &&other) noexcept {
-        Reset(std::exchange(other.descriptor_, -1));
-        return *this;
-    }
-    Fd(Fd const &) = delete;
-    Fd &operator=(Fd const &) = delete;
-    ~Fd() { Reset(); }
-
-    int Get() const { return descriptor_; }
-    bool Valid() const { return descriptor_ >= 0; }
-    int Release() { return std::exchange(descriptor_, -1); }
-    void Reset(int descriptor = -1);
-
-  private:
-    int descriptor_ = -1;
-};
-
 struct Packet {
     Header header;
     std::string text;
@@ -87,28 +66,5 @@ enum class Received { Message, Nothing, Closed, Bad };
 /// Takes the next message without waiting. Bad: its sizes, magic, kind, version, descriptor or counts break the rules
 /// above (descriptors that came with it are closed); whether the id is of interest is for the caller to say.
 Received Receive(int socket, Packet &packet);
-
-/// Makes an empty memory file that can be sealed. Not Valid() on failure.
-Fd MakeMemory(char const *name);
-/// Freezes size and content for ever. False when that fails, as while someone has it mapped for writing.
-bool Seal(int descriptor);
-
-/// The bytes of a sealed memory file, mapped read-only for the life of this object.
-class SealedBytes {
-  public:
-    /// Maps `descriptor` when all four seals are set and its size is exactly `size`; otherwise Valid() is false.
-    SealedBytes(int descriptor, size_t size);
-    ~SealedBytes();
-    SealedBytes(SealedBytes const &) = delete;
-    SealedBytes &operator=(SealedBytes const &) = delete;
-
-    bool Valid() const { return valid_; }
-    std::string_view Bytes() const { return {static_cast<char const *>(address_), size_}; }
-
-  private:
-    void *address_ = nullptr;
-    size_t size_ = 0;
-    bool valid_ = false;
-};
 
 } // namespace vserver

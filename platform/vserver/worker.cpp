@@ -1,7 +1,7 @@
 #include "vserver/worker.h"
 
+#include "sandbox/sandbox.h"
 #include "vserver/files.h"
-#include "vserver/sandbox.h"
 
 #include <cerrno>
 #include <csignal>
@@ -16,6 +16,8 @@
 namespace vserver {
 namespace {
 
+static_assert(kMaxImagePixels * 4 <= sandbox::kLargestFile && kMaxCleanBytes <= sandbox::kLargestFile);
+
 /// The child's life: arranges the three descriptors, shuts itself in, works.
 [[noreturn]] void RunJob(Job job, int input, int output, int info, pid_t parent) {
     int const wanted[] = {input, output, info};
@@ -26,7 +28,7 @@ namespace {
     for (int i = 0; i < 3 && good; ++i)
         good = dup2(moved[i], kWorkerInput + i) >= 0;
     try {
-        good = good && EnterWorkerSandbox(kWorkerInput, kWorkerInfo, parent) && job();
+        good = good && sandbox::EnterWorkerSandbox(kWorkerInput, kWorkerInfo, parent) && job();
     } catch (std::bad_alloc const &) {
         good = false; // what it reads wants more than a worker may have
     }
@@ -73,18 +75,6 @@ bool Worker::Finish(size_t limit, std::string &info, size_t &size) {
     if (fstat(output_.Get(), &status) != 0 || !ReadFile(info_.Get(), limit, info))
         return false;
     size = static_cast<size_t>(status.st_size);
-    return true;
-}
-
-bool WriteAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        ssize_t const written = write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<size_t>(written));
-    }
     return true;
 }
 

@@ -40,7 +40,4 @@ class Worker {
     std::chrono::steady_clock::time_point deadline_;
 };
 
-/// Writes all of `bytes`. False on an error.
-bool WriteAll(int descriptor, std::string_view bytes);
-
 } // namespace vserver

@@ -1,4 +1,5 @@
-// sources: src/profiles/address_book_file.cpp src/mime/lines.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/profiles/address_book_file.cpp src/mime/lines.cpp src/base/text.cpp
+// sources: src/base/fd.cpp platform/system/fd.cpp
 // sources: platform/qnx/spawn.cpp
 // Any bytes as an address book: rows are whole and short, an edited contact is one row again, and what the list would
 // write is read back as the same rows.

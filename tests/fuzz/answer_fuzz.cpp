@@ -1,4 +1,5 @@
-// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/base/text.cpp
+// sources: src/base/fd.cpp platform/system/fd.cpp
 // Any bytes as a news server's answer: the group list, an article and a list of numbers keep exactly what they
 // should.
 

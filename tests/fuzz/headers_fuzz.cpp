@@ -1,5 +1,5 @@
 // sources: src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp
-// sources: src/base/text.cpp src/base/fd.cpp
+// sources: src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // Every field ends inside its width, the header block inside the text, and the list row is made of the same values.
 
 #include "fuzz_input.h"

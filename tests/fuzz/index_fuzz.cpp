@@ -1,5 +1,5 @@
 // sources: src/store/folder.cpp src/store/index_file.cpp src/store/convert.cpp src/mime/headers.cpp
-// sources: src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // sources: src/base/paths.cpp
 // Any bytes as an index, and as an index of earlier versions: the folder opens, takes a message under a number that
 // no message has, gives it back whole and deletes it again.

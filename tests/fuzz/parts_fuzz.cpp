@@ -1,5 +1,5 @@
 // sources: src/mime/part_headers.cpp src/mime/headers.cpp src/mime/recipients.cpp src/mime/lines.cpp
-// sources: src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // A part never leads out of its text. The input's first line is the boundary.
 
 #include "fuzz_input.h"

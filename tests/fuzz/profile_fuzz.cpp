@@ -1,5 +1,5 @@
 // sources: src/profiles/mail_profile_file.cpp src/profiles/news_profile_file.cpp src/profiles/profile_file.cpp
-// sources: src/mime/base64.cpp src/base/account.cpp src/base/text.cpp src/base/fd.cpp src/base/paths.cpp
+// sources: src/mime/base64.cpp src/base/account.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp src/base/paths.cpp
 // sources: src/base/log.cpp platform/qnx/slog.cpp
 // Any bytes as a profile: every field ends inside its width, and what is written from them is one line a field.
 

@@ -1,6 +1,6 @@
 // The reply's quote, subject and recipients, of any page and any message.
 // sources: src/compose/quote.cpp src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp
-// sources: src/mime/block_writer.cpp src/mime/recipients.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/mime/block_writer.cpp src/mime/recipients.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 
 #include "fuzz_input.h"
 

@@ -1,6 +1,6 @@
 // sources: src/mime/render.cpp src/mime/part_content.cpp src/mime/part_headers.cpp src/mime/headers.cpp
 // sources: src/mime/recipients.cpp src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp
-// sources: src/mime/base64.cpp src/mime/content_types.cpp src/base/text.cpp src/base/fd.cpp
+// sources: src/mime/base64.cpp src/mime/content_types.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // A whole message as a page. Outside the lines that the renderer makes itself, no "<" of the message comes through,
 // and every attachment can be copied and saved.
 

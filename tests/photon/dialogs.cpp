@@ -3,7 +3,7 @@
 #include "photon/fixture.h"
 
 #include "Pf.h"
-#include "qt/application.h"
+#include "qt/loop/application.h"
 
 #include <QDialog>
 #include <QLabel>

@@ -2,8 +2,8 @@
 // A window from modules/testwin.ui with what the tests of the toolkit share.
 
 #include "Ap.h"
-#include "qt/testing.h"
-#include "qt/tree_view.h"
+#include "qt/loop/testing.h"
+#include "qt/views/tree_frame.h"
 
 #include <QTest>
 #include <gtest/gtest.h>

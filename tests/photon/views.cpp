@@ -2,7 +2,7 @@
 
 #include "photon/fixture.h"
 
-#include "qt/geometry.h"
+#include "qt/views/geometry.h"
 
 #include <QLabel>
 #include <QLineEdit>

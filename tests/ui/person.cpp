@@ -1,6 +1,6 @@
 #include "ui/person.h"
 
-#include "qt/testing.h"
+#include "qt/loop/testing.h"
 
 #include "app/start.h"
 #include "names/widgets.h"

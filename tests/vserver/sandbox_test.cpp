@@ -1,9 +1,9 @@
 // What the two sandboxes of the page server leave to a process, and what ends it. Each case runs in a child, which
 // says by its exit status how it went; a forbidden call is its death by SIGSYS.
 
-#include "vserver/landlock.h"
+#include "sandbox/landlock.h"
+#include "sandbox/sandbox.h"
 #include "vserver/page_server.h"
-#include "vserver/sandbox.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -19,6 +19,8 @@
 
 namespace vserver {
 namespace {
+
+using namespace sandbox;
 
 class Sandbox : public testing::Test {
     void SetUp() override {

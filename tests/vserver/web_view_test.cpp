@@ -2,10 +2,10 @@
 
 #include "Pp.h"
 #include "photon/PtWebClient.h"
-#include "qt/print.h"
-#include "qt/testing.h"
-#include "qt/web_browser.h"
-#include "qt/web_process.h"
+#include "qt/boxes/print.h"
+#include "qt/loop/testing.h"
+#include "qt/web/web_browser.h"
+#include "qt/web/web_process.h"
 #include "vserver/page_server.h"
 
 #include <QAbstractTextDocumentLayout>
