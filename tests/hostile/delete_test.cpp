@@ -9,6 +9,7 @@
 #include "profiles/profile_tree.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
+#include "widgets/tree_walk.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

@@ -10,6 +10,7 @@
 #include "ui/sample.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/tree_walk.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
