@@ -5,6 +5,7 @@
 #include "compose/background_parts.h"
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
+#include "compose/plain_lines.h"
 #include "compose/quote.h"
 #include "compose/references.h"
 #include "mime/headers.h"
@@ -64,7 +65,7 @@ void FillAuthor(ComposeState &state, std::string const &article) {
 
 void QuoteInto(ComposeState &state) {
     if (std::optional<std::string> const page = ReadScratch("msg.html")) {
-        SetWidgetText(state.messageText, QuotePage(*page).c_str());
+        SetWidgetText(state.messageText, PlainLines(QuotePage(*page)).c_str());
         PtSetResource(state.messageText, Pt_ARG_CURSOR_POSITION, 0, 0);
     }
 }

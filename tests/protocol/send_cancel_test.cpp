@@ -1,9 +1,12 @@
 // Cancelling a send at each of its waits. Run under thread and address sanitizers as well.
 
 #include "base/fd.h"
+#include "base/text.h"
 #include "compose/send/send_window.h"
 #include "fixtures/process.h"
+#include "names/widgets.h"
 #include "protocol/send_fixture.h"
+#include "widgets/open_profile.h"
 
 #include <arpa/inet.h>
 #include <array>
@@ -122,6 +125,30 @@ TEST_F(CancelTest, ASecondSendTakesTheFirstOnesPlace) {
     EXPECT_EQ(server->Problems(), "");
     EXPECT_TRUE(WindowGone());
     EXPECT_EQ(Outbox().size(), 1u);
+}
+
+/// A check lists messages of the server in whatever folder is open, with numbers of their own.
+TEST_F(CancelTest, InTheOpenOutboxOnlyTheCopysRowComesAndGoes) {
+    Script const hello = SmtpHello({"bob@example.org"});
+    Write(false, {hello + Script{Reset()}, Script(hello.begin(), hello.end() - 1) + Script{Stall()}});
+    screen.AddProfile(*MakeProfile("home", "127.0.0.1:1", true), true);
+    auto const rows = [&] {
+        Strings texts;
+        for (Screen::Row const &row : screen.Rows())
+            texts.push_back(row.text.substr(0, 8) + std::to_string(row.data.origin));
+        return texts;
+    };
+    screen.RunCallback([&] {
+        CopyText(currentFolder, "Outbox");
+        for (int const number : {1, 2})
+            AddHeaderRow("server", 6, kOnServer, number, ABW_treeMessageHeaders, lastHeaderItem);
+        AddHeaderRow("", 0, kStored, 2, ABW_treeMessageHeaders, lastHeaderItem); // seen while it is sent
+    });
+    ASSERT_TRUE(SendNow());
+    shownAlerts.clear();
+    EXPECT_EQ(rows(), (Strings{"server1", "server1", "2", " \t Hello2"}));
+    CancelWhen([&] { return OutboxRows().size() == 2 && HasReceived("DATA\r\n"); }, 1);
+    EXPECT_EQ(rows(), (Strings{"server1", "server1", " \t Hello2"}));
 }
 
 TEST_F(CancelTest, AtAnyMoment) {

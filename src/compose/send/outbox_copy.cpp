@@ -17,10 +17,14 @@ bool IsOpen(std::string const &profile) {
     return ABW_treeMessageHeaders && open && profile == open->name && strcmp(currentFolder, kOutbox) == 0;
 }
 
-/// The row of a message in the header list; null when it was not there yet at the opening. The newest are last.
+/// The row of a stored message in the header list; null when it was not there yet at the opening. The newest are
+/// last. A check adds rows of the server's messages to whatever folder is open, with numbers of their own.
 PtTreeItem_t *FindRow(int32_t number) {
+    auto const isIt = [number](HeaderRow const *row) {
+        return row && row->origin == kStored && row->number == number;
+    };
     PtTreeItem_t *item = lastHeaderItem;
-    while (item && !(RowOf(item) && RowOf(item)->number == number))
+    while (item && !isIt(RowOf(item)))
         item = reinterpret_cast<PtTreeItem_t *>(item->gen.list.prev);
     return item;
 }

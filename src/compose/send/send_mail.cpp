@@ -17,20 +17,18 @@ class MailSending {
         : state_(state), message_(message), profile_(profile), copy_(profile.name) {}
 
     void Run(std::vector<std::string> recipients) {
-        bool connected = false;
         SmtpEnd end = SmtpEnd::kLost;
         int const socket = OpenServerConnection(profile_.smtpServer, kSmtp, 1, &state_.cancelled);
         if (socket > 0) {
-            connected = true;
             SendSocket const published(state_, socket);
             SetSendProgress(state_, kConnectedProgress);
             end = Deliver(socket, std::move(recipients));
         }
-        bool const kept = FinishCopy();
+        FinishCopy();
         if (end == SmtpEnd::kSent)
             CloseSentWindow(state_);
         else
-            Fail(end, connected || !kept);
+            Fail(end);
     }
 
   private:
@@ -60,29 +58,25 @@ class MailSending {
         return !sink.WireFailed();
     }
 
-    /// Keeps the copy, whole whatever became of the message, or takes it away. True when it is kept.
-    bool FinishCopy() {
-        if (state_.cancelled && !dotSent_) {
-            copy_.Remove();
-            return false;
-        }
+    /// Keeps the copy, whole whatever became of the message, or takes it away.
+    void FinishCopy() {
+        if (state_.cancelled && !dotSent_)
+            return copy_.Remove();
         if (!written_)
             Write(-1);
         // A cancel may have come while the rest was written.
         if (state_.cancelled && !dotSent_)
             whole_ = false;
         if (whole_ && copy_.Keep())
-            return true;
+            return;
         copy_.Remove();
         if (!state_.cancelled)
             SetStatus("The message could not be copied into the Outbox");
-        return false;
     }
 
-    void Fail(SmtpEnd end, bool giveBack) {
+    void Fail(SmtpEnd end) {
         AlertSender(state_, end == SmtpEnd::kRefused ? answer_ : kNoConnection);
-        if (giveBack)
-            ShowEditing(state_);
+        ShowEditing(state_);
     }
 
     ComposeState &state_;

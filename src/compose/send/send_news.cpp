@@ -26,20 +26,17 @@ class Posting {
 
     void Run() {
         NntpEnd end = NntpEnd::kLost;
-        bool connected = false;
         int const socket = OpenServerConnection(profile_.server, kNntp, 1, &state_.cancelled);
         if (socket > 0) {
-            connected = true;
             SendSocket const published(state_, socket);
             SetSendProgress(state_, kConnectedProgress);
             end = Post(socket);
         }
-        // Without a connection, or where nobody may post, the window cannot be used any more. Then the text is saved.
-        bool const saved = (!connected || end == NntpEnd::kNotAllowed) && KeepUnsent();
-        if (end == NntpEnd::kPosted || (end == NntpEnd::kNotAllowed && saved))
+        // Where no one may post the window closes, and the text is saved.
+        if (end == NntpEnd::kPosted || (end == NntpEnd::kNotAllowed && KeepUnsent()))
             CloseSentWindow(state_);
         else
-            Fail(end, !saved);
+            Fail(end);
     }
 
   private:
@@ -92,13 +89,12 @@ class Posting {
         return kept;
     }
 
-    void Fail(NntpEnd end, bool giveBack) {
+    void Fail(NntpEnd end) {
         if (end == NntpEnd::kNoLogin)
             AlertSender(state_, "Could not authenticate to server");
         else if (end != NntpEnd::kNotAllowed) // which was told already
             AlertSender(state_, end == NntpEnd::kRefused ? answer_ : kNoConnection);
-        if (giveBack)
-            ShowEditing(state_);
+        ShowEditing(state_);
     }
 
     ComposeState &state_;

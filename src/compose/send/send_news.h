@@ -4,6 +4,6 @@
 #include "compose/send/send_window.h"
 
 /// Posts the input of a news window through the news profile it names. Runs on the sending thread, without locks. No
-/// copy is kept, but what the window cannot be used for any more (no connection; a server that lets nobody post,
-/// which closes the window) is appended to the file "unsent" of the profile's directory.
+/// copy is kept, but where the server lets no one post, which closes the window, the text is appended to the file
+/// "unsent" of the profile's directory.
 void PostArticle(ComposeState &state, SendInput &input);

@@ -1,6 +1,7 @@
 #include "compose/send/sending.h"
 
 #include "base/log.h"
+#include "compose/plain_lines.h"
 #include "net/server.h"
 
 #include <cerrno>
@@ -48,7 +49,7 @@ void FillMessage(ComposeState &state, OutgoingMessage &message, SendInput &input
     message.to = FieldValue(input.to);
     message.cc = FieldValue(input.cc);
     message.subject = FieldValue(input.subject);
-    message.text = std::move(input.text);
+    message.text = PlainLines(input.text);
     ReadSignature(state, account.signatureFile, message);
 }
 
