@@ -1,3 +1,9 @@
 #include "app/start.h"
+#include "ways/choose.h"
 
-int main(int argc, char *argv[]) { return RunCorvanta(argc, argv, AbContext); }
+int main(int argc, char *argv[]) {
+    if (TellUsage(argc, argv))
+        return 0;
+    ChooseWay();
+    return RunCorvanta(argc, argv, AbContext);
+}

@@ -102,8 +102,16 @@ void PrintUsage() {
     fputs(kUsage.data() + from, stdout);
 }
 
-/// True when the arguments ask for a text in place of a run, which is printed: that takes no display.
-bool Tell(int argc, char **argv) {
+void SetModuleFunctions() {
+    ABM_base.setup = SetUpBase;
+    ABM_mnuProfile.setup = SetUpProfileMenu;
+    ABM_mnuFolder.setup = SetUpFolderMenu;
+    ABM_mnuHeaders.setup = SetUpHeadersMenu;
+}
+
+} // namespace
+
+bool TellUsage(int argc, char **argv) {
     for (int i = 1; i < argc; i++) {
         std::string_view const argument = argv[i];
         if (argument == "--help")
@@ -116,15 +124,6 @@ bool Tell(int argc, char **argv) {
     }
     return false;
 }
-
-void SetModuleFunctions() {
-    ABM_base.setup = SetUpBase;
-    ABM_mnuProfile.setup = SetUpProfileMenu;
-    ABM_mnuFolder.setup = SetUpFolderMenu;
-    ABM_mnuHeaders.setup = SetUpHeadersMenu;
-}
-
-} // namespace
 
 int init(int argc, char *argv[]) {
     opterr = 0; // the toolkit's own options are unknown here, and right
@@ -152,8 +151,6 @@ int StartCorvanta(int argc, char **argv, ApContext_t &context) {
 
 int RunCorvanta(int argc, char **argv, ApContext_t &context) {
     prctl(PR_SET_DUMPABLE, 0, 0, 0, 0); // a core dump would hold passwords
-    if (Tell(argc, argv))
-        return 0;
     if (StartCorvanta(argc, argv, context) != 0)
         return 1;
     PtMainLoop();

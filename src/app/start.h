@@ -3,6 +3,9 @@
 
 #include "Ap.h"
 
+/// Prints what --help or --version asks for. False when the arguments have neither: then the program is to run.
+bool TellUsage(int argc, char **argv);
+
 /// Initialises the toolkit, reads the options and opens the main window `base`. Returns 0, -1 when the toolkit or the
 /// window cannot be had. Call PtMainLoop afterwards.
 int StartCorvanta(int argc, char **argv, ApContext_t &context);

@@ -231,6 +231,28 @@ int Stream::WriteLine(std::string_view text) {
     return count;
 }
 
+bool Stream::Run(std::function<ChannelState()> const &step) {
+    StartWaiting();
+    while (state_ == StreamState::kOpen) {
+        if (Stopped())
+            return End(StreamState::kStopped);
+        switch (step()) {
+        case ChannelState::kMoved:
+            return true;
+        case ChannelState::kEnd:
+            return End(StreamState::kClosed);
+        case ChannelState::kError:
+            return End(StreamState::kFailed);
+        case ChannelState::kWantRead:
+            WaitFor(POLLIN);
+            break;
+        case ChannelState::kWantWrite:
+            WaitFor(POLLOUT);
+        }
+    }
+    return false;
+}
+
 void Stream::Replace(std::unique_ptr<Channel> channel) {
     channel_ = std::move(channel);
     buffer_.clear();

@@ -92,6 +92,11 @@ class Stream {
     /// before (RFC 3207 4.2).
     void Replace(std::unique_ptr<Channel> channel);
     std::unique_ptr<Channel> &GetChannel() { return channel_; }
+    Channel const &GetChannel() const { return *channel_; }
+
+    /// Calls `step` until it is kMoved, waiting as it says, within the limits: a handshake of the channel. False at
+    /// any state but kOpen.
+    bool Run(std::function<ChannelState()> const &step);
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -2,7 +2,6 @@
 
 #include "base/fd.h"
 #include "base/text.h"
-#include "base/utf8.h"
 #include "mime/lines.h"
 
 #include <algorithm>
@@ -36,6 +35,8 @@ std::optional<std::string> ReadBook(std::string const &path) {
     std::optional<std::string> text = ReadRegularFile(path, kLargestBook);
     return text || errno != EINVAL ? std::move(text) : std::string();
 }
+
+bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 } // namespace
 
@@ -84,7 +85,11 @@ std::string ContactRow(Contact const &contact) {
         for (char const byte : *field)
             row += static_cast<unsigned char>(byte) < ' ' || byte == 0x7F ? ' ' : byte;
     }
-    return std::string(CutToCharacters(row, kRowWidth - 1));
+    size_t end = std::min(row.size(), kRowWidth - 1);
+    while (end < row.size() && end > 0 && IsContinuation(row[end]))
+        end--;
+    row.resize(end);
+    return row;
 }
 
 Contact SplitContact(std::string_view row) {

@@ -23,6 +23,7 @@ MAY_INCLUDE = {
     "compose": {"base", "mime", "store", "widgets", "names", "net", "profiles", "news"},
     "app": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news"},
     "ui": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news", "compose", "app"},
+    "ways": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news", "compose", "app"},
 }
 TOOLKIT_FREE = {"base", "mime", "store"}
 SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}

@@ -282,27 +282,6 @@ constexpr char kAsked[] = "From: Bob Baker <bob@example.org>\r\n"
                           "Date: Mon, 02 Nov 2026 10:00:00 +0000\r\n\r\n"
                           "Are you free?\r\n\r\nBob <b>\r\n";
 
-/// A text widget needs a minute and gigabytes for 25 MB of empty lines.
-TEST_F(Compose, OfALongMailThereArePartsToReadAndOneToQuote) {
-    std::string const mail = "Subject: long\r\n\r\n" + std::string(120'000, '\n') + "end\n";
-    ASSERT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), mail), 0);
-    Sitting([] {
-        ShowMail("long", "end");
-        ChooseFromMenuBar("mnuMessage_ViewSource");
-        for (bool last : {false, false, true, false}) {
-            EXPECT_EQ(Text("txtViewSource").endsWith("\n\nend\n"), last);
-            EXPECT_TRUE(Text("lblViewSourcePart").endsWith(last ? "to 120021 of 120021." : " of 120021."));
-            Click("btnNextSourcePart");
-        }
-        Click("btnCloseViewSource");
-        Click("btnReply");
-        EXPECT_TRUE(
-            Text("pic_multiMessage")
-                .endsWith("\n>\n>[The message is longer than what is quoted here: its source shows all of it.]"));
-        DiscardLetter();
-    });
-}
-
 TEST_F(Compose, ReplyQuotesTheShownMessage) {
     ASSERT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), kAsked), 0);
     Sitting([] {

@@ -1,0 +1,36 @@
+#include "ways/choose.h"
+
+#include "base/log.h"
+#include "base/paths.h"
+#include "base/way.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr char kClassicKey[] = "classic";
+
+bool HasData() {
+    struct stat status {};
+    std::optional<std::string> const root = FindConfigRoot();
+    return root && stat(root->c_str(), &status) == 0;
+}
+
+} // namespace
+
+Settings &ProgramSettings() {
+    static Settings settings(SettingsDirectory() + "settings.toml");
+    return settings;
+}
+
+void ChooseWay() {
+    Settings &settings = ProgramSettings();
+    SetClassic(settings.Bool(kClassicKey, HasData()));
+    if (settings.Exists() || Classic())
+        return;
+    settings.Set(kClassicKey, false);
+    if (!settings.Save())
+        LogError("The settings cannot be written: %s", strerror(errno));
+}
