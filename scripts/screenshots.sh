@@ -67,7 +67,7 @@ for platform in xcb wayland; do
             env DISPLAY=":$(cat "$work/display")" WAYLAND_DISPLAY="$XDG_RUNTIME_DIR/corvanta" \
                 QT_QPA_PLATFORM=$platform QT_IM_MODULE=compose \
                 QT_SCALE_FACTOR=$scale XDG_CURRENT_DESKTOP=KDE KDE_SESSION_VERSION=5 XDG_CONFIG_HOME="$work/$theme" \
-                CORVANTA_SCREENSHOTS="$pictures" timeout 120 "$build/tests/ui/windows_journey" --gtest_brief=1 || failed=1
+                CORVANTA_SCREENSHOTS="$pictures" timeout 120 "$build/tests/ui/journeys" --gtest_filter=windows.* --gtest_brief=1 || failed=1
         done
     done
 done

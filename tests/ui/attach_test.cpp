@@ -96,7 +96,7 @@ double ShortestStillness(std::function<void()> const &attach) {
     return shortest;
 }
 
-TEST(Attaching, FiftyMegabytesLeaveTheWindowAlive) {
+TEST(attach, FiftyMegabytesLeaveTheWindowAlive) {
     ClearTempHome();
     MakeProfile("127.0.0.1:1", true);
     std::string const file = TempHome() + "/large.bin";

@@ -32,14 +32,18 @@ namespace {
 QStringList boxes;
 QString proposed;
 
-QWidget *Shown(char const *name) {
+/// "NAME#2" is the second one of the name that is shown.
+QWidget *Shown(char const *wanted) {
+    QString const text = QString::fromUtf8(wanted);
+    QString const name = text.section('#', 0, 0);
+    int left = text.contains('#') ? text.section('#', 1).toInt() : 1;
     for (QWidget *window : QApplication::topLevelWidgets()) {
         if (!window->isVisible())
             continue;
-        if (window->objectName() == QLatin1String(name))
+        if (window->objectName() == name)
             return window;
-        for (QWidget *widget : window->findChildren<QWidget *>(QString::fromLatin1(name)))
-            if (widget->isVisible())
+        for (QWidget *widget : window->findChildren<QWidget *>(name))
+            if (widget->isVisible() && --left == 0)
                 return widget;
     }
     return nullptr;
@@ -287,7 +291,7 @@ void Press(char const *name, Qt::Key key, Qt::KeyboardModifiers modifiers) {
 
 QString Text(char const *name) {
     QWidget *const widget = Find(name);
-    for (char const *property : {"plainText", "text"})
+    for (char const *property : {"plainText", "currentText", "text"})
         if (QVariant const text = widget->property(property); text.isValid())
             return text.toString();
     ADD_FAILURE() << name << " has no text";

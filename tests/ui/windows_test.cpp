@@ -149,7 +149,7 @@ void ReadCells() {
     EXPECT_EQ(folders->cellAt(1, 0)->text(QAccessible::Name).trimmed(), "Inbox");
 }
 
-class Windows : public testing::Test {
+class windows : public testing::Test {
   protected:
     void SetUp() override {
         ClearTempHome();
@@ -223,7 +223,7 @@ void LookAtNews() {
     EXPECT_TRUE(WaitFor([] { return !IsShown("dlgNews"); }));
 }
 
-TEST_F(Windows, AreAtHomeOnTheDesktop) {
+TEST_F(windows, AreAtHomeOnTheDesktop) {
     Sitting(
         [] {
             EXPECT_EQ(QGuiApplication::desktopFileName(), "corvanta");
