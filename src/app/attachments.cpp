@@ -4,7 +4,6 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "profiles/profile_tree.h"
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"
 #include "widgets/toolkit.h"
@@ -16,13 +15,12 @@
 
 namespace {
 
-PartHeaders *PartOf(PtTreeItem_t const *item) { return item ? static_cast<PartHeaders *>(item->data) : nullptr; }
-
-bool IsListed(PtTreeItem_t const *wanted) {
-    PtTreeItem_t const *item = PtTreeRootItem(ABW_treeAttachments);
-    while (item && item != wanted)
-        item = BrotherOf(item);
-    return item;
+/// The part that an item of the list stands for; null when it is none of the message's.
+ShownPart const *PartOf(ShownMessage const &message, PtTreeItem_t const *item) {
+    for (ShownPart const &shown : message.parts)
+        if (item && item->data == &shown.part)
+            return &shown;
+    return nullptr;
 }
 
 /// Returns 0, or the errno of what failed; a pipe that nobody reads is not waited for.
@@ -54,34 +52,25 @@ std::string CutFileName(std::string_view name) {
 
 } // namespace
 
-void AttachmentList::Add(char const *label, PartHeaders const &part) {
-    if (listed_ > kMostListed)
-        return;
-    if (listed_++ == kMostListed) {
-        SetStatus("The message has more attachments than are listed");
-        return;
+void PartCollector::Add(char const *label, PartHeaders const &part) {
+    leftOut_ = message_.parts.size() >= kMostListed;
+    if (!leftOut_)
+        message_.parts.push_back({label, part});
+}
+
+void ListAttachments(ShownMessage const &message) {
+    PtTreeItem_t *last = nullptr;
+    for (ShownPart const &shown : message.parts) {
+        PtTreeItem_t *const item = AddHeaderItem(shown.label.c_str(), ABW_treeAttachments, last);
+        SetRowPicture(item, kAttachmentPicture);
+        if (item)
+            item->data = const_cast<PartHeaders *>(&shown.part); // the toolkit's pointer; nothing writes through it
     }
-    PartHeaders *const copy = CopyPart(part);
-    if (!copy)
-        return;
-    PtTreeItem_t *const item = AddHeaderItem(label, ABW_treeAttachments, last_);
-    SetRowPicture(item, kAttachmentPicture);
-    if (item)
-        item->data = copy;
-    else
-        FreePart(copy);
 }
 
 void ClearAttachments() {
-    PtWidget_t *const tree = ABW_treeAttachments;
-    if (!tree)
-        return;
-    for (PtTreeItem_t *item = PtTreeRootItem(tree); item; item = BrotherOf(item)) {
-        if (PartHeaders *const part = PartOf(item))
-            FreePart(part);
-        item->data = nullptr;
-    }
-    PtGenTreeFreeAllItems(tree);
+    if (ABW_treeAttachments)
+        PtGenTreeFreeAllItems(ABW_treeAttachments);
 }
 
 std::string ProposedFileName(std::string_view label) {
@@ -92,17 +81,18 @@ std::string ProposedFileName(std::string_view label) {
 }
 
 int OnSaveAttachment(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    PtTreeItem_t const *const item = PtTreeGetCurrent(ABW_treeAttachments);
-    if (!PartOf(item))
+    // Other messages may be shown while the question is open: this one is held until it is answered.
+    ShownMessageRef const message = ChosenMessage();
+    ShownPart const *const shown = message ? PartOf(*message, SelectedItem(ABW_treeAttachments)) : nullptr;
+    if (!shown)
         return Pt_CONTINUE;
-    std::string const proposed = HomeDirectory().value_or("") + "/" + ProposedFileName(item->string);
+    std::string const proposed = HomeDirectory().value_or("") + "/" + ProposedFileName(shown->label);
     PtFileSelectionInfo_t info{};
     PtFileSelection(ABW_base, nullptr, "Save Attachment", proposed.c_str(), "*", "Save", "Cancel", nullptr, &info,
                     Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
-    // Other callbacks ran while the question was open: the list may show another message by now.
-    if (info.ret != Pt_FSDIALOG_BTN1 || !info.path[0] || !IsListed(item))
+    if (info.ret != Pt_FSDIALOG_BTN1 || !info.path[0])
         return Pt_CONTINUE;
-    if (int const reason = SavePart(info.path, *PartOf(item)))
+    if (int const reason = SavePart(info.path, shown->part))
         SetStatus(std::string("Cannot write ") + info.path + ": " + strerror(reason));
     return Pt_CONTINUE;
 }

@@ -1,27 +1,34 @@
 #pragma once
-// The attachment list of the shown message. Each item's data is a copy of its part, which the item owns.
+// The attachment list of the shown message. Each item's data is a part of the ShownMessage, which owns it.
 
 #include "Ap.h"
+#include "message/shown_message.h"
 #include "mime/render.h"
 
 #include <string>
 #include <string_view>
 
-/// Adds what the renderer finds to treeAttachments, which is to be empty before, up to kMostListed; a message of more
-/// is told of in lblStatus, and its source has them all. Under the library lock.
-class AttachmentList : public AttachmentSink {
+/// Keeps what the renderer finds as parts of a message, up to kMostListed.
+class PartCollector : public AttachmentSink {
   public:
-    /// An item takes 3 KB, a part in a hostile message a few bytes.
+    /// A part takes 3 KB, a part in a hostile message a few bytes.
     static constexpr int kMostListed = 20'000;
 
+    explicit PartCollector(ShownMessage &message) : message_(message) {}
     void Add(char const *label, PartHeaders const &part) override;
+    /// True when the message has more than are kept.
+    bool LeftOut() const { return leftOut_; }
 
   private:
-    PtTreeItem_t *last_ = nullptr;
-    int listed_ = 0;
+    ShownMessage &message_;
+    bool leftOut_ = false;
 };
 
-/// Frees the parts and items of treeAttachments.
+/// Lists the parts of the message that SetShownMessage was given in treeAttachments, which is to be empty before.
+/// Under the library lock.
+void ListAttachments(ShownMessage const &message);
+
+/// Empties treeAttachments. Under the library lock.
 void ClearAttachments();
 
 /// The file name proposed for an attachment: a plain label as it is, of any other the last path component,

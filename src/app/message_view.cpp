@@ -5,6 +5,7 @@
 #include "app/message_source.h"
 #include "base/fd.h"
 #include "base/paths.h"
+#include "message/shown_message.h"
 #include "mime/headers.h"
 #include "mime/render.h"
 #include "names/widgets.h"
@@ -57,6 +58,7 @@ Fd OpenScratch(std::string const &path) {
     return file;
 }
 
+/// Up to the first NUL.
 void WriteOriginal(char const *text) {
     std::string const path = std::string(TempDir) + "originalmsg";
     Fd const file = OpenScratch(path);
@@ -64,58 +66,72 @@ void WriteOriginal(char const *text) {
         TellCannotWrite(path, errno);
 }
 
-/// Writes msg.html; without a text an empty page. False, with a word in lblStatus, when it cannot be written.
-bool WritePage(std::string const &path, char *text, ParsedHeaders const *headers) {
+/// Writes msg.html; without a text an empty page. False, with the reason in lblStatus, when it cannot be written.
+bool WritePage(std::string const &path, ShownMessage &message, bool empty) {
     Fd const file = OpenScratch(path);
     if (!file.Valid())
         return false;
-    AttachmentList attachments;
+    auto const headers = std::make_unique<ParsedHeaders>();
+    ParseHeaders(message.source.c_str(), *headers);
+    PartCollector parts(message);
     errno = EIO;
-    bool const written =
-        text ? WriteMessagePage(file.Get(), text, *headers, TempDir, attachments) : WriteAll(file.Get(), kEmptyPage);
+    bool const written = empty ? WriteAll(file.Get(), kEmptyPage)
+                               : WriteMessagePage(file.Get(), message.source.c_str(), *headers, TempDir, parts);
     if (!written)
         TellCannotWrite(path, errno);
+    else if (parts.LeftOut())
+        SetStatus("The message has more attachments than are listed");
     else if (lseek(file.Get(), 0, SEEK_CUR) > kLargestPage)
         SetStatus("The message is too large to be shown; its source can be viewed");
     return written;
 }
 
-void ShowText(MessageText text) {
+/// Shows a message, or an empty page when its text could not be had.
+void ShowText(RowIdentity row, MessageText const &text) {
+    SetShownMessage(nullptr);
     if (!TempDir[0]) {
         ShowHomePage();
         SetStatus("Messages cannot be shown: the user has no home directory for their pages");
         return;
     }
-    auto const headers = std::make_unique<ParsedHeaders>();
-    ParseHeaders(text.get(), *headers);
-    WriteOriginal(text ? text.get() : "");
+    auto const message = std::make_shared<ShownMessage>();
+    message->row = std::move(row);
+    if (text)
+        message->source = text.Bytes();
+    WriteOriginal(message->source.c_str());
     RemoveTempFiles(TempDir, false);
     std::string const path = std::string(TempDir) + "msg.html";
-    if (WritePage(path, text.get(), headers.get()))
+    if (WritePage(path, *message, !text)) {
+        message->page = path;
         ShowPage("file://" + path);
+    }
+    if (text) {
+        SetShownMessage(message);
+        ListAttachments(*message);
+    }
 }
 
-int ShowServerMessage(MailProfile &profile, int32_t number) {
+int ShowServerMessage(MailProfile &profile, RowIdentity const &row) {
     MessageText text;
     {
         SessionLock const lock(profile, SessionLock::kCallback);
         if (profile.serverSocket < 1 && !EnsureConnected(profile))
             return -1;
         ClearAttachments();
-        text = ServerText(profile, number);
+        text = ServerText(profile, row.number);
     }
-    ShowText(std::move(text));
+    ShowText(row, text);
     return Pt_CONTINUE;
 }
 
-void ShowArticle(NewsProfile &profile, int32_t number) {
+void ShowArticle(NewsProfile &profile, RowIdentity const &row) {
     MessageText text;
     {
         SessionLock const lock(profile, SessionLock::kCallback);
         ClearAttachments();
-        text = NewsText(profile, number);
+        text = NewsText(profile, row.number);
     }
-    ShowText(std::move(text));
+    ShowText(row, text);
 }
 
 } // namespace
@@ -126,15 +142,17 @@ int OnHeaderSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
         Selects(*cbinfo) ? RowOf(static_cast<PtTreeCallback_t *>(cbinfo->cbdata)->item) : nullptr;
     if (!row)
         return Pt_CONTINUE;
+    RowIdentity const chosen = IdentityOf(*row);
     AccountRef<MailProfile> const profile(CurrentMailProfile());
-    if (profile && row->origin == kOnServer)
-        return ShowServerMessage(*profile, row->number);
-    if (AccountRef<NewsProfile> const news(CurrentNewsProfile()); news && row->origin == kArticle) {
-        ShowArticle(*news, row->number);
+    if (profile && chosen.origin == kOnServer)
+        return ShowServerMessage(*profile, chosen);
+    if (AccountRef<NewsProfile> const news(CurrentNewsProfile()); news && chosen.origin == kArticle) {
+        ShowArticle(*news, chosen);
         return Pt_CONTINUE;
     }
     ClearAttachments();
-    ShowText(profile && row->origin == kStored ? StoredText(*profile, currentFolder, row->number) : MessageText());
+    ShowText(chosen, profile && chosen.origin == kStored ? StoredText(*profile, chosen.folder.c_str(), chosen.number)
+                                                         : MessageText());
     return Pt_CONTINUE;
 }
 
@@ -162,5 +180,6 @@ int OnLinkPointed(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
 
 void LeaveMessage() {
     ClearAttachments();
+    SetShownMessage(nullptr);
     ReturnToHomePage();
 }

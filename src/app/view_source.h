@@ -3,7 +3,7 @@
 
 #include "Ap.h"
 
-/// Realized callback of dlgViewSource: shows the raw text of the message shown last, when a row is selected.
+/// Realized callback of dlgViewSource: shows the raw text of the message shown last, when its row is selected.
 int OnViewSourceRealized(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Realized callback of dlgAbout: the program's name and version.

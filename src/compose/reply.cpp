@@ -1,36 +1,22 @@
 #include "compose/reply.h"
 
-#include "base/fd.h"
-#include "base/paths.h"
 #include "compose/background_parts.h"
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
 #include "compose/plain_lines.h"
 #include "compose/quote.h"
 #include "compose/references.h"
+#include "message/shown_message.h"
 #include "mime/headers.h"
-#include "mime/render.h"
-#include "names/widgets.h"
 #include "profiles/profile_tree.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
-#include "widgets/tree_walk.h"
 
-#include <cstdint>
-#include <fcntl.h>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace {
-
-/// A whole file of TempDir; nothing when it cannot be read.
-std::optional<std::string> ReadScratch(char const *name) {
-    return ReadRegularFile(std::string(TempDir) + name, SIZE_MAX, O_NOFOLLOW);
-}
-
-bool MessageIsShown() { return TempDir[0] && ABW_treeMessageHeaders && SelectedItem(ABW_treeMessageHeaders); }
 
 void FillRecipients(ComposeState &state, ParsedHeaders const &headers) {
     ServerAccount const *const account = ChosenAccount(state);
@@ -63,66 +49,54 @@ void FillAuthor(ComposeState &state, std::string const &article) {
     SetWidgetText(state.toField, (replyTo.empty() ? UnfoldedField(article, "From") : replyTo).c_str());
 }
 
-void QuoteInto(ComposeState &state) {
-    if (std::optional<std::string> const page = ReadScratch("msg.html")) {
-        SetWidgetText(state.messageText, PlainLines(QuotePage(*page)).c_str());
-        PtSetResource(state.messageText, Pt_ARG_CURSOR_POSITION, 0, 0);
-    }
+void QuoteInto(ComposeState &state, ShownMessage const &message) {
+    SetWidgetText(state.messageText, PlainLines(QuotePage(PageText(message))).c_str());
+    PtSetResource(state.messageText, Pt_ARG_CURSOR_POSITION, 0, 0);
 }
 
-/// The shown message may be another one before the last part is encoded, so each is copied first.
-void CarryAttachments(ComposeState &state) {
+/// The parts lie in the shown message, which each of them holds until it is encoded.
+void CarryAttachments(ComposeState &state, ShownMessageRef const &message) {
     std::vector<PartToMake> parts;
-    for (PtTreeItem_t *item = ABW_treeAttachments ? PtTreeRootItem(ABW_treeAttachments) : nullptr; item;
-         item = BrotherOf(item)) {
-        if (!item->data)
-            continue;
-        std::shared_ptr<PartHeaders const> const part(
-            CopyPart(*static_cast<PartHeaders const *>(item->data)),
-            [](PartHeaders const *copy) { FreePart(const_cast<PartHeaders *>(copy)); });
-        parts.push_back({item->string, [part] { return part ? ForwardedPart(*part) : nullptr; }});
-    }
+    for (ShownPart const &shown : message->parts)
+        parts.push_back({shown.label, [message, &shown] { return ForwardedPart(shown.part); }});
     AddPartsInBackground(state, std::move(parts));
 }
 
 } // namespace
 
 int OnReply(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    if (!MessageIsShown())
+    ShownMessageRef const message = ChosenMessage();
+    if (!message)
         return Pt_CONTINUE;
-    std::optional<std::string> const text = ReadScratch("originalmsg");
-    ComposeKind const kind = text ? ReplyKind(*text) : CurrentComposeKind();
+    ComposeKind const kind = ReplyKind(message->source);
     ComposeState *const state = CreateComposeWindow(kind);
     if (!state)
         return Pt_CONTINUE;
-    if (text) {
-        auto const headers = std::make_unique<ParsedHeaders>();
-        ParseHeaders(text->c_str(), *headers);
-        if (kind == kComposeNews)
-            FillGroups(*state, *text);
-        else if (CurrentNewsProfile())
-            FillAuthor(*state, *text);
-        else
-            FillRecipients(*state, *headers);
-        SetWidgetText(state->subjectField, ReplySubject(headers->subject).c_str());
-        QuoteInto(*state);
-    }
+    auto const headers = std::make_unique<ParsedHeaders>();
+    ParseHeaders(message->source.c_str(), *headers);
+    if (kind == kComposeNews)
+        FillGroups(*state, message->source);
+    else if (message->row.origin == kArticle)
+        FillAuthor(*state, message->source);
+    else
+        FillRecipients(*state, *headers);
+    SetWidgetText(state->subjectField, ReplySubject(headers->subject).c_str());
+    QuoteInto(*state, *message);
     ShowComposeWindow(*state, "Reply...");
     return Pt_CONTINUE;
 }
 
 int OnForward(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    ComposeState *const state = MessageIsShown() ? CreateComposeWindow(CurrentComposeKind()) : nullptr;
+    ShownMessageRef const message = ChosenMessage();
+    ComposeState *const state = message ? CreateComposeWindow(CurrentComposeKind()) : nullptr;
     if (!state)
         return Pt_CONTINUE;
     ComposeHold const hold(state);
-    if (std::optional<std::string> const text = ReadScratch("originalmsg")) {
-        auto const headers = std::make_unique<ParsedHeaders>();
-        ParseHeaders(text->c_str(), *headers);
-        SetWidgetText(state->subjectField, ForwardSubject(headers->subject).c_str());
-        QuoteInto(*state);
-    }
+    auto const headers = std::make_unique<ParsedHeaders>();
+    ParseHeaders(message->source.c_str(), *headers);
+    SetWidgetText(state->subjectField, ForwardSubject(headers->subject).c_str());
+    QuoteInto(*state, *message);
     ShowComposeWindow(*state, "Forward...");
-    CarryAttachments(*state);
+    CarryAttachments(*state, message);
     return Pt_CONTINUE;
 }

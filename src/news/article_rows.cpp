@@ -44,7 +44,7 @@ Data MakeData(OverviewLine const &article) {
     Data data(static_cast<ArticleRow *>(calloc(1, std::max(size, sizeof(ArticleRow)))), free);
     if (!data)
         return data;
-    data->header = {kArticle, 0, article.number};
+    data->header = MakeHeaderRow(kArticle, article.number);
     CopyText(data->messageId, article.messageId);
     char *const references = reinterpret_cast<char *>(data.get()) + offsetof(ArticleRow, references);
     CopyText(references, article.references.size() + 1, article.references);

@@ -2,8 +2,10 @@
 
 #include "base/text.h"
 #include "names/widgets.h"
+#include "widgets/open_profile.h"
 
 #include <cstdlib>
+#include <deque>
 
 PtTreeItem_t *lastHeaderItem = nullptr;
 unsigned headerListAge = 0;
@@ -29,6 +31,29 @@ PtTreeItem_t *AllocItem(std::string_view text, PtWidget_t *tree) {
     return PtTreeAllocItem(tree, bounded, -1, -1);
 }
 
+/// The folders that the rows of the list name. Never destroyed: workers may still add rows while the program ends.
+std::deque<RowFolder> &Folders() {
+    static auto *const folders = new std::deque<RowFolder>;
+    return *folders;
+}
+
+RowFolder const *OpenFolder() {
+    std::deque<RowFolder> &folders = Folders();
+    if (folders.empty() || folders.back().account.Get() != currentProfile.Get() ||
+        folders.back().name != currentFolder)
+        folders.push_back({currentProfile, currentFolder});
+    return &folders.back();
+}
+
+/// The item after `item` in the order in which a list shows them, what is folded up included.
+PtGenTreeItem_t *NextItem(PtGenTreeItem_t *item) {
+    if (item->son)
+        return item->son;
+    while (item && !item->brother)
+        item = item->father;
+    return item ? item->brother : nullptr;
+}
+
 /// Frees the data of `top` and of all items below it. Threads may be as deep as their authors like, so this goes up
 /// by father pointers instead of recursing.
 void FreeData(PtGenTreeItem_t *top) {
@@ -49,6 +74,27 @@ void FreeData(PtGenTreeItem_t *top) {
 
 } // namespace
 
+HeaderRow MakeHeaderRow(HeaderOrigin origin, int32_t number) {
+    static uint32_t lastSerial = 0;
+    if (++lastSerial == 0)
+        lastSerial = 1;
+    return {origin, lastSerial, number, OpenFolder()};
+}
+
+RowIdentity IdentityOf(HeaderRow const &row) {
+    return {row.folder->account, row.folder->name, static_cast<HeaderOrigin>(row.origin), row.number, row.serial};
+}
+
+PtTreeItem_t *FindHeaderRow(uint32_t serial) {
+    PtGenTreeItem_t *item = ABW_treeMessageHeaders ? PtGenTreeRootItem(ABW_treeMessageHeaders) : nullptr;
+    for (; item; item = NextItem(item)) {
+        auto *const row = reinterpret_cast<PtTreeItem_t *>(item);
+        if (RowOf(row) && RowOf(row)->serial == serial)
+            return row;
+    }
+    return nullptr;
+}
+
 PtTreeItem_t *AddHeaderItem(char const *text, PtWidget_t *tree, PtTreeItem_t *&previous) {
     return AddItem(AllocItem(text, tree), tree, previous);
 }
@@ -58,7 +104,7 @@ PtTreeItem_t *AddHeaderRow(char const *text, int width, HeaderOrigin origin, int
     auto *const row = static_cast<HeaderRow *>(malloc(sizeof(HeaderRow)));
     if (!row)
         return nullptr;
-    *row = {origin, 0, number};
+    *row = MakeHeaderRow(origin, number);
     PtTreeItem_t *const item = AllocItem(FieldText(text, width < 0 ? 0 : static_cast<size_t>(width)), tree);
     if (!item) {
         free(row);
@@ -76,6 +122,7 @@ void FreeHeaderList() {
     for (PtGenTreeItem_t *item = PtGenTreeRootItem(ABW_treeMessageHeaders); item; item = item->brother)
         FreeData(item);
     PtGenTreeFreeAllItems(ABW_treeMessageHeaders);
+    Folders().clear();
 }
 
 void RemoveHeaderRow(PtTreeItem_t *item) {

@@ -16,14 +16,15 @@ MAY_INCLUDE = {
     "mime": {"base"},
     "store": {"base", "mime"},
     "widgets": {"base", "names"},
+    "message": {"base", "mime", "widgets", "names"},
     "net": {"base", "widgets", "names"},
     "pop": {"base", "mime", "store", "widgets", "names", "net"},
     "profiles": {"base", "mime", "store", "widgets", "names", "net"},
     "news": {"base", "widgets", "names", "net", "profiles"},
-    "compose": {"base", "mime", "store", "widgets", "names", "net", "profiles", "news"},
-    "app": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news"},
-    "ui": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news", "compose", "app"},
-    "ways": {"base", "mime", "store", "widgets", "names", "net", "pop", "profiles", "news", "compose", "app"},
+    "compose": {"base", "mime", "store", "widgets", "names", "message", "net", "profiles", "news"},
+    "app": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news"},
+    "ui": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
+    "ways": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
 }
 TOOLKIT_FREE = {"base", "mime", "store"}
 SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}
