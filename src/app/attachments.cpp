@@ -3,6 +3,7 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "base/utf8.h"
 #include "names/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"
@@ -44,10 +45,7 @@ std::string CutFileName(std::string_view name) {
     size_t const dot = name.rfind('.');
     std::string_view const extension =
         dot != name.npos && name.size() - dot <= kLongestExtension ? name.substr(dot) : std::string_view();
-    size_t end = kLongest - extension.size();
-    while (end > 1 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80)
-        end--;
-    return std::string(name.substr(0, end)).append(extension);
+    return std::string(CutToCharacters(name, kLongest - extension.size())).append(extension);
 }
 
 } // namespace

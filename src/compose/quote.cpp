@@ -1,6 +1,7 @@
 #include "compose/quote.h"
 
 #include "base/text.h"
+#include "base/utf8.h"
 #include "mime/headers.h"
 #include "mime/lines.h"
 #include "mime/render.h"
@@ -12,6 +13,8 @@ namespace {
 
 constexpr size_t kQuotedLineWidth = 10240;
 constexpr int kRecipientWidth = 500;
+constexpr std::string_view kNotQuoted =
+    "[The message is longer than what is quoted here: its source shows all of it.]";
 
 /// The list behind its next separator; null at its end.
 char const *NextEntry(char const *list) {
@@ -33,11 +36,15 @@ std::string QuotePage(std::string_view page) {
     std::string quote = "\n\n\n--Original Message:\n>";
     while (!page.empty() && TakeLine(page, kQuotedLineWidth).find(start) == page.npos) {
     }
-    quote.reserve(quote.size() + page.size() + page.size() / 16);
-    while (!page.empty()) {
+    quote.reserve(std::min(quote.size() + page.size() + page.size() / 16, kTextPartBytes + kQuotedLineWidth));
+    for (size_t lines = 0; !page.empty(); lines++) {
         std::string_view const line = TakeLine(page, kQuotedLineWidth);
         if (line.find(end) != line.npos)
             break;
+        if (lines == kTextPartLines || quote.size() > kTextPartBytes) {
+            quote.append("\n>\n>").append(kNotQuoted);
+            break;
+        }
         if (!line.starts_with(skip))
             quote.append("\n>").append(line);
     }

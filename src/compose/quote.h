@@ -6,7 +6,8 @@
 
 /// The text field of a reply: the lines of the page `page` between its start and end marks, each behind "\n>", below
 /// a heading. Lines with the skip mark (images, attachments) are left out and the page's escapes stay. Without a
-/// start mark only the heading comes. A NUL ends the page.
+/// start mark only the heading comes. A NUL ends the page. A quote that a text widget would take long for (over
+/// kTextPartLines lines or kTextPartBytes bytes) ends there with a line that says so.
 std::string QuotePage(std::string_view page);
 
 /// "Re: " and `subject` as it stands, its leading blanks included; a subject that has its "Re:" already, in any case,

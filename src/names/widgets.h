@@ -49,7 +49,8 @@
     /* dlgDownloadNewsPrompt */ \
     X(dlgDownloadNewsPrompt) X(lblTotalNewsMessages) X(numNewsCount) X(tlgDownloadAll) X(btnDownloadNewsPrompt_OK) \
     /* dlgViewSource */ \
-    X(dlgViewSource) X(txtViewSource) X(btnCloseViewSource) \
+    X(dlgViewSource) X(txtViewSource) X(paneViewSourceParts) X(lblViewSourcePart) X(btnNextSourcePart) \
+    X(btnCloseViewSource) \
     /* dlgAbout */ \
     X(dlgAbout) X(lblAboutName) X(lblAboutVersion) X(btnCloseAbout) \
     /* winAddressBook */ \

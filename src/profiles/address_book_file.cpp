@@ -2,6 +2,7 @@
 
 #include "base/fd.h"
 #include "base/text.h"
+#include "base/utf8.h"
 #include "mime/lines.h"
 
 #include <algorithm>
@@ -35,8 +36,6 @@ std::optional<std::string> ReadBook(std::string const &path) {
     std::optional<std::string> text = ReadRegularFile(path, kLargestBook);
     return text || errno != EINVAL ? std::move(text) : std::string();
 }
-
-bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 } // namespace
 
@@ -85,11 +84,7 @@ std::string ContactRow(Contact const &contact) {
         for (char const byte : *field)
             row += static_cast<unsigned char>(byte) < ' ' || byte == 0x7F ? ' ' : byte;
     }
-    size_t end = std::min(row.size(), kRowWidth - 1);
-    while (end < row.size() && end > 0 && IsContinuation(row[end]))
-        end--;
-    row.resize(end);
-    return row;
+    return std::string(CutToCharacters(row, kRowWidth - 1));
 }
 
 Contact SplitContact(std::string_view row) {

@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "base/text.h"
+#include "base/utf8.h"
 #include "profiles/profile_tree.h"
 #include "widgets/toolkit.h"
 #include "widgets/tree_walk.h"
@@ -11,25 +12,8 @@
 
 namespace {
 
-/// The bytes of the first character of `text`, which is not empty: a UTF-8 sequence, or one byte that is none.
-size_t CharacterBytes(std::string_view text) {
-    auto const lead = static_cast<unsigned char>(text[0]);
-    size_t const size = lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (size > text.size())
-        return 1;
-    for (char const byte : text.substr(1, size - 1))
-        if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80)
-            return 1;
-    return size;
-}
-
 /// One asterisk for each character, as text fields count them.
-std::string Asterisks(std::string_view password) {
-    std::string asterisks;
-    for (; !password.empty(); password.remove_prefix(CharacterBytes(password)))
-        asterisks += '*';
-    return asterisks;
-}
+std::string Asterisks(std::string_view password) { return std::string(CharacterCount(password), '*'); }
 
 /// The text of a change without control characters: a password that is pasted may bring its line's end along.
 std::string WithoutControls(PtTextCallback_t const &change) {
@@ -117,7 +101,7 @@ int MirrorPassword(AccountDialog const &dialog, PtCallbackInfo_t &cbinfo) {
     static std::string asterisks;
     auto *const change = static_cast<PtTextCallback_t *>(cbinfo.cbdata);
     std::string const typed = WithoutControls(*change);
-    change->length = static_cast<int>(Asterisks(typed).size());
+    change->length = static_cast<int>(CharacterCount(typed));
     PtTextModifyText(dialog.hiddenPassword, change->start_pos, change->end_pos, change->start_pos, typed.c_str(),
                      change->length);
     asterisks.assign(static_cast<size_t>(std::max(change->length, 20)), '*');

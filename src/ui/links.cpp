@@ -137,6 +137,8 @@ constexpr ApLink_t kAddressBook[] = {
 
 constexpr ApLink_t kViewSource[] = {
     Code("dlgViewSource", Pt_CB_REALIZED, OnViewSourceRealized),
+    Code("dlgViewSource", Pt_CB_DESTROYED, OnViewSourceGone),
+    Code("btnNextSourcePart", Pt_CB_ACTIVATE, OnNextSourcePart),
     Done("btnCloseViewSource"),
 };
 

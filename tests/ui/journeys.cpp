@@ -3,6 +3,7 @@
 #include "base/account.h"
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
+#include "store/folder.h"
 #include "ui/journey.h"
 #include "ui/letter.h"
 #include "ui/person.h"
@@ -188,6 +189,10 @@ void AddSteps() {
         EndActivity();
         EndActivity();
         EXPECT_EQ(ActivityCount, 0);
+    });
+    Journey::AddStep("store a long mail", [] {
+        std::string const mail = "Subject: long\r\n\r\n" + std::string(120'000, '\n') + "end\n";
+        EXPECT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), mail), 0);
     });
     Journey::AddStep("walk through the compose window with Tab", WalkThroughCompose);
     Journey::AddStep("resize the compose window", ResizeCompose);

@@ -3,6 +3,7 @@
 #include "base/account.h"
 #include "base/paths.h"
 #include "base/text.h"
+#include "base/utf8.h"
 
 #include "fake_passwd.h"
 #include "fixtures/mode.h"
@@ -45,6 +46,28 @@ TEST(DecimalPrefix, ReadsSignsBlanksAndSaturates) {
     EXPECT_EQ(DecimalPrefix("2147483648"), INT32_MAX);
     EXPECT_EQ(DecimalPrefix("-2147483648"), INT32_MIN);
     EXPECT_EQ(DecimalPrefix("-" + std::string(200, '9')), INT32_MIN);
+}
+
+TEST(Utf8, CutsBetweenCharacters) {
+    std::string const text = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xE4z"; // the last but one is Latin-1
+    size_t const cuts[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10, 11, 12, 12};
+    for (size_t bytes = 0; bytes < std::size(cuts); bytes++)
+        EXPECT_EQ(CutToCharacters(text, bytes).size(), cuts[bytes]) << bytes;
+    EXPECT_EQ(CharacterCount(text), 6u);
+    EXPECT_EQ(CharacterCount("\xC0\x80\xED\xA0\x80\xF4\x90\x80\x80\xC3"), 10u)
+        << "overlong, surrogate, too large, cut";
+}
+
+TEST(TextPart, EndsAtALineWhereItCan) {
+    std::string const line(kTextPartBytes - 10, 'x');
+    for (auto const &[text, part] : std::initializer_list<std::pair<std::string, size_t>>{
+             {"", 0},
+             {line + "\n123456789", kTextPartBytes},
+             {line + "\n1234567890", kTextPartBytes - 9},
+             {std::string(kTextPartBytes - 1, 'x') + "\xC3\xA4", kTextPartBytes - 1},
+             {std::string(kTextPartLines, '\n'), kTextPartLines},
+             {std::string(kTextPartLines, '\n') + "x", kTextPartLines}})
+        EXPECT_EQ(TextPart(text).size(), part);
 }
 
 TEST(FirstLine, CannotSmuggleASecondCommand) {
