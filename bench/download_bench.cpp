@@ -10,12 +10,15 @@
 #include "fixtures/dovecot_server.h"
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
+#include "pop/pop_login.h"
 #include "store/folder.h"
 #include "ui/links.h"
 #include "widgets/open_profile.h"
+#include "widgets/server_calls.h"
 
 #include <QCoreApplication>
 

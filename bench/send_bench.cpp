@@ -6,8 +6,10 @@
 #include "base/paths.h"
 #include "fixtures/temp_home.h"
 #include "mime/base64.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "protocol/send_fixture.h"
+#include "widgets/server_calls.h"
 
 #include <algorithm>
 #include <arpa/inet.h>

@@ -4,7 +4,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "net/session_lock.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"

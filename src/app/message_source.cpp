@@ -2,11 +2,13 @@
 
 #include "base/paths.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "news/article.h"
 #include "pop/message.h"
+#include "pop/pop_login.h"
 #include "pop/transfer.h"
 #include "store/folder.h"
+#include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>

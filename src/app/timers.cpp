@@ -2,7 +2,8 @@
 
 #include "base/paths.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
+#include "net/line_io.h"
 #include "net/session_lock.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"

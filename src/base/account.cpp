@@ -12,7 +12,7 @@ ServerAccount::ServerAccount(int32_t kind)
 }
 
 ServerAccount::~ServerAccount() {
-    if (serverSocket > 0)
+    if (serverSocket > 0 && !stream)
         close(serverSocket);
     sem_destroy(&sessionLock);
     explicit_bzero(password, sizeof password);

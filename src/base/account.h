@@ -3,8 +3,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <semaphore.h>
 #include <string_view>
+
+class Stream;
 
 constexpr int kMailProfile = 1;
 constexpr int kNewsProfile = 3;
@@ -19,6 +22,7 @@ struct ServerAccount {
     char fullName[1065];
     char signatureFile[1028];
     std::atomic<int32_t> serverSocket; ///< the open connection; below 1 means none
+    std::shared_ptr<Stream> stream;    ///< what owns serverSocket, when anything does; under sessionLock
     sem_t sessionLock;                 ///< taken around every use of serverSocket
     int32_t profileKind;               ///< kMailProfile or kNewsProfile
     std::atomic<int32_t> references;

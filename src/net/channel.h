@@ -1,6 +1,8 @@
 #pragma once
 // How bytes of one connection get in and out: in the clear, or through TLS. A Stream waits; a channel never does.
 
+#include "base/fd.h"
+
 #include <cstddef>
 #include <memory>
 #include <sys/types.h>
@@ -27,6 +29,5 @@ class Channel {
     virtual int Descriptor() const = 0;
 };
 
-/// A channel in the clear. The socket stays the caller's, who closes it after the channel's end; its flags stay as
-/// they are.
-std::unique_ptr<Channel> PlainChannel(int socket);
+/// A channel in the clear. It owns the socket, whose flags stay as they are.
+std::unique_ptr<Channel> PlainChannel(Fd socket);

@@ -1,37 +1,38 @@
-#include "base/fd.h"
-#include "base/text.h"
-#include "net/server.h"
-#include "net/wait.h"
-#include "widgets/toolkit.h"
+#include "net/connection.h"
+
+#include "net/library_pause.h"
+#include "net/line_io.h"
+#include "net/lookup.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <future>
-#include <memory>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <system_error>
 #include <unistd.h>
 #include <vector>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto kSlice = std::chrono::milliseconds(50);
 
 struct Address {
     char scheme[kAddressWidth], host[kAddressWidth], path[kAddressWidth];
     int32_t port;
 };
 
-/// The address to connect to: "http_proxy" takes the place of every server. No request is sent to it as a proxy.
+/// "http_proxy" takes the place of every server.
 void ChooseAddress(char const *server, int kind, Address &address) {
+    // kept: no request is sent to it as a proxy, the dialogue runs with it as with the server.
     char const *const proxy = getenv("http_proxy");
     ParseServerAddress(proxy ? proxy : server, address.scheme, address.host, address.port, address.path, kind);
 }
-
-using AddressList = std::unique_ptr<addrinfo, void (*)(addrinfo *)>;
 
 /// "255.255.255.255" was always the answer for an unknown host and stays one.
 bool IsUsable(addrinfo const &entry) {
@@ -39,66 +40,29 @@ bool IsUsable(addrinfo const &entry) {
            reinterpret_cast<sockaddr_in const *>(entry.ai_addr)->sin_addr.s_addr != INADDR_BROADCAST;
 }
 
-/// getaddrinfo, which takes as long as the name's servers want: on a thread of its own when the caller holds the
-/// library.
-int LookUp(char const *host, char const *port, addrinfo const &hints, addrinfo *&found) {
-    auto const look = [&] { return getaddrinfo(host, port, &hints, &found); };
-    if (!HoldsLibrary())
-        return look();
-    std::future<int> result;
-    try {
-        result = std::async(std::launch::async, look);
-    } catch (std::system_error const &) {
-        return look(); // no thread to be had: nothing is painted then
-    }
-    WaitOutsideLibrary(
-        [&](Clock::time_point slice) { return result.wait_until(slice) == std::future_status::ready; });
-    return result.get();
-}
+bool IsSet(StopPredicate const &stopped) { return stopped && stopped(); }
 
-std::vector<addrinfo const *> Resolve(Address const &address, AddressList &list) {
-    std::vector<addrinfo const *> usable;
-    if (!address.host[0] || address.port < 1 || address.port > 65535)
-        return usable;
-    char port[12];
-    PrintText(port, sizeof port, "%d", address.port);
-    addrinfo hints{};
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_NUMERICSERV;
-    addrinfo *found = nullptr;
-    if (LookUp(address.host, port, hints, found) != 0)
-        return usable;
-    list.reset(found);
-    for (addrinfo const *entry = found; entry; entry = entry->ai_next)
-        if (IsUsable(*entry))
-            usable.push_back(entry);
-    return usable;
-}
-
-constexpr auto kCancelSlice = std::chrono::milliseconds(100);
-
-using CancelFlag = std::atomic<bool> const *;
-bool IsSet(CancelFlag cancelled) { return cancelled && *cancelled; }
-
-/// Waits until the attempt is over, looking at the flag now and then.
-bool WaitConnected(int socket, Clock::time_point deadline, CancelFlag cancelled) {
-    if (!cancelled)
-        return WaitAndPaint(socket, POLLOUT, deadline);
-    while (!IsSet(cancelled)) {
-        auto const slice = Clock::now() + kCancelSlice;
-        if (WaitAndPaint(socket, POLLOUT, std::min(slice, deadline)))
-            return true;
-        if (slice >= deadline)
+/// Waits until the attempt is over. False with errno ETIMEDOUT or ECANCELED.
+bool WaitConnected(int socket, Clock::time_point deadline, StopPredicate const &stopped) {
+    while (!IsSet(stopped)) {
+        auto const left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) {
+            errno = ETIMEDOUT;
             return false;
+        }
+        LibraryPause const pause;
+        pollfd wanted{socket, POLLOUT, 0};
+        if (poll(&wanted, 1, static_cast<int>(std::min(left, std::chrono::milliseconds(kSlice)).count())) > 0)
+            return true;
     }
     errno = ECANCELED;
     return false;
 }
 
-bool Connect(int socket, addrinfo const &address, Clock::time_point deadline, CancelFlag cancelled) {
+bool Connect(int socket, addrinfo const &address, Clock::time_point deadline, StopPredicate const &stopped) {
     if (connect(socket, address.ai_addr, address.ai_addrlen) == 0)
         return true;
-    if (errno != EINPROGRESS || !WaitConnected(socket, deadline, cancelled))
+    if (errno != EINPROGRESS || !WaitConnected(socket, deadline, stopped))
         return false;
     int error = 0;
     socklen_t size = sizeof error;
@@ -128,60 +92,81 @@ Fd NewSocket(int family) {
 }
 
 /// Tries each address in turn, each for its share of the time, so that a dead first one leaves time for the second.
-int ConnectToAny(std::vector<addrinfo const *> const &addresses, int kind, CancelFlag cancelled = nullptr) {
-    auto const end = Clock::now() + std::chrono::seconds(kConnectSeconds);
+OpenedSocket ConnectToAny(std::vector<addrinfo const *> const &addresses, int kind, Clock::time_point end,
+                          StopPredicate const &stopped) {
     char const *failed = "pop: socket()";
     int error = 0;
-    for (size_t i = 0; i < addresses.size() && !IsSet(cancelled); i++) {
+    for (size_t i = 0; i < addresses.size() && !IsSet(stopped); i++) {
         auto const now = Clock::now();
         Fd socket = NewSocket(addresses[i]->ai_family);
         if (socket.Valid()) {
             failed = "pop: connect()";
-            if (Connect(socket.Get(), *addresses[i], now + (end - now) / (addresses.size() - i), cancelled) &&
-                Prepare(socket.Get()))
-                return socket.Release();
+            auto const share = (end - now) / static_cast<long>(addresses.size() - i);
+            if (Connect(socket.Get(), *addresses[i], now + share, stopped) && Prepare(socket.Get()))
+                return {std::move(socket), {}};
         }
         error = errno;
     }
-    if (IsSet(cancelled))
-        return -1;
+    if (IsSet(stopped))
+        return {{}, Stopped()};
     errno = error;
     perror(failed);
-    SetStatus(kind == kNntp ? "Could not connect to the news server" : "Could not connect to mail server");
-    return -1;
+    return {{}, Failed(kind == kNntp ? "Could not connect to the news server" : "Could not connect to mail server")};
+}
+
+OpenedSocket UnknownHost(char const *host, int kind) {
+    if (kind == kPop3) {
+        errno = EHOSTUNREACH;
+        perror("Error: Unknown Host\n");
+    } else {
+        fprintf(stderr, "Unknown host %s\n", host);
+    }
+    return {{}, Failed("Host unknown, could not connect to mail server")}; // kept: the words for every kind of server
 }
 
 } // namespace
 
-int OpenMailConnection(MailProfile &profile, void *, int) {
-    Address address;
-    ChooseAddress(profile.popServer, kPop3, address);
-    AddressList list(nullptr, freeaddrinfo);
-    std::vector<addrinfo const *> const addresses = Resolve(address, list);
-    if (!addresses.empty())
-        return ConnectToAny(addresses, kPop3);
-    errno = EHOSTUNREACH;
-    perror("Error: Unknown Host\n");
-    SetStatus("Host unknown, could not connect to mail server");
-    return -1;
-}
-
-int OpenServerConnection(char const *text, int kind, int, std::atomic<bool> const *cancelled) {
+OpenedSocket OpenSocket(char const *text, int kind, StopPredicate const &stopped) {
+    auto const end = Clock::now() + std::chrono::seconds(kConnectSeconds);
     Address address;
     ChooseAddress(text, kind, address);
-    AddressList list(nullptr, freeaddrinfo);
-    std::vector<addrinfo const *> const addresses = Resolve(address, list);
-    if (IsSet(cancelled))
-        return -1;
-    if (!addresses.empty())
-        return ConnectToAny(addresses, kind, cancelled);
-    fprintf(stderr, "Unknown host %s\n", address.host);
-    SetStatus("Host unknown, could not connect to mail server");
-    return -1;
+    AddressList found(nullptr, freeaddrinfo);
+    if (address.host[0] && address.port >= 1 && address.port <= 65535)
+        found = LookUpHost(address.host, address.port, end, stopped);
+    if (IsSet(stopped))
+        return {{}, Stopped()};
+    std::vector<addrinfo const *> usable;
+    for (addrinfo const *entry = found.get(); entry; entry = entry->ai_next)
+        if (IsUsable(*entry))
+            usable.push_back(entry);
+    return usable.empty() ? UnknownHost(address.host, kind) : ConnectToAny(usable, kind, end, stopped);
+}
+
+OpenedStream OpenStream(char const *text, int kind, StopPredicate const &stopped) {
+    OpenedSocket opened = OpenSocket(text, kind, stopped);
+    if (!opened.outcome)
+        return {nullptr, std::move(opened.outcome)};
+    return {std::make_unique<Stream>(PlainChannel(std::move(opened.socket))), {}};
+}
+
+Stream *StreamOf(ServerAccount &account) {
+    int32_t const socket = account.serverSocket;
+    if (socket < 1)
+        return nullptr;
+    if (!account.stream || account.stream->Descriptor() != socket)
+        account.stream = std::make_shared<Stream>(PlainChannel(Fd(socket)));
+    return account.stream.get();
+}
+
+void SetStream(ServerAccount &account, std::unique_ptr<Stream> stream) {
+    CloseConnection(account);
+    account.serverSocket = stream ? stream->Descriptor() : -1;
+    account.stream = std::move(stream);
 }
 
 void CloseConnection(ServerAccount &account, int32_t afterwards) {
     int32_t const socket = account.serverSocket.exchange(afterwards);
-    if (socket > 0)
+    if (socket > 0 && (!account.stream || account.stream->Descriptor() != socket))
         close(socket);
+    account.stream.reset();
 }

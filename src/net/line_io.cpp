@@ -1,5 +1,6 @@
+#include "net/line_io.h"
+
 #include "base/text.h"
-#include "net/server.h"
 #include "net/wait.h"
 
 #include <algorithm>
@@ -10,19 +11,15 @@
 
 namespace {
 
-/// Receives within the time that `seconds` leave. The bound that every connection of ours has for itself saves asking
-/// first whether something is there; who holds the library must not stand still in it.
+/// Receives within the time that `seconds` leave.
 ssize_t Receive(int socket, char *bytes, size_t size, int flags, int seconds, Clock::time_point deadline) {
-    bool const bounded = seconds == kSilenceSeconds && !HoldsLibrary();
     for (;;) {
-        ssize_t const got = recv(socket, bytes, size, flags | (bounded ? 0 : MSG_DONTWAIT));
+        ssize_t const got = recv(socket, bytes, size, flags | MSG_DONTWAIT);
         if (got >= 0)
             return got;
         if (errno == EINTR && Clock::now() < deadline)
             continue;
-        if (errno == EAGAIN && bounded)
-            errno = ETIMEDOUT;
-        if (errno != EAGAIN || seconds <= 0 || !WaitAndPaint(socket, POLLIN, deadline))
+        if (errno != EAGAIN || seconds <= 0 || !WaitFor(socket, POLLIN, deadline))
             return -1;
     }
 }

@@ -1,7 +1,7 @@
 #include "net/security.h"
 
 #include "base/text.h"
-#include "net/server.h"
+#include "net/address.h"
 
 #include <array>
 

@@ -1,13 +1,13 @@
 #include "net/session_lock.h"
 
-#include "Pt.h"
+#include "net/library_pause.h"
 
 #include <cerrno>
 #include <ctime>
 
 namespace {
 
-constexpr long kRepaintNanoseconds = 50'000'000;
+constexpr long kSliceNanoseconds = 50'000'000;
 
 void Wait(sem_t &lock) {
     while (sem_wait(&lock) != 0 && errno == EINTR) {
@@ -17,25 +17,20 @@ void Wait(sem_t &lock) {
 /// Waits a moment only. True when the lock was taken.
 bool WaitShortly(sem_t &lock) {
     timespec end{};
-    clock_gettime(CLOCK_REALTIME, &end);
-    end.tv_nsec += kRepaintNanoseconds;
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_nsec += kSliceNanoseconds;
     if (end.tv_nsec >= 1'000'000'000) {
         end.tv_nsec -= 1'000'000'000;
         end.tv_sec++;
     }
-    return sem_timedwait(&lock, &end) == 0;
+    return sem_clockwait(&lock, CLOCK_MONOTONIC, &end) == 0;
 }
 
-/// The holder may be a check that needs the library for its next row: let it have the library while this waits, and
-/// paint now and then what it changed.
+/// The holder may be a check that needs the library for its next row: it has the library while this waits.
 void WaitOutsideLibrary(sem_t &lock) {
     for (bool taken = false; !taken;) {
-        bool const left = PtLeave(0) >= 0;
+        LibraryPause const pause;
         taken = WaitShortly(lock);
-        if (left)
-            PtEnter(0);
-        if (left && !taken)
-            PtFlush();
     }
 }
 

@@ -1,6 +1,7 @@
 #include "net/stream.h"
 
 #include "base/text.h"
+#include "net/library_pause.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -80,8 +81,11 @@ bool Stream::WaitFor(short events) {
     if (TooSlow())
         return End(StreamState::kDripping);
     auto const start = Clock::now();
-    pollfd wanted{channel_->Descriptor(), events, 0};
-    poll(&wanted, 1, static_cast<int>(kSlice.count()));
+    {
+        LibraryPause const pause;
+        pollfd wanted{channel_->Descriptor(), events, 0};
+        poll(&wanted, 1, static_cast<int>(kSlice.count()));
+    }
     auto const passed = Clock::now() - start;
     waited_ += passed;
     waitedWithoutLine_ += passed;

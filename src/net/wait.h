@@ -1,8 +1,8 @@
 #pragma once
-// Bounded waiting. Private to this folder.
+// Bounded waiting on a socket without a stream. Private to this folder.
 
-#include "net/server.h"
-#include "widgets/toolkit.h"
+#include "net/library_pause.h"
+#include "net/line_io.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -20,29 +20,15 @@ inline std::chrono::seconds LongestWait(int seconds) {
     return std::chrono::seconds(seconds < kSilenceSeconds ? seconds : 10 * seconds);
 }
 
-/// How often a thread that holds the library paints the window while it waits.
-constexpr auto kRepaint = std::chrono::milliseconds(50);
-
-/// Calls `wait` with an end for it until it returns true. The library is left meanwhile, and what others change is
-/// painted. The caller holds the library.
-template <class Wait> void WaitOutsideLibrary(Wait const &wait) {
-    for (bool over = false; !over;) {
-        PtLeave(0);
-        over = wait(Clock::now() + kRepaint);
-        int const error = errno;
-        PtEnter(0);
-        PtFlush();
-        errno = error;
-    }
-}
-
 /// Waits for `events` on a descriptor until `deadline`. True when it is ready (an error or the end of the connection
 /// counts, the next call on the descriptor tells); false with errno ETIMEDOUT when the time is over.
 inline bool WaitFor(int descriptor, short events, Clock::time_point deadline) {
+    constexpr long kSlice = 50;
     for (;;) {
         auto const left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        LibraryPause const pause;
         pollfd wanted{descriptor, events, 0};
-        int const ready = poll(&wanted, 1, left > 0 ? static_cast<int>(left) : 0);
+        int const ready = poll(&wanted, 1, static_cast<int>(std::clamp<long>(left, 0, kSlice)));
         if (ready > 0)
             return true;
         if (ready == 0 && left <= 0)
@@ -50,16 +36,4 @@ inline bool WaitFor(int descriptor, short events, Clock::time_point deadline) {
         if ((ready == 0 && left <= 0) || (ready < 0 && errno != EINTR))
             return false;
     }
-}
-
-/// WaitFor, outside the library for a thread that holds it.
-inline bool WaitAndPaint(int descriptor, short events, Clock::time_point deadline) {
-    if (!HoldsLibrary())
-        return WaitFor(descriptor, events, deadline);
-    bool ready = false;
-    WaitOutsideLibrary([&](Clock::time_point slice) {
-        ready = WaitFor(descriptor, events, std::min(slice, deadline));
-        return ready || errno != ETIMEDOUT || slice >= deadline;
-    });
-    return ready;
 }

@@ -1,7 +1,7 @@
 #include "news/article.h"
 
 #include "base/fd.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "news/answer_copy.h"
 #include "news/news_files.h"
 #include "news/nntp.h"

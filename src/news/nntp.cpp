@@ -3,10 +3,12 @@
 #include "base/fd.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "news/answer_copy.h"
 #include "news/news_files.h"
 #include "news/nntp_ask.h"
+#include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "news/nntp_ask.h"
 
 #include "base/text.h"
-#include "net/server.h"
+#include "net/connection.h"
+#include "net/line_io.h"
 #include "news/answer_copy.h"
 #include "widgets/toolkit.h"
 

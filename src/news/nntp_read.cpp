@@ -1,6 +1,6 @@
 #include "news/nntp_read.h"
 
-#include "net/server.h"
+#include "net/line_io.h"
 
 #include <algorithm>
 #include <cerrno>

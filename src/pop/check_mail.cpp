@@ -4,14 +4,17 @@
 #include "base/text.h"
 #include "mime/headers.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
+#include "net/line_io.h"
 #include "net/session_lock.h"
 #include "pop/check_widgets.h"
 #include "pop/message.h"
+#include "pop/pop_login.h"
 #include "store/folder.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 #include <cstdio>

@@ -3,9 +3,12 @@
 #include "base/fd.h"
 #include "base/log.h"
 #include "base/text.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "net/session_lock.h"
+#include "pop/pop_login.h"
 #include "pop/transfer.h"
+#include "widgets/server_calls.h"
 
 #include <algorithm>
 #include <cerrno>

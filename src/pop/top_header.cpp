@@ -1,6 +1,7 @@
 #include "base/text.h"
-#include "net/server.h"
+#include "net/line_io.h"
 #include "pop/check_mail.h"
+#include "pop/pop_login.h"
 #include "pop/transfer.h"
 
 #include <algorithm>

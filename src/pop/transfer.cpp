@@ -1,6 +1,6 @@
 #include "pop/transfer.h"
 
-#include "net/server.h"
+#include "net/line_io.h"
 
 #include <algorithm>
 #include <cerrno>

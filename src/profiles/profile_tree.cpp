@@ -3,7 +3,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "net/session_lock.h"
 #include "profiles/mail_profile_file.h"
 #include "profiles/news_profile_file.h"

@@ -1,10 +1,22 @@
 #include "widgets/toolkit.h"
 
 #include "names/widgets.h"
+#include "net/library_pause.h"
 
 #include <cstdint>
 
 char AlertFont[80] = "";
+
+namespace {
+
+constexpr LibraryCalls kCalls{[] { return PtLeave(0) >= 0; },
+                              [] {
+                                  PtEnter(0);
+                                  PtFlush();
+                              }};
+[[maybe_unused]] bool const callsKnown = (libraryCalls = &kCalls) != nullptr;
+
+} // namespace
 
 bool HoldsLibrary() {
     if (PtLeave(0) < 0)

@@ -1,4 +1,4 @@
-// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/base/text.cpp
+// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/net/library_pause.cpp src/base/text.cpp
 // sources: src/base/fd.cpp platform/system/fd.cpp
 // Any bytes as a news server's answer: the group list, an article and a list of numbers keep exactly what they
 // should.
@@ -7,17 +7,10 @@
 
 #include "base/fd.h"
 #include "news/answer_copy.h"
-#include "widgets/toolkit.h"
 
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-// Nobody has a window here.
-bool HoldsLibrary() { return false; }
-int PtEnter(int) { return 0; }
-int PtLeave(int) { return 0; }
-int PtFlush(void) { return 0; }
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
 #include "names/widgets.h"
-#include "net/server.h"
 #include "profiles/profile_tree.h"
 #include "protocol/screen.h"
 #include "store/folder.h"

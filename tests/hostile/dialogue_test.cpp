@@ -5,7 +5,7 @@
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
 #include "protocol/screen.h"

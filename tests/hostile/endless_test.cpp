@@ -2,7 +2,6 @@
 // again.
 
 #include "hostile/mailbox_server.h"
-#include "net/server.h"
 #include "pop/message.h"
 #include "protocol/screen.h"
 

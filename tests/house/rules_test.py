@@ -15,9 +15,9 @@ MAY_INCLUDE = {
     "names": set(),
     "mime": {"base"},
     "store": {"base", "mime"},
-    "widgets": {"base", "names"},
+    "net": {"base"},
+    "widgets": {"base", "names", "net"},
     "message": {"base", "mime", "widgets", "names"},
-    "net": {"base", "widgets", "names"},
     "pop": {"base", "mime", "store", "widgets", "names", "net"},
     "profiles": {"base", "mime", "store", "widgets", "names", "net"},
     "news": {"base", "widgets", "names", "net", "profiles"},
@@ -26,7 +26,7 @@ MAY_INCLUDE = {
     "ui": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
     "ways": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
 }
-TOOLKIT_FREE = {"base", "mime", "store"}
+TOOLKIT_FREE = {"base", "mime", "store", "net"}
 SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}
 # Unbounded, or silent about what they could not read.
 FORBIDDEN = re.compile(r"(?<![\w.>])(strcpy|strcat|sprintf|vsprintf|atoi|atol|strtok|gets|tmpnam|mktemp)\s*\(|"

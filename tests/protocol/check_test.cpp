@@ -5,7 +5,7 @@
 #include "base/text.h"
 #include "fixtures/scripted_server.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
 #include "widgets/activity.h"

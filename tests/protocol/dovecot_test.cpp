@@ -3,7 +3,6 @@
 #include "base/text.h"
 #include "fixtures/dovecot_server.h"
 #include "names/widgets.h"
-#include "net/server.h"
 #include "pop/check_mail.h"
 #include "pop/message.h"
 #include "protocol/screen.h"

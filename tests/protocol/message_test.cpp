@@ -4,10 +4,12 @@
 
 #include "base/log.h"
 #include "fixtures/scripted_server.h"
-#include "net/server.h"
+#include "net/connection.h"
+#include "net/line_io.h"
 #include "pop/check_mail.h"
 #include "pop/transfer.h"
 #include "protocol/screen.h"
+#include "widgets/server_calls.h"
 
 #include <cstdlib>
 #include <cstring>

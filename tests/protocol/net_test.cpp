@@ -1,6 +1,9 @@
 // Server addresses, connections, line I/O and the login.
 
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
+#include "pop/pop_login.h"
+#include "widgets/server_calls.h"
 
 #include "fixtures/process.h"
 #include "fixtures/scripted_server.h"

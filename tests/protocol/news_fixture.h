@@ -5,7 +5,7 @@
 #include "base/text.h"
 #include "fixtures/scripted_server.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/connection.h"
 #include "news/article.h"
 #include "news/header_download.h"
 #include "news/news_files.h"

@@ -8,10 +8,12 @@
 #include "fixtures/postfix_server.h"
 #include "mime/base64.h"
 #include "names/widgets.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "pop/check_mail.h"
 #include "protocol/send_fixture.h"
 #include "store/folder.h"
+#include "widgets/server_calls.h"
 
 #include <cstring>
 #include <unistd.h>

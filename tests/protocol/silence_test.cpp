@@ -1,12 +1,14 @@
 // A server that falls silent: the real wait, once.
 
 #include "fixtures/scripted_server.h"
-#include "net/server.h"
+#include "net/address.h"
+#include "net/line_io.h"
 #include "news/article.h"
 #include "news/nntp.h"
 #include "pop/message.h"
 #include "protocol/news_fixture.h"
 #include "protocol/screen.h"
+#include "widgets/server_calls.h"
 
 #include <gtest/gtest.h>
 #include <thread>

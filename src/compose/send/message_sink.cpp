@@ -1,7 +1,7 @@
 #include "compose/send/message_sink.h"
 
 #include "base/fd.h"
-#include "net/server.h"
+#include "net/line_io.h"
 
 #include <algorithm>
 #include <cstring>

@@ -4,8 +4,9 @@
 #include "compose/send/outbox_copy.h"
 #include "compose/send/send_smtp.h"
 #include "compose/send/sending.h"
-#include "net/server.h"
+#include "net/address.h"
 #include "profiles/mail_profile_file.h"
+#include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 namespace {

@@ -4,8 +4,9 @@
 #include "base/text.h"
 #include "compose/send/send_nntp.h"
 #include "compose/send/sending.h"
-#include "net/server.h"
+#include "net/address.h"
 #include "profiles/news_profile_file.h"
+#include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 #include <cstdio>

@@ -3,7 +3,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "compose/send/sending.h"
-#include "net/server.h"
+#include "net/line_io.h"
 #include "news/nntp.h"
 
 namespace {

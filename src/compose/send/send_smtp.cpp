@@ -3,7 +3,7 @@
 #include "base/text.h"
 #include "compose/send/sending.h"
 #include "mime/headers.h"
-#include "net/server.h"
+#include "net/line_io.h"
 
 #include <algorithm>
 #include <cstring>

@@ -2,7 +2,7 @@
 
 #include "base/log.h"
 #include "compose/plain_lines.h"
-#include "net/server.h"
+#include "net/line_io.h"
 
 #include <cerrno>
 #include <cstring>

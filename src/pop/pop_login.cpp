@@ -1,19 +1,25 @@
+#include "pop/pop_login.h"
+
 #include "base/text.h"
-#include "net/server.h"
-#include "net/wait.h"
+#include "net/connection.h"
+#include "net/line_io.h"
 #include "widgets/toolkit.h"
 
+#include <chrono>
 #include <cstring>
 #include <string>
 
 namespace {
 
+constexpr size_t kLongestGreeting = 16 << 20;
+constexpr auto kLongestWait = std::chrono::minutes(2);
+
 /// Reads the greeting to its LF, whatever it holds: ReadServerLine would stop at a tab or an 8-bit letter and take
 /// the rest for the next reply. One that does not end is given up like a line.
 bool ReadGreeting(int socket) {
     char bytes[kReplyWidth];
-    auto const latest = Clock::now() + LongestWait(kSilenceSeconds);
-    for (size_t received = 0; received < kLongestLine && Clock::now() < latest;) {
+    auto const latest = std::chrono::steady_clock::now() + kLongestWait;
+    for (size_t received = 0; received < kLongestGreeting && std::chrono::steady_clock::now() < latest;) {
         int const got = ReadServerBytes(socket, bytes, sizeof bytes);
         if (got <= 0)
             return false;

@@ -1,4 +1,4 @@
-#include "net/server.h"
+#include "net/address.h"
 
 #include "base/text.h"
 
