@@ -55,14 +55,20 @@ std::string DecodeQuotedPrintable(std::string_view in) {
     return out;
 }
 
-/// The characters of base64 lines; a line of its own that is a dot, say, would end the message.
+/// The characters of base64 lines; a line of its own that is a dot, say, would end the message. A CR stays only at
+/// the end of a line.
 std::string OnlyBase64(std::string_view in) {
     std::string out;
     out.reserve(in.size());
-    for (char const byte : in)
-        if ((byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-            byte == '+' || byte == '/' || byte == '=' || byte == '\r' || byte == '\n')
+    bool carriageReturn = false;
+    for (char const byte : in) {
+        if (byte == '\n')
+            out += carriageReturn ? "\r\n" : "\n";
+        else if ((byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
+                 byte == '+' || byte == '/' || byte == '=')
             out += byte;
+        carriageReturn = byte == '\r';
+    }
     return out;
 }
 

@@ -1,16 +1,16 @@
 #include "compose/plain_lines.h"
 
+#include "base/utf8.h"
+
 namespace {
 
-/// The bytes of the character that `text` starts with, when that is a control character or a line end; else 0.
-size_t ControlBytes(std::string_view text) {
-    auto const first = static_cast<unsigned char>(text[0]);
-    if (first < 0x20 || first == 0x7F)
-        return text.starts_with("\r\n") ? 2 : 1;
-    if (text.starts_with("\u2028") || text.starts_with("\u2029"))
-        return 3;
-    bool const c1 = first == 0xC2 && text.size() > 1 && (static_cast<unsigned char>(text[1]) & 0xE0) == 0x80;
-    return c1 ? 2 : 0;
+/// Whether the character, one of CharacterBytes' length, is a control character. A byte that is no UTF-8 is one of
+/// Latin-1 (ISO 8859-1, whose upper control characters are 128 to 159).
+bool IsControl(std::string_view character) {
+    auto const first = static_cast<unsigned char>(character[0]);
+    if (character.size() == 1)
+        return first < 0x20 || (first >= 0x7F && first < 0xA0);
+    return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
 } // namespace
@@ -19,12 +19,13 @@ std::string PlainLines(std::string_view text) {
     std::string lines;
     lines.reserve(text.size());
     while (!text.empty()) {
-        size_t const bytes = ControlBytes(text);
-        if (bytes == 0 || text[0] == '\t' || text[0] == '\n')
-            lines += text[0];
-        else if (bytes == 3 || text[0] == '\r')
+        std::string_view const character = text.substr(0, CharacterBytes(text));
+        text.remove_prefix(character.size());
+        if (character == "\n" || character == "\t" ||
+            (!IsControl(character) && character != "\u2028" && character != "\u2029"))
+            lines += character;
+        else if (character[0] == '\r' ? !text.starts_with('\n') : character.size() == 3)
             lines += '\n';
-        text.remove_prefix(bytes ? bytes : 1);
     }
     return lines;
 }

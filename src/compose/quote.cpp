@@ -28,15 +28,24 @@ bool Holds(char const *entry, char const *own) {
     return own[0] && strlen(own) <= length && FindNoCase(entry, own, static_cast<int>(length));
 }
 
+/// Whether the skip mark starts in `line`, which `rest` of the page follows.
+bool StartsSkipMark(std::string_view line, std::string_view rest) {
+    std::string_view const mark = kSkipMark;
+    size_t const after = static_cast<size_t>(rest.data() + rest.size() - line.data()) - line.size();
+    std::string_view const seen(line.data(), line.size() + std::min(after, mark.size() - 1));
+    return seen.find(mark) != seen.npos;
+}
+
 } // namespace
 
 std::string QuotePage(std::string_view page) {
     page = page.substr(0, page.find('\0'));
-    std::string_view const start = kMessageStartMark, end = kMessageEndMark, skip = kSkipMark;
+    std::string_view const start = kMessageStartMark, end = kMessageEndMark;
     std::string quote = "\n\n\n--Original Message:\n>";
     while (!page.empty() && TakeLine(page, kQuotedLineWidth).find(start) == page.npos) {
     }
     quote.reserve(std::min(quote.size() + page.size() + page.size() / 16, kTextPartBytes + kQuotedLineWidth));
+    bool skipped = false; // up to its line feed, also where a line breaks for its length
     for (size_t lines = 0; !page.empty(); lines++) {
         std::string_view const line = TakeLine(page, kQuotedLineWidth);
         if (line.find(end) != line.npos)
@@ -45,8 +54,11 @@ std::string QuotePage(std::string_view page) {
             quote.append("\n>\n>").append(kNotQuoted);
             break;
         }
-        if (!line.starts_with(skip))
+        skipped = skipped || StartsSkipMark(line, page);
+        if (!skipped)
             quote.append("\n>").append(line);
+        if (page.data() != line.data() + line.size())
+            skipped = false;
     }
     return quote;
 }

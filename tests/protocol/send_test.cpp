@@ -23,7 +23,7 @@ TEST_F(SendTest, PlainMessageByteForByteToASlowServer) {
             Send("250 ok\r\n"), Expect("DATA"), Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300),
             Send("250 ok\r\n", 1), Expect(""), Expect("QUIT")}});
     // Line ends of any kind end lines, and what the editor cannot show is not sent.
-    Compose("bob@example.org", "One\u2028.two\r\n\r..th\x1b\x7fr\u0085ee\u2029end");
+    Compose("bob@example.org", "One\u2028.two\r\n\r..th\x1b\x7fr\u0085e\x93" "e\u2029end");
     EXPECT_EQ(Plain(Deliver()), kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend");
     ASSERT_EQ(Outbox().size(), 1u);
     EXPECT_EQ(Plain(Outbox()[0]), kHeader + "\n\nOne\r\n.two\r\n\r\n..three\r\nend");

@@ -18,9 +18,10 @@ TEST(Quote, LinesBetweenTheMarks) {
     std::string const x(10239, 'x'); // lines longer than that break
     for (auto const &[page, quote] : std::initializer_list<std::pair<std::string, std::string>>{
              {"<HTML>head\n<PRE>\n<!--msg starts here, Corvanta-->lost\none\n\n&lt;two>\r\n"
-              "<!-- skip this line --><IMG SRC=\"x\">\n <!-- skip this line -->kept\n"
+              "<!-- skip this line --><IMG SRC=\"x\">\nno line feed<!-- skip this line --><TABLE>\r\rx\ntwo\n"
               "last <!--msg ends here, Corvanta-->\nnot this\n",
-              "\n>one\n>\n>&lt;two>\r\n> <!-- skip this line -->kept"},
+              "\n>one\n>\n>&lt;two>\r\n>two"},
+             {begin + x + x.substr(10) + "<!-- skip this line -->" + x + "\ntwo\n", "\n>" + x + "\n>two"},
              {"no mark\nat all\n", ""},
              {begin + "no end\nno line feed", "\n>no end\n>no line feed"},
              {begin + "a\nb\0c\nd"s, "\n>a\n>b"},
@@ -72,7 +73,7 @@ std::string Forwarded(std::string const &body, char const *encoding) {
 
 TEST(ForwardedPart, IsBase64WhateverItWas) {
     EXPECT_EQ(Forwarded("YWJj\r\nZGVm\r\n", " BASE64"), "YWJj\r\nZGVm\r\n| BASE64");
-    EXPECT_EQ(Forwarded("YWJj\r\n.\r\nRCPT TO:<x>\r\n", " base64"), "YWJj\r\n\r\nRCPTTOx\r\n| base64");
+    EXPECT_EQ(Forwarded("YW\rJj\r\n.\r\nRCPT TO:<x>\r\n\r", " base64"), "YWJj\r\n\r\nRCPTTOx\r\n| base64");
     EXPECT_EQ(Forwarded("abcdef", ""), "YWJjZGVm|Base64");
     EXPECT_EQ(Forwarded("a=3D=\r\nb= \nc=zz=", " Quoted-Printable"), Forwarded("a=bc=zz=", " 8bit"));
     EXPECT_EQ(Forwarded("", " 7bit"), "|Base64");
