@@ -208,11 +208,15 @@ std::map<std::string, Step> Servers() {
              ASSERT_GT(journey.news->Port(), 0);
              journey.Tell("NEWS", journey.news->Address());
          }},
+        {"within",
+         [](Journey &journey, std::string const &seconds) {
+             EXPECT_LT(std::chrono::steady_clock::now() - journey.start, std::chrono::seconds(std::stoi(seconds)));
+         }},
         {"serve",
          [](Journey &journey, std::string const &rest) {
              std::string name = rest;
              std::string const file = Word(name);
-             journey.server = std::make_unique<ScriptedServer>(ReadDialogue(file, name));
+             journey.server = std::make_unique<ScriptedServer>(ReadDialogue(file, journey.Text(name)));
              journey.Tell("SERVER", journey.server->Address());
          }},
         {"needs-root",
@@ -243,9 +247,12 @@ std::map<std::string, Step> Servers() {
         {"mailbox", Expected([](Journey &journey, std::string const &user) {
              return std::to_string(journey.pop->Count(user));
          })},
-        {"served", Holds([](Journey &journey, std::string const &text) {
-             return journey.server->Received().find(text) != std::string::npos;
-         })},
+        {"served",
+         [](Journey &journey, std::string const &rest) {
+             std::string text = rest;
+             int const times = std::stoi(Word(text));
+             EXPECT_TRUE(Comes([&] { return Q(journey.server->Log()).count(Q(text)) >= times; }));
+         }},
     };
 }
 
@@ -370,7 +377,8 @@ std::map<std::string, Step> Looks() {
              return std::to_string(size.width()) + "x" + std::to_string(size.height());
          })},
         {"page",
-         Expected([](Journey &, std::string const &) { return Text("webEmailMessage").toStdString(); }, false)},
+         Expected([](Journey &, std::string const &) { return Text("webEmailMessage").trimmed().toStdString(); },
+                  false)},
         {"shown", Holds([](Journey &, std::string const &name) { return IsShown(name.c_str()); })},
         {"hidden", Holds([](Journey &, std::string const &name) { return !IsShown(name.c_str()); })},
         {"focus", Holds([](Journey &, std::string const &name) { return HasFocus(name); })},
@@ -401,6 +409,8 @@ std::map<std::string, Step> Looks() {
                             std::string const &) { return Boxes().isEmpty() ? "" : Boxes().last().toStdString(); },
                          false)},
         {"boxes", Expected([](Journey &, std::string const &) { return std::to_string(Boxes().size()); }, false)},
+        {"downloads",
+         Expected([](Journey &, std::string const &) { return std::to_string(RunningDownloads()); }, false)},
         {"proposed", Expected([](Journey &, std::string const &) { return ProposedFile().toStdString(); }, false)},
         {"quiet",
          Holds([](Journey &, std::string const &) { return RunningChecks() == 0 && RunningDownloads() == 0; })},

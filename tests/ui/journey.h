@@ -22,8 +22,8 @@
 //   rows LIST = ROWS   sorted LIST = ROWS   rows-with PART LIST = ROWS   count LIST = ROWS   subjects = TEXTS
 //   chosen LIST = TEXT (current, selected and in sight)   father SUBJECT = SUBJECT   box = TITLE|TEXT (the last)
 //   content PATH = TEXT   files PATH = NAMES   mode PATH = 600   missing PATH   exists PATH   proposed = PATH
-//   mailbox USER = COUNT   log TIMES TEXT, logged TEXT = TIMES (the mail server's log)   served TEXT   quiet (no
-//   check, no download)   shell COMMAND   do NAME (a step written in C++)
+//   mailbox USER = COUNT   log TIMES TEXT, logged TEXT = TIMES (the mail server's log)   served TIMES TEXT (to
+//   SERVER)   quiet (no check, no download)   shell COMMAND   do NAME (a step written in C++)
 
 #include "fixtures/case_file.h"
 #include "fixtures/dovecot_server.h"
@@ -31,6 +31,7 @@
 #include "fixtures/postfix_server.h"
 #include "fixtures/scripted_server.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -49,6 +50,7 @@ class Journey {
     std::unique_ptr<PostfixServer> smtp;
     std::unique_ptr<InnServer> news;
     std::unique_ptr<ScriptedServer> server;
+    std::chrono::steady_clock::time_point const start = std::chrono::steady_clock::now();
 
   private:
     void Do(CaseLine const &line);

@@ -23,9 +23,13 @@
 #include <QTextBrowser>
 #include <QTreeView>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <optional>
+#include <set>
+#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -50,6 +54,8 @@ class LentConnection {
   private:
     int ends_[2] = {-1, -1};
 };
+
+constexpr std::array kOwn{"/.Corvanta/news/usenet", "/.Corvanta/.tmp", "/.config"};
 
 QTreeView *List(char const *name) { return qobject_cast<QTreeView *>(Find(name)); }
 
@@ -166,6 +172,18 @@ void ExpectNoColours() {
     EXPECT_EQ(count, 0) << "a picture is shown";
 }
 
+/// Everything below the directory that holds the home, but for what the program writes on its own and the files of
+/// the news profile.
+std::set<std::string> FilesOutsideNews() {
+    std::set<std::string> names;
+    for (auto const &entry : std::filesystem::recursive_directory_iterator(TempHome() + "/..")) {
+        std::string const path = entry.path();
+        if (std::none_of(kOwn.begin(), kOwn.end(), [&](char const *own) { return path.find(own) != path.npos; }))
+            names.insert(path);
+    }
+    return names;
+}
+
 void AddSteps() {
     static std::optional<LentConnection> lent;
     static QImage idle;
@@ -203,6 +221,15 @@ void AddSteps() {
     Journey::AddStep("name the book work without choosing it", NameBookWithoutChoosing);
     Journey::AddStep("take seccomp away", [] { EXPECT_TRUE(TakeSeccompAway()); });
     Journey::AddStep("expect no colours on the page", ExpectNoColours);
+    static QSize size;
+    Journey::AddStep("note the size of the main window", [] { size = Find("base")->size(); });
+    Journey::AddStep("expect the size that was noted", [] { EXPECT_EQ(Find("base")->size(), size); });
+    static std::set<std::string> outside;
+    Journey::AddStep("note the files outside of the news profile", [] { outside = FilesOutsideNews(); });
+    Journey::AddStep("expect no other files outside", [] { EXPECT_EQ(FilesOutsideNews(), outside); });
+    Journey::AddStep("expect the refusal in the first box", [] {
+        EXPECT_TRUE(Boxes()[0].startsWith("Error|481 <b>%s%n</b> ")) << Boxes()[0].toStdString();
+    });
     Journey::AddStep("press the Menu key", PressMenuKey);
     Journey::AddStep("save the profile whose rows are listed", SaveTheProfileOfTheRows);
 }
