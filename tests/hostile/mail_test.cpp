@@ -1,8 +1,7 @@
 // Mail written to hurt, opened in the real main window: each is shown in bounded time, and what it brings along is
 // saved by the real command into the home directory and nowhere else.
 
-#include "hostile/mail_makers.h"
-
+#include "fixtures/dialogue.h"
 #include "fixtures/temp_home.h"
 #include "store/folder.h"
 #include "ui/person.h"
@@ -26,10 +25,10 @@ constexpr int kWithin = 20'000;  ///< milliseconds, under a sanitizer on a busy 
 constexpr int kSavedOfEach = 13; ///< of ten thousand attachments not all are saved
 
 /// Stores the mails in the Inbox; the numbers are those of their order.
-void StoreAll(std::vector<HostileMail> const &mails) {
+void StoreAll(std::vector<Dialogue> const &mails) {
     std::string const inbox = Root() + "home/Inbox/";
-    for (HostileMail const &mail : mails)
-        ASSERT_GT(AppendMessage(inbox.c_str(), mail.text), 0);
+    for (Dialogue const &mail : mails)
+        ASSERT_GT(AppendMessage(inbox.c_str(), mail["text"]), 0);
 }
 
 /// Presses and releases a button on a row, which is scrolled to.
@@ -89,27 +88,27 @@ std::set<std::string> Names(std::string const &directory) {
 }
 
 /// Opens the mail in the given row, looks at its page and saves what it brings along.
-void OpenAndSave(HostileMail const &mail, int row) {
-    SCOPED_TRACE("message " + std::to_string(row + 1) + " " +
-                 (mail.name.empty() ? mail.text.substr(0, 30) : mail.name));
+void OpenAndSave(Dialogue const &mail, int row) {
+    SCOPED_TRACE(mail.name);
+    int const attachments = std::stoi(mail["attachments"]);
     std::string const page = Root() + ".tmp/msg.html";
     fs::remove(page);
     PressRow("treeMessageHeaders", row, Qt::LeftButton);
     EXPECT_TRUE(WaitFor([&] { return fs::exists(page); }, kWithin));
-    QString const shown = QString::fromStdString(mail.shown);
+    QString const shown = QString::fromStdString(mail["shown"]);
     EXPECT_TRUE(WaitFor([&] { return Text("webEmailMessage").contains(shown); }, kWithin))
         << Text("webEmailMessage").left(500).toStdString();
-    EXPECT_TRUE(WaitFor([&] { return Rows("treeAttachments").size() == mail.attachments; }, kWithin))
+    EXPECT_TRUE(WaitFor([&] { return Rows("treeAttachments").size() == attachments; }, kWithin))
         << Rows("treeAttachments").size();
-    for (int i = 0; i < std::min(mail.attachments, kSavedOfEach) && !testing::Test::HasFailure(); i++)
+    for (int i = 0; i < std::min(attachments, kSavedOfEach) && !testing::Test::HasFailure(); i++)
         SaveAttachment(i);
-    if (mail.attachments > kSavedOfEach)
-        SaveAttachment(mail.attachments - 1);
+    if (attachments > kSavedOfEach)
+        SaveAttachment(attachments - 1);
 }
 
-TEST(HostileMail, OpensAndSavesInTheHomeOnly) {
+TEST(hostile_mail, OpensAndSavesInTheHomeOnly) {
     ClearTempHome();
-    std::vector<HostileMail> const mails = MakeHostileMail();
+    std::vector<Dialogue> const mails = ReadTable("hostile_mail");
     MakeProfile("127.0.0.1:1", true, 100'000); // nobody listens there
     StoreAll(mails);
     fs::path const place = fs::path(TempHome()).parent_path();

@@ -11,7 +11,7 @@
 
 namespace {
 
-TEST(Stall, WindowStaysUsableAndCloses) {
+TEST(stall, WindowStaysUsableAndCloses) {
     for (bool const leave : {false, true})
         for (int step = 0; step <= 5; step++) {
             SCOPED_TRACE((leave ? "leaving, reply " : "removing, reply ") + std::to_string(step));

@@ -242,5 +242,7 @@ int main(int argc, char **argv) {
     AddSteps();
     for (auto const &file : std::filesystem::directory_iterator(CORVANTA_JOURNEYS))
         RegisterJourneys(file.path().stem());
-    return LeaveTempHome(RUN_ALL_TESTS());
+    int const result = RUN_ALL_TESTS();
+    // A filter that no test has must not look like a test that passed.
+    return LeaveTempHome(testing::UnitTest::GetInstance()->test_to_run_count() > 0 ? result : 1);
 }

@@ -48,10 +48,10 @@ TEST(DialoguePlayer, ComplainsWithThePlace) {
     EXPECT_EQ(ReadDialogue("player", "wrong")["kept"], "said for all");
     ScriptedServer server(ReadDialogue("player", "wrong"));
     Answer(Client(server, "QUIT\n\r\n"));
-    EXPECT_EQ(server.Problems(), "player.txt:28 expected: QUIT\n     got: QUIT\n\n");
+    EXPECT_EQ(server.Problems(), "dialogues/player.txt:28 expected: QUIT\n     got: QUIT\n\n");
     ScriptedServer left(ReadDialogue("player", "wrong"));
     Client(left, "QUIT");
-    EXPECT_EQ(left.Problems(), "player.txt:28 the client closed instead of: QUIT\n");
+    EXPECT_EQ(left.Problems(), "dialogues/player.txt:28 the client closed instead of: QUIT\n");
     EXPECT_NONFATAL_FAILURE(ReadDialogue("player", "no such"), "no dialogue no such");
     EXPECT_NONFATAL_FAILURE(ReadDialogues("no such"), "cannot be read");
 }
