@@ -1,8 +1,11 @@
 #pragma once
 // What an operation came to, with the text for the user. Operations return it by value; only windows show it.
 
+#include <memory>
 #include <string>
 #include <utility>
+
+struct CertificateProblem;
 
 enum class Ending {
     kDone,    ///< all of it
@@ -15,6 +18,8 @@ enum class Ending {
 struct Outcome {
     Ending ending = Ending::kDone;
     std::string text = {}; ///< for the user, in UTF-8 or as the server sent it; may be empty
+    /// The server's certificate did not pass, and the user may accept it (net/tls/tls.h). Null for any other ending.
+    std::shared_ptr<CertificateProblem const> certificate = nullptr;
 
     explicit operator bool() const { return ending == Ending::kDone; }
 };

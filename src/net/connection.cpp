@@ -1,8 +1,12 @@
 #include "net/connection.h"
 
+#include "base/text.h"
 #include "net/library_pause.h"
 #include "net/line_io.h"
 #include "net/lookup.h"
+#include "net/security.h"
+#include "net/starttls.h"
+#include "net/tls/tls.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -124,12 +128,32 @@ OpenedSocket UnknownHost(char const *host, int kind) {
     return {{}, Failed("Host unknown, could not connect to mail server")}; // kept: the words for every kind of server
 }
 
+/// Brings the connection to what the server's text asks for.
+Outcome Secure(Stream &stream, ServerMeaning const &meaning, int kind) {
+    if (meaning.security == Security::kPlain)
+        return {};
+    if (meaning.security == Security::kStartTls)
+        if (Outcome asked = AskForTls(stream, kind, meaning.host); !asked)
+            return asked;
+    Outcome started =
+        StartTls(stream, meaning.host, meaning.port, AcceptedFingerprintFor(meaning.host, meaning.port));
+    if (started && meaning.security == Security::kStartTls)
+        stream.PutBack(GreetingAfterTls(kind));
+    return started;
+}
+
 } // namespace
 
 OpenedSocket OpenSocket(char const *text, int kind, StopPredicate const &stopped) {
     auto const end = Clock::now() + std::chrono::seconds(kConnectSeconds);
     Address address;
-    ChooseAddress(text, kind, address);
+    ServerMeaning const meaning = MeaningOf(text, kind);
+    if (meaning.security == Security::kPlain) {
+        ChooseAddress(text, kind, address);
+    } else { // a proxy that is none of the server's names would not pass as the server
+        CopyText(address.host, meaning.host);
+        address.port = meaning.port;
+    }
     AddressList found(nullptr, freeaddrinfo);
     if (address.host[0] && address.port >= 1 && address.port <= 65535)
         found = LookUpHost(address.host, address.port, end, stopped);
@@ -146,7 +170,11 @@ OpenedStream OpenStream(char const *text, int kind, StopPredicate const &stopped
     OpenedSocket opened = OpenSocket(text, kind, stopped);
     if (!opened.outcome)
         return {nullptr, std::move(opened.outcome)};
-    return {std::make_unique<Stream>(PlainChannel(std::move(opened.socket))), {}};
+    auto stream = std::make_unique<Stream>(PlainChannel(std::move(opened.socket)));
+    stream->StopWhen(stopped);
+    Outcome secured = Secure(*stream, MeaningOf(text, kind), kind);
+    stream->StopWhen({});
+    return {secured ? std::move(stream) : nullptr, std::move(secured)};
 }
 
 Stream *StreamOf(ServerAccount &account) {

@@ -21,10 +21,11 @@ struct OpenedStream {
 };
 
 /// Connects to the server that `text` names (ParseServerAddress), or to the host of the environment variable
-/// "http_proxy" in its place. Takes at most kConnectSeconds and ends within 0.1 s of `stopped` becoming true. Works
-/// on any thread. Outcomes: kDone; kStopped; kFailed with "Host unknown, could not connect to mail server", "Could
-/// not connect to mail server" or "Could not connect to the news server". Failures are written to standard error,
-/// too.
+/// "http_proxy" in its place; where the text's scheme asks for TLS (net/security.h) to the server itself, and the
+/// stream then goes through TLS. After STLS or STARTTLS it starts with a greeting, like any other. Takes at most
+/// kConnectSeconds and ends within 0.1 s of `stopped` becoming true. Works on any thread. Outcomes: kDone; kStopped;
+/// kFailed with "Host unknown, could not connect to mail server", "Could not connect to mail server" or "Could not
+/// connect to the news server", or what StartTls and AskForTls say. Failures are written to standard error, too.
 OpenedStream OpenStream(char const *text, int kind, StopPredicate const &stopped = {});
 
 /// OpenStream without a stream: close-on-exec, TCP_NODELAY, blocking calls bounded by kSilenceSeconds.

@@ -235,6 +235,11 @@ int Stream::WriteLine(std::string_view text) {
     return count;
 }
 
+void Stream::PutBack(std::string_view bytes) {
+    buffer_.replace(0, taken_, bytes);
+    taken_ = 0;
+}
+
 bool Stream::Run(std::function<ChannelState()> const &step) {
     StartWaiting();
     while (state_ == StreamState::kOpen) {

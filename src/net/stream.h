@@ -68,6 +68,9 @@ class Stream {
     /// Drops what is held and what has arrived, without waiting: nothing of it is an answer to what is asked next.
     void DropArrived();
 
+    /// Puts bytes in front of what is held: the next read sees them first.
+    void PutBack(std::string_view bytes);
+
     /// True when the next ReadLine need not wait for the network.
     bool HasLine() const;
 

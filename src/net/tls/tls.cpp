@@ -22,33 +22,39 @@ std::string WordsFor(StreamState state, std::string const &host, std::string con
     }
 }
 
-bool IsAccepted(AcceptedCertificate const *accepted, std::string const &host, int port, std::string const &print) {
-    return accepted && accepted->host == host && accepted->port == port && accepted->fingerprint == print;
+AcceptedFingerprint &Accepted() {
+    static auto *const accepted = new AcceptedFingerprint;
+    return *accepted;
 }
 
 } // namespace
 
-TlsResult StartTls(Stream &stream, std::string const &host, int port, AcceptedCertificate const *accepted) {
+void SetAcceptedFingerprint(AcceptedFingerprint accepted) { Accepted() = std::move(accepted); }
+
+std::string AcceptedFingerprintFor(std::string const &host, int port) {
+    return Accepted() ? Accepted()(host, port) : std::string();
+}
+
+Outcome StartTls(Stream &stream, std::string const &host, int port, std::string_view acceptedFingerprint) {
     auto fresh = std::make_unique<TlsChannel>(std::move(stream.GetChannel()), host, port);
     TlsChannel &channel = *fresh;
     stream.Replace(std::move(fresh));
     if (!channel.Ready())
-        return {Failed("No encrypted connection to " + host + ": " + channel.Error()), {}};
-    if (!stream.Run([&channel] { return channel.Handshake(); })) {
-        StreamState const state = stream.State();
-        std::string text = WordsFor(state, host, channel.Error());
-        return {state == StreamState::kStopped ? Stopped() : Lost(std::move(text)), {}};
-    }
+        return Failed("No encrypted connection to " + host + ": " + channel.Error());
+    if (!stream.Run([&channel] { return channel.Handshake(); }))
+        return stream.State() == StreamState::kStopped ? Stopped()
+                                                       : Lost(WordsFor(stream.State(), host, channel.Error()));
     std::vector<std::string> reasons = ReasonsAgainst(channel.Session(), host);
     if (reasons.empty()) {
         channel.KeepSession();
         return {};
     }
-    CertificateProblem problem{host, port, std::move(reasons), FingerprintOf(channel.Session())};
-    if (IsAccepted(accepted, host, port, problem.fingerprint))
+    auto problem = std::make_shared<CertificateProblem>();
+    *problem = {host, port, std::move(reasons), FingerprintOf(channel.Session())};
+    if (!problem->fingerprint.empty() && problem->fingerprint == acceptedFingerprint)
         return {};
-    std::string text = problem.reasons.front();
-    return {Failed(std::move(text)), std::move(problem)};
+    problem->changed = !acceptedFingerprint.empty();
+    return {Ending::kFailed, problem->reasons.front(), problem};
 }
 
 ChannelBinding ChannelBindingOf(Stream const &stream) {
