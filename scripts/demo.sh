@@ -86,7 +86,7 @@ start_program() {
 }
 
 click() { xdotool mousemove --window "$window" "$1" "$2" click 1; }
-logged_in() { grep -qs "Login: user=<$account>" "$work"/pop3/*.log; }
+logged_in() { grep -Eqs "(Login|Logged in): user=<$account>" "$work"/pop3/*.log; }
 page_written() { grep -qs "IMG SRC" "$home/.Corvanta/.tmp/msg.html"; }
 article_written() { grep -qs "Newsgroups:" "$home/.Corvanta/.tmp/msg.html"; }
 
