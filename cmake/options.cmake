@@ -28,7 +28,7 @@ function(corvanta_library name)
     set(ARG_FOLDER ${name})
   endif()
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*.cpp
-       ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*/*.cpp)
+       ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FOLDER}/*/*/*.cpp)
   add_library(corvanta_${name} STATIC ${sources})
   target_include_directories(corvanta_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(corvanta_${name} PUBLIC ${ARG_DEPS})

@@ -1,13 +1,12 @@
 #include "compose/background_parts.h"
 
+#include "base/thread.h"
 #include "compose/compose_attachments.h"
 #include "compose/compose_window.h"
 #include "mime/render.h"
 #include "widgets/toolkit.h"
 
 #include <memory>
-#include <system_error>
-#include <thread>
 
 namespace {
 
@@ -48,7 +47,7 @@ bool MakeOne(Making &making, PartToMake const &wanted) {
     return making.state.window;
 }
 
-void Make(std::unique_ptr<Making> making) {
+void Make(std::shared_ptr<Making> making) {
     for (PartToMake &wanted : making->parts) {
         if (!MakeOne(*making, wanted))
             break;
@@ -68,18 +67,12 @@ void Make(std::unique_ptr<Making> making) {
 void AddPartsInBackground(ComposeState &state, std::vector<PartToMake> parts) {
     if (parts.empty())
         return;
-    ComposeHold const hold(&state);
-    auto making = std::make_unique<Making>(state, std::move(parts));
+    auto const making = std::make_shared<Making>(state, std::move(parts));
     SetMaking(state, true);
-    std::vector<std::string> names;
+    if (StartDetached([last = making]() mutable { Make(std::move(last)); }))
+        return;
+    SetMaking(state, false);
     for (PartToMake const &part : making->parts)
-        names.push_back(part.name);
-    try {
-        std::thread(Make, std::move(making)).detach();
-    } catch (std::system_error const &) {
-        SetMaking(state, false);
-        Making none(state, {});
-        none.missing = std::move(names);
-        TellMissing(none);
-    }
+        making->missing.push_back(part.name);
+    TellMissing(*making);
 }

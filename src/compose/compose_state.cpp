@@ -1,7 +1,5 @@
 #include "compose/compose_state.h"
 
-#include <sys/socket.h>
-
 void RetainCompose(ComposeState *state) { state->holders++; }
 
 void ReleaseCompose(ComposeState *state) {
@@ -9,9 +7,4 @@ void ReleaseCompose(ComposeState *state) {
         delete state;
 }
 
-void CancelSending(ComposeState &state) {
-    state.cancelled = true;
-    std::lock_guard const lock(state.socketLock);
-    if (int const socket = state.sendSocket; socket > 0)
-        shutdown(socket, SHUT_RDWR);
-}
+void CancelSending(ComposeState &state) { state.cancelled = true; }

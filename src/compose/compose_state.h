@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 /// Kinds of compose windows: mail windows have a Cc field and address-book buttons.
@@ -32,19 +31,29 @@ struct ComposeState {
     ComposeKind kind = kComposeMail;
     bool sent = false; ///< the text went out: closing the window asks nothing
 
-    std::atomic<bool> cancelled = false;  ///< set by CancelSending; the sending thread looks at it at every step
-    std::atomic<bool> sending = false;    ///< a thread is at work
-    std::atomic<int32_t> sendSocket = -1; ///< the thread's connection, for CancelSending to shut down
-    std::mutex socketLock; ///< held where the connection is shut down or closed, so that no reused number is hit
-    std::atomic<int32_t> holders = 0; ///< the window and the threads that hold the state
+    std::atomic<bool> cancelled = false; ///< set by CancelSending; the sending thread looks at it during every wait
+    std::atomic<bool> sending = false;   ///< a thread is at work
+    std::atomic<int32_t> holders = 0;    ///< the window and the threads that hold the state
 };
 
 void RetainCompose(ComposeState *state);
 /// The last one frees the state.
 void ReleaseCompose(ComposeState *state);
 
-/// Cancels the sending thread: sets `cancelled` and shuts its connection down, so that every wait for the network
-/// ends at once. The thread unwinds by itself; nobody waits for it. Under the library lock or not.
+/// Keeps a state for the length of a scope.
+class ComposeHold {
+  public:
+    explicit ComposeHold(ComposeState *state) : state_(state) { RetainCompose(state); }
+    ~ComposeHold() { ReleaseCompose(state_); }
+    ComposeHold(ComposeHold const &) = delete;
+    ComposeHold &operator=(ComposeHold const &) = delete;
+
+  private:
+    ComposeState *state_;
+};
+
+/// Cancels the sending thread, whose waits for the network all end within 0.1 s. It unwinds by itself and is not
+/// waited for. Under the library lock or not.
 void CancelSending(ComposeState &state);
 
 /// Callback of "pic_btnSend": starts SendEmailThread on a detached thread with the window's state (`data`); a sending

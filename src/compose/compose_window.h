@@ -5,18 +5,6 @@
 #include "base/account.h"
 #include "compose/compose_state.h"
 
-/// Keeps a compose state for the length of a scope.
-class ComposeHold {
-  public:
-    explicit ComposeHold(ComposeState *state) : state_(state) { RetainCompose(state); }
-    ~ComposeHold() { ReleaseCompose(state_); }
-    ComposeHold(ComposeHold const &) = delete;
-    ComposeHold &operator=(ComposeHold const &) = delete;
-
-  private:
-    ComposeState *state_;
-};
-
 /// The kind of compose window that suits the open profile; without one, mail, or news when there are news profiles
 /// only.
 ComposeKind CurrentComposeKind();

@@ -213,14 +213,18 @@ void SendTest::ExpectGivenBack(std::vector<Spoiled> const &dialogues, std::funct
     }
 }
 
+int SendTest::Progress() const {
+    ToolkitGuard const guard;
+    int const *progress = nullptr;
+    return PtGetResource(state->progressBar, Pt_ARG_GAUGE_VALUE, &progress, 0) == 0 ? *progress : 0;
+}
+
 bool SendTest::Editable() {
     ToolkitGuard const guard;
     PhDim_t *size = nullptr;
     if (!state->window || PtGetResource(state->window, Pt_ARG_DIM, &size, 0) != 0)
         return false;
-    int const *progress = nullptr;
-    PtGetResource(state->progressBar, Pt_ARG_GAUGE_VALUE, &progress, 0);
-    EXPECT_EQ(*progress, 0);
+    EXPECT_EQ(Progress(), 0);
     bool const open = !IsBlocked(state->toField) && !IsBlocked(state->messageText) && !IsBlocked(state->sendButton);
     bool const shut = IsBlocked(state->toField) && IsBlocked(state->messageText) && IsBlocked(state->sendButton);
     EXPECT_TRUE(open || shut);

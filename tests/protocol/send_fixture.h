@@ -71,6 +71,7 @@ class SendTest : public testing::Test {
 
     /// The window is open, and the fields can be edited; nothing is on its way.
     bool Editable();
+    int Progress() const;
     bool WindowGone() const { return !state->window; }
 
     std::string Folder() const;

@@ -1,8 +1,8 @@
 // Sending over SMTP against scripted servers: every byte on the wire and in the Outbox copy, and what is shown.
 
 #include "base/fd.h"
-#include "compose/send/outgoing_message.h"
-#include "compose/send/send_smtp.h"
+#include "compose/send/classic/outgoing_message.h"
+#include "compose/send/classic/smtp_dialogue.h"
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "protocol/send_fixture.h"
@@ -23,7 +23,8 @@ TEST_F(SendTest, PlainMessageByteForByteToASlowServer) {
             Send("250 ok\r\n"), Expect("DATA"), Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300),
             Send("250 ok\r\n", 1), Expect(""), Expect("QUIT")}});
     // Line ends of any kind end lines, and what the editor cannot show is not sent.
-    Compose("bob@example.org", "One\u2028.two\r\n\r..th\x1b\x7fr\u0085e\x93" "e\u2029end");
+    Compose("bob@example.org", "One\u2028.two\r\n\r..th\x1b\x7fr\u0085e\x93"
+                               "e\u2029end");
     EXPECT_EQ(Plain(Deliver()), kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend");
     ASSERT_EQ(Outbox().size(), 1u);
     EXPECT_EQ(Plain(Outbox()[0]), kHeader + "\n\nOne\r\n.two\r\n\r\n..three\r\nend");
@@ -57,10 +58,10 @@ TEST_F(SendTest, AttachmentsSignatureAndCcByteForByteWithoutTheLineEndsInFields)
 
 /// The body of a text without attachments, as it goes into the copy.
 std::string Body(std::string const &text, std::vector<int> *percents = nullptr) {
-    std::atomic<bool> const cancelled = false;
+    StopPredicate const goOn = [] { return false; };
     std::string const path = TempHome() + "/body";
     Fd const copy(open(path.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    MessageSink sink(-1, copy.Get(), cancelled);
+    MessageSink sink(nullptr, copy.Get(), goOn);
     OutgoingMessage message;
     message.text = text;
     WriteMessageBody(message, sink, [&](int percent) {

@@ -1,5 +1,6 @@
 #include "compose/send/send_window.h"
 
+#include "compose/send/outbox_list.h"
 #include "mime/render.h"
 #include "names/widgets.h"
 #include "widgets/toolkit.h"
@@ -9,7 +10,7 @@ namespace {
 constexpr PhDim_t kSendingSize{450, 45};
 constexpr PhDim_t kEditingSize{450, 400};
 
-/// Blocks or unblocks all that the person could change the message with, and resizes the window. Nothing is on its
+/// Blocks or unblocks all that the user could change the message with, and resizes the window. Nothing is on its
 /// way yet, or not any more: the progress bar is empty.
 void SetSending(ComposeState &state, bool sending) {
     ToolkitGuard const guard;
@@ -33,16 +34,18 @@ PtTreeItem_t *FirstItem(ComposeState const &state) {
 
 } // namespace
 
-bool ReadSendInput(ComposeState &state, SendInput &input) {
+bool ReadDraft(ComposeState &state, Draft &draft) {
     ToolkitGuard const guard;
     if (!state.window)
         return false;
-    input.profile = WidgetText(state.profileChooser);
-    input.to = WidgetText(state.toField);
-    input.cc = WidgetText(state.ccField);
-    input.subject = WidgetText(state.subjectField);
-    input.text = WidgetText(state.messageText);
-    input.references = state.references;
+    draft = {.article = state.kind == kComposeNews,
+             .profile = WidgetText(state.profileChooser),
+             .to = WidgetText(state.toField),
+             .cc = WidgetText(state.ccField),
+             .subject = WidgetText(state.subjectField),
+             .text = WidgetText(state.messageText),
+             .references = state.references,
+             .parts = {}};
     return true;
 }
 
@@ -78,8 +81,6 @@ std::vector<PartHeaders const *> AttachmentLoan::Parts() const {
 
 void ShowSending(ComposeState &state) { SetSending(state, true); }
 
-void ShowEditing(ComposeState &state) { SetSending(state, false); }
-
 void SetSendProgress(ComposeState &state, int percent) {
     ToolkitGuard const guard;
     if (state.progressBar)
@@ -92,7 +93,14 @@ void AlertSender(ComposeState &state, std::string const &text) {
         ShowError(state.window ? state.window : ABW_base, "Error", text.c_str());
 }
 
-void CloseSentWindow(ComposeState &state) {
+void ShowSendResult(ComposeState &state, std::string const &profile, SendResult const &result) {
+    ShowOutboxChange(profile, result.outbox);
+    if (!result.status.empty())
+        SetStatus(result.status);
+    if (!result.outcome)
+        AlertSender(state, result.outcome.text);
+    if (!result.outcome && !result.textIsSafe)
+        return SetSending(state, false);
     ToolkitGuard const guard;
     state.sent = true;
     if (state.window)

@@ -3,22 +3,14 @@
 // and do nothing for a window that is gone.
 
 #include "compose/compose_state.h"
-#include "mime/headers.h"
+#include "compose/send/send.h"
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// The person's input, as typed.
-struct SendInput {
-    std::string profile; ///< the chosen profile's name
-    std::string to, cc, subject, text;
-    std::string references; ///< of the article that is replied to
-};
-
-/// Reads the fields. False when the window is gone.
-bool ReadSendInput(ComposeState &state, SendInput &input);
+/// Reads the fields; the attachments are AttachmentLoan's. False when the window is gone.
+bool ReadDraft(ComposeState &state, Draft &draft);
 
 /// The attachments, taken out of their items while they are sent: the window may go meanwhile, and its items with it.
 class AttachmentLoan {
@@ -38,13 +30,10 @@ class AttachmentLoan {
 
 /// Blocks everything but Cancel and makes the window as small as its progress row.
 void ShowSending(ComposeState &state);
-/// Gives the window back to its person, 450 x 400 large.
-void ShowEditing(ComposeState &state);
-
 void SetSendProgress(ComposeState &state, int percent);
 
-/// An alert "Error" / `text` / "&Close"; returns when it is closed. Nothing is shown to a person who has cancelled.
+/// An alert "Error" / `text` / "&Close"; returns when it is closed. Nothing is shown to a user who has cancelled.
 void AlertSender(ComposeState &state, std::string const &text);
 
-/// Destroys the window of a message that was sent.
-void CloseSentWindow(ComposeState &state);
+/// Shows what became of the message and closes its window, or gives it back, 450 x 400 large, after an alert.
+void ShowSendResult(ComposeState &state, std::string const &profile, SendResult const &result);

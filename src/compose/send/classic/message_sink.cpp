@@ -1,7 +1,6 @@
-#include "compose/send/message_sink.h"
+#include "compose/send/classic/message_sink.h"
 
 #include "base/fd.h"
-#include "net/line_io.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,21 +8,21 @@
 namespace {
 
 constexpr size_t kBlockSize = 64 << 10;
-/// What is large already goes out in pieces of this size: after each a cancel is looked at.
+/// What is large already goes out in pieces of this size: after each a stop is looked at.
 constexpr size_t kPieceSize = 256 << 10;
 
-/// The place of the first dot from `from` on that begins a line, npos for none.
-size_t FindLineDot(std::string_view bytes, size_t from, bool atLineBegin) {
+/// The place of the first dot from `from` on that starts a line, npos for none.
+size_t FindLineDot(std::string_view bytes, size_t from, bool atLineStart) {
     for (size_t dot = bytes.find('.', from); dot != bytes.npos; dot = bytes.find('.', dot + 1))
-        if (dot == 0 ? atLineBegin : bytes[dot - 1] == '\n')
+        if (dot == 0 ? atLineStart : bytes[dot - 1] == '\n')
             return dot;
     return bytes.npos;
 }
 
 } // namespace
 
-MessageSink::MessageSink(int wire, int copy, std::atomic<bool> const &cancelled)
-    : wire_(wire), copy_(copy), cancelled_(cancelled), block_(std::make_unique_for_overwrite<char[]>(kBlockSize)) {}
+MessageSink::MessageSink(Stream *wire, int copy, StopPredicate const &stopped)
+    : wire_(wire), copy_(copy), stopped_(stopped), block_(std::make_unique_for_overwrite<char[]>(kBlockSize)) {}
 
 void MessageSink::Put(std::string_view bytes) {
     if (bytes.size() > kBlockSize - used_) {
@@ -44,25 +43,25 @@ void MessageSink::Flush() {
 }
 
 void MessageSink::Emit(std::string_view bytes) {
-    if (bytes.empty() || cancelled_)
+    if (bytes.empty() || stopped_())
         return;
     if (copy_ >= 0 && !copyFailed_)
         copyFailed_ = !WriteAll(copy_, bytes);
-    if (wire_ >= 0 && !wireFailed_)
+    if (wire_ && !wireFailed_)
         wireFailed_ = !SendStuffed(bytes);
-    atLineBegin_ = bytes.back() == '\n';
+    atLineStart_ = bytes.back() == '\n';
 }
 
 bool MessageSink::SendStuffed(std::string_view bytes) {
-    size_t dot = FindLineDot(bytes, 0, atLineBegin_);
+    size_t dot = FindLineDot(bytes, 0, atLineStart_);
     if (dot == bytes.npos)
-        return WriteServerBytes(wire_, bytes);
+        return wire_->Write(bytes);
     stuffed_.clear();
     size_t done = 0;
-    for (; dot != bytes.npos; dot = FindLineDot(bytes, dot + 1, atLineBegin_)) {
+    for (; dot != bytes.npos; dot = FindLineDot(bytes, dot + 1, atLineStart_)) {
         stuffed_.append(bytes, done, dot - done).append(1, '.');
         done = dot;
     }
     stuffed_.append(bytes, done);
-    return WriteServerBytes(wire_, stuffed_);
+    return wire_->Write(stuffed_);
 }

@@ -1,4 +1,4 @@
-#include "compose/send/outgoing_message.h"
+#include "compose/send/classic/outgoing_message.h"
 
 #include "base/text.h"
 
