@@ -51,6 +51,11 @@ void SetTempDir() {
         mkdir(TempDir, 0700);
 }
 
+void MakeDirectories(std::string const &path) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))
+        mkdir(path.substr(0, slash).c_str(), 0700);
+}
+
 void RemoveTempFiles(char const *directory, bool removeAll) {
     std::unique_ptr<DIR, int (*)(DIR *)> const entries(opendir(directory), closedir);
     if (!entries)

@@ -32,6 +32,9 @@ std::string FolderDirectory(std::string_view profile, std::string_view folder);
 /// its parent does not exist yet and neither will it: the next start makes it.
 void SetTempDir();
 
+/// Makes all directories that `path` names before its last slash (mode 0700). Those that are there stay as they are.
+void MakeDirectories(std::string const &path);
+
 /// Removes the files of `directory` (a path ending in a slash), the raw message "originalmsg" and the
 /// page "msg.html" only when `removeAll`. Links are removed, never followed; of directories only empty ones go.
 void RemoveTempFiles(char const *directory, bool removeAll);

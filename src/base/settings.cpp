@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
-#include <sys/stat.h>
 #define TOML_HEADER_ONLY 1
 #include <toml++/toml.h>
 
@@ -21,12 +20,6 @@ std::string Directory(char const *variable, char const *otherwise) {
         return std::string(base) + "/corvanta/";
     std::optional<std::string> const home = HomeDirectory();
     return home ? *home + otherwise + "/corvanta/" : "";
-}
-
-/// Makes a directory with all above it.
-void MakeDirectories(std::string const &path) {
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))
-        mkdir(path.substr(0, slash).c_str(), 0700);
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/way.h"
+#include "net/tls/tls.h"
+#include "state/certificates.h"
 
 #include <cerrno>
 #include <cstring>
@@ -26,6 +28,7 @@ Settings &ProgramSettings() {
 }
 
 void ChooseWay() {
+    SetAcceptedFingerprint(AcceptedCertificate);
     Settings &settings = ProgramSettings();
     SetClassic(settings.Bool(kClassicKey, HasData()));
     if (settings.Exists() || Classic())

@@ -13,6 +13,7 @@ ROOT = pathlib.Path(sys.argv.pop(1)).resolve() if len(sys.argv) > 1 else pathlib
 MAY_INCLUDE = {
     "base": set(),
     "names": set(),
+    "state": {"base"},
     "mime": {"base"},
     "store": {"base", "mime"},
     "net": {"base"},
@@ -24,9 +25,9 @@ MAY_INCLUDE = {
     "compose": {"base", "mime", "store", "widgets", "names", "message", "net", "profiles", "news"},
     "app": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news"},
     "ui": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
-    "ways": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
+    "ways": {"base", "state", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
 }
-TOOLKIT_FREE = {"base", "mime", "store", "net"}
+TOOLKIT_FREE = {"base", "state", "mime", "store", "net"}
 SOCKET_FREE = {"base", "mime", "store", "widgets", "profiles", "ui"}
 # Unbounded, or silent about what they could not read.
 FORBIDDEN = re.compile(r"(?<![\w.>])(strcpy|strcat|sprintf|vsprintf|atoi|atol|strtok|gets|tmpnam|mktemp)\s*\(|"
