@@ -12,52 +12,6 @@
 
 namespace {
 
-TEST(Quote, LinesBetweenTheMarks) {
-    using namespace std::string_literals;
-    std::string const begin = "<!--msg starts here, Corvanta-->\n", head = "\n\n\n--Original Message:\n>";
-    std::string const x(10239, 'x'); // lines longer than that break
-    for (auto const &[page, quote] : std::initializer_list<std::pair<std::string, std::string>>{
-             {"<HTML>head\n<PRE>\n<!--msg starts here, Corvanta-->lost\none\n\n&lt;two>\r\n"
-              "<!-- skip this line --><IMG SRC=\"x\">\nno line feed<!-- skip this line --><TABLE>\r\rx\ntwo\n"
-              "last <!--msg ends here, Corvanta-->\nnot this\n",
-              "\n>one\n>\n>&lt;two>\r\n>two"},
-             {begin + x + x.substr(10) + "<!-- skip this line -->" + x + "\ntwo\n", "\n>" + x + "\n>two"},
-             {"no mark\nat all\n", ""},
-             {begin + "no end\nno line feed", "\n>no end\n>no line feed"},
-             {begin + "a\nb\0c\nd"s, "\n>a\n>b"},
-             {begin + x + x + "yz\n", "\n>" + x + "\n>" + x + "\n>yz"}})
-        EXPECT_EQ(QuotePage(page), head + quote);
-}
-
-TEST(Quote, Subjects) {
-    for (auto const &[subject, reply] : {std::pair{" Hello", "Re:  Hello"},
-                                         {"Hello", "Re: Hello"},
-                                         {" re: x", "re: x"},
-                                         {"   RE:x", "RE:x"},
-                                         {" Re:", "Re:  Re:"}, // shorter than 4 bytes
-                                         {" Re: ", "Re: "},
-                                         {" Res: x", "Re:  Res: x"},
-                                         {" \tRe: x", "Re:  \tRe: x"},
-                                         {"", "Re: "},
-                                         {"  ", "Re:   "}})
-        EXPECT_EQ(ReplySubject(subject), reply);
-    EXPECT_EQ(ForwardSubject(" Hello"), "Fwd:  Hello");
-    EXPECT_EQ(ForwardSubject(" Fwd: x"), "Fwd:  Fwd: x");
-}
-
-TEST(Quote, Recipients) {
-    EXPECT_EQ(AddRecipients(" Bob <b@x>", " \"A, B\" <me@X.org>, Carol <c@x> ,d@x", "ME@x.org", true),
-              " Bob <b@x>, Carol<c@x>, d@x"); // "A" alone is too short
-
-    EXPECT_EQ(AddRecipients("", " a@x,,;b, c@x;", "", false), "a@x, c@x");
-    EXPECT_EQ(AddRecipients("", "a@x", "", true), ", a@x");
-    EXPECT_EQ(AddRecipients("f", "", "", true), "f");
-    EXPECT_EQ(AddRecipients("", "me, you", "me@example.org", false), "me, you");
-    EXPECT_EQ(AddRecipients("", ("a@x," + std::string(600, 'y') + ",b@x").c_str(), "", false),
-              "a@x, " + std::string(499, 'y') + ", b@x");
-    EXPECT_EQ(AddRecipients("", "Carol &lt;c@x>, me&lt;me@x>", "me@x", false), "Carol<c@x>");
-}
-
 /// The body and encoding that a part is sent on with.
 std::string Forwarded(std::string const &body, char const *encoding) {
     PartHeaders part{};
