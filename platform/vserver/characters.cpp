@@ -1,33 +1,12 @@
 // Characters and entities of a page.
 
-#include "markup.h"
+#include "system/utf8.h"
+#include "vserver/markup.h"
 
 #include <optional>
 
 namespace vserver {
 namespace {
-
-/// The length of the well-formed UTF-8 sequence that `text` starts with (RFC 3629 4), 0 when there is none.
-size_t SequenceLength(std::string_view text) {
-    auto const at = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
-    auto const tail = [&](size_t i) { return (at(i) & 0xC0) == 0x80; };
-    unsigned const first = at(0), second = at(1);
-    if (first < 0x80)
-        return 1;
-    if (first >= 0xC2 && first <= 0xDF)
-        return tail(1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        bool const good =
-            tail(1) && tail(2) && !(first == 0xE0 && second < 0xA0) && !(first == 0xED && second > 0x9F);
-        return good ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        bool const good =
-            tail(1) && tail(2) && tail(3) && !(first == 0xF0 && second < 0x90) && !(first == 0xF4 && second > 0x8F);
-        return good ? 4 : 0;
-    }
-    return 0;
-}
 
 /// The number of bytes at the start of `text` that are ASCII and stay as they are.
 size_t PlainRun(std::string_view text) {
@@ -42,49 +21,21 @@ bool IsUtf8(std::string_view text) {
         text.remove_prefix(PlainRun(text));
         if (text.empty())
             return true;
-        size_t const length = SequenceLength(text);
-        if (length == 0)
+        Utf8Character const character = Utf8At(text);
+        if (!character.valid)
             return false;
-        text.remove_prefix(length);
-    }
-}
-
-void AppendCodePoint(std::string &out, uint32_t point) {
-    auto const put = [&](uint32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (point < 0x80) {
-        put(point);
-    } else if (point < 0x800) {
-        put(0xC0 | point >> 6);
-        put(0x80 | (point & 0x3F));
-    } else if (point < 0x10000) {
-        put(0xE0 | point >> 12);
-        put(0x80 | (point >> 6 & 0x3F));
-        put(0x80 | (point & 0x3F));
-    } else {
-        put(0xF0 | point >> 18);
-        put(0x80 | (point >> 12 & 0x3F));
-        put(0x80 | (point >> 6 & 0x3F));
-        put(0x80 | (point & 0x3F));
+        text.remove_prefix(character.bytes);
     }
 }
 
 /// Whether a character may be shown. Qt's documents use U+FDD0, U+FDD1 and U+FFFC for their own structure.
-bool IsShowable(uint32_t point) {
+bool IsShowable(char32_t point) {
     if (point < 0x20)
         return point == '\t' || point == '\n';
     if (point >= 0xD800 && point <= 0xDFFF)
         return false;
     return point != 0x7F && !(point >= 0xFDD0 && point <= 0xFDEF) && point != 0xFFFC && (point & 0xFFFE) != 0xFFFE &&
            point <= 0x10FFFF;
-}
-
-bool IsShowableSequence(std::string_view sequence) {
-    if (sequence.size() == 1)
-        return IsShowable(static_cast<unsigned char>(sequence[0]));
-    uint32_t point = static_cast<unsigned char>(sequence[0]) & (0x7Fu >> sequence.size());
-    for (char const byte : sequence.substr(1))
-        point = point << 6 | (static_cast<unsigned char>(byte) & 0x3Fu);
-    return IsShowable(point);
 }
 
 struct Entity {
@@ -159,7 +110,7 @@ void AppendEscapedPoint(std::string &html, uint32_t point) {
     if (point < 0x80)
         AppendEscaped(html, static_cast<char>(point));
     else
-        AppendCodePoint(html, point);
+        AppendUtf8(html, point);
 }
 
 } // namespace
@@ -174,16 +125,17 @@ std::string PageText(std::string_view bytes) {
         bytes.remove_prefix(plain);
         if (bytes.empty())
             break;
-        size_t const length = utf8 ? SequenceLength(bytes) : 1;
-        unsigned const first = static_cast<unsigned char>(bytes[0]);
-        if (first == '\r') {
+        Utf8Character const character = Utf8At(bytes);
+        char32_t const code = character.code;
+        size_t const length = utf8 ? character.bytes : 1;
+        if (code == '\r') {
             if (bytes.size() == 1 || bytes[1] != '\n')
                 text.push_back('\n');
-        } else if (first == '\f') {
+        } else if (code == '\f') {
             text.push_back(' ');
-        } else if (!utf8 && first >= 0x80) {
-            AppendCodePoint(text, first);
-        } else if (IsShowableSequence(bytes.substr(0, length))) {
+        } else if (!utf8 && static_cast<unsigned char>(bytes[0]) >= 0x80) {
+            AppendUtf8(text, static_cast<unsigned char>(bytes[0]));
+        } else if (IsShowable(code)) {
             text.append(bytes.substr(0, length));
         }
         bytes.remove_prefix(length);
@@ -229,7 +181,7 @@ std::string DecodeAttribute(std::string_view raw) {
         }
         bool known = false;
         if (entity->point)
-            AppendCodePoint(value, *entity->point);
+            AppendUtf8(value, *entity->point);
         for (auto const &[name, character] : kNames) {
             if (entity->name == name) {
                 value.push_back(character);

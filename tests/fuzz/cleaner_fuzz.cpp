@@ -1,5 +1,5 @@
 // sources: platform/vserver/clean.cpp platform/vserver/clean_budget.cpp platform/vserver/clean_reader.cpp
-// sources: platform/vserver/markup.cpp platform/vserver/characters.cpp
+// sources: platform/vserver/markup.cpp platform/vserver/characters.cpp platform/system/utf8.cpp
 // Whatever comes in, the cleaner's result is small, well nested and names nothing but its own images and frames.
 
 #include "fuzz_input.h"

@@ -25,10 +25,9 @@ TEST(Utf8, CountsWhatAReaderSees) {
     EXPECT_EQ(PtCountChars("\xED\xA0\x80"), 3u);                  // a surrogate
     EXPECT_EQ(PtCountChars("\xF4\x90\x80\x80"), 4u);              // beyond U+10FFFF
     EXPECT_EQ(PtCountChars(std::string_view("\xE2\x82", 2)), 2u); // cut short
-    size_t bytes = 0;
-    EXPECT_EQ(PtCharAt("\xE2\x82\xAC", bytes), char32_t{0x20AC});
-    EXPECT_EQ(bytes, 3u);
-    EXPECT_EQ(PtCharAt("\xFC", bytes), char32_t{0xFC});
+    EXPECT_EQ(Utf8At("\xE2\x82\xAC").code, char32_t{0x20AC});
+    EXPECT_EQ(Utf8At("\xE2\x82\xAC").bytes, 3u);
+    EXPECT_EQ(Utf8At("\xFC").code, char32_t{0xFC});
     EXPECT_EQ(PtCharOffset("a\xC3\xBC\xFC"
                            "b",
                            3),

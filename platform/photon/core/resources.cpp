@@ -3,6 +3,7 @@
 #include "core/display.h"
 #include "core/lock.h"
 #include "core/state.h"
+#include "core/utf8.h"
 
 #include <algorithm>
 #include <climits>
@@ -53,6 +54,8 @@ bool Store(PtWidget_t const &widget, PtResourceDef const &definition, PtValue &v
         return std::exchange(value.scalar, bits) != bits;
     }
     case PtType::String: {
+        if (definition.number == Pt_ARG_TEXT_STRING && PtClassIsA(widget.widget_class, PtMultiText))
+            return SetBytes(value, PtPlainText(TextOf(arg), PtTextLines::Several));
         std::string_view text = TextOf(arg);
         if (definition.number == Pt_ARG_TEXT_STRING)
             text = PtCutToMaxLength(widget, text);

@@ -28,6 +28,12 @@ std::string FirstChars(char const *text, int length) {
     return text ? std::string(text, end) : std::string();
 }
 
+/// The same as the widget can show it.
+std::string Insertable(PtWidget_t const &widget, char const *text, int length) {
+    std::string inserted = FirstChars(text, length);
+    return PtClassIsA(widget.widget_class, PtMultiText) ? PtPlainText(inserted, PtTextLines::Several) : inserted;
+}
+
 /// Replaces the characters of `range` and keeps the count of characters and the cursor in step.
 void Splice(PtWidget_t &widget, PtValue &value, PtTextCallback_t const &range, std::string const &inserted) {
     long const before = CountOf(value);
@@ -58,7 +64,7 @@ int Modify(PtWidget_t &widget, int start, int end, int insert_pos, char const *t
         std::swap(start, end);
     start = std::clamp(start, 0, count);
     end = std::clamp(end, 0, count);
-    std::string inserted = FirstChars(text, length);
+    std::string inserted = Insertable(widget, text, length);
     int const cursor = static_cast<int>(PtValueOf(widget, Pt_ARG_CURSOR_POSITION)->scalar);
     int added = static_cast<int>(PtCountChars(inserted));
     PtTextCallback_t change{start, end, cursor, start + added, added, 0, inserted.data(), 1};
@@ -67,7 +73,7 @@ int Modify(PtWidget_t &widget, int start, int end, int insert_pos, char const *t
         return 0;
     change.start_pos = start; // the place stands; a callback changes what is put there
     change.end_pos = end;
-    inserted = FirstChars(change.text, change.length);
+    inserted = Insertable(widget, change.text, change.length);
     long const room = PtValueOf(widget, Pt_ARG_MAX_LENGTH)->scalar - (CountOf(value) - (end - start));
     inserted.resize(PtCharOffset(inserted, static_cast<size_t>(std::max(room, 0L))));
     if (start == end && inserted.empty())

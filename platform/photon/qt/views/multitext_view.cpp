@@ -1,5 +1,6 @@
-// Several lines of text.
+// Several lines of text: after each change the editor and the stored text are the same characters.
 
+#include "core/utf8.h"
 #include "qt/views/label.h"
 #include "qt/views/text_codec.h"
 #include "qt/views/text_edit.h"
@@ -23,7 +24,7 @@ class MultiTextView final : public View {
         connect(editor, &QPlainTextEdit::textChanged, this, &MultiTextView::Edited);
         connect(editor, &QPlainTextEdit::cursorPositionChanged, this, [this] {
             if (this->widget() && !putting_)
-                PtStoreScalar(*this->widget(), Pt_ARG_CURSOR_POSITION, Character(editor_->textCursor().position()));
+                StoreCursor();
         });
     }
 
@@ -61,45 +62,90 @@ class MultiTextView final : public View {
         return CharacterAt(StoredText(*widget(), Pt_ARG_TEXT_STRING), TextShape::Lines, units);
     }
 
+    QString Raw() const { return LineEnds(editor_->document()->toRawText()); }
+
+    /// Every end of a line is one character; Qt has one for paragraphs and one inside them.
+    static QString LineEnds(QString text) { return text.replace(QChar::ParagraphSeparator, QLatin1Char('\n')); }
+
     void Put(QString const &text) {
-        if (text == editor_->toPlainText())
+        if (text == Raw())
             return;
         putting_ = true;
         editor_->setPlainText(text);
         putting_ = false;
     }
 
-    QString Inserted(Change const &change) {
-        int const last = editor_->document()->characterCount() - 1;
+    /// Whole characters: a change may have split a pair of units.
+    void Widen(Change &change) const {
+        QTextDocument const &document = *editor_->document();
+        int const last = document.characterCount() - 1; // the document's own end is no part of the text
+        change.at = std::min(change.at, last);
+        change.added = std::min(change.added, last - change.at);
+        if (change.at > 0 && document.characterAt(change.at - 1).isHighSurrogate()) {
+            change.at--;
+            change.removed++;
+            change.added++;
+        }
+        if (document.characterAt(change.at + change.added).isLowSurrogate()) {
+            change.removed++;
+            change.added++;
+        }
+    }
+
+    QTextCursor Selection(Change const &change) const {
         QTextCursor cursor(editor_->document());
-        cursor.setPosition(std::min(change.at, last));
-        cursor.setPosition(std::min(change.at + change.added, last), QTextCursor::KeepAnchor);
-        return cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
+        cursor.setPosition(change.at);
+        cursor.setPosition(change.at + change.added, QTextCursor::KeepAnchor);
+        return cursor;
+    }
+
+    /// Puts another text in the place of what the user has inserted. Both are one step to undo.
+    void Replace(Change const &change, QString const &text) {
+        putting_ = true;
+        QTextCursor own = editor_->textCursor();
+        int const inside = change.at + change.added - own.position(); // places before the end of what is replaced
+        QTextCursor cursor = Selection(change);
+        cursor.joinPreviousEditBlock();
+        cursor.insertText(text);
+        cursor.endEditBlock();
+        if (inside > 0 && inside <= change.added) {
+            own.setPosition(std::max(change.at, cursor.position() - inside));
+            editor_->setTextCursor(own);
+        }
+        putting_ = false;
+        StoreCursor();
+    }
+
+    void StoreCursor() {
+        PtStoreScalar(*widget(), Pt_ARG_CURSOR_POSITION, Character(editor_->textCursor().position()));
     }
 
     void Edited() {
-        Change const change = std::exchange(change_, {});
+        Change change = std::exchange(change_, {});
         if (putting_ || !widget() || (change.removed == 0 && change.added == 0))
             return;
+        Widen(change);
         std::string const &stored = StoredText(*widget(), Pt_ARG_TEXT_STRING);
         int const start = Character(change.at), end = Character(change.at + change.removed);
-        QString const inserted = Inserted(change);
+        QString const inserted = LineEnds(Selection(change).selectedText());
         std::string_view const rest = std::string_view(stored).substr(FirstCharacters(stored, start).size());
-        if (ShownText(FirstCharacters(rest, end - start), TextShape::Lines) == inserted)
+        QString const replaced = ShownText(FirstCharacters(rest, end - start), TextShape::Lines);
+        if (replaced == inserted)
             return; // only its look has changed
         std::string text;
         bool const accepted = VerifyEdit(
-            {start, end, start, inserted.toStdString()},
+            {start, end, start, PtPlainText(inserted.toStdString(), PtTextLines::Several)},
             [this](PtTextCallback_t &data) { Call(Pt_CB_MODIFY_VERIFY, 0, &data); }, text);
         if (!widget())
             return;
-        if (accepted)
-            PtStoreString(*widget(), Pt_ARG_TEXT_STRING,
-                          ReplaceCharacters(StoredText(*widget(), Pt_ARG_TEXT_STRING), start, end, text));
-        if (!accepted || text != inserted.toStdString())
-            Put(ShownText(StoredText(*widget(), Pt_ARG_TEXT_STRING), TextShape::Lines));
         if (!accepted)
-            return;
+            return Replace(change, replaced);
+        text = PtPlainText(text, PtTextLines::Several);
+        PtStoreString(*widget(), Pt_ARG_TEXT_STRING,
+                      ReplaceCharacters(StoredText(*widget(), Pt_ARG_TEXT_STRING), start, end, text));
+        if (QString const kept = ShownText(text, TextShape::Lines); kept != inserted)
+            Replace(change, kept);
+        StoreCursor();
         PtTextCallback_t done{start, end,         start, start + CountCharacters(text), CountCharacters(text),
                               0,     text.data(), 1};
         Call(Pt_CB_MODIFY_NOTIFY, 0, &done);

@@ -6,12 +6,9 @@
 
 namespace {
 
-bool IsControl(char32_t code) {
-    return code < 0x20 || (code >= 0x7F && code < 0xA0) || code == 0x2028 || code == 0x2029;
-}
-
 /// What is shown for a character; 0 for nothing. Text editors take a few codes for paragraph ends of their own.
-char32_t Shown(char32_t code, std::string_view rest, TextShape shape) {
+char32_t Shown(Utf8Character const &character, std::string_view rest, TextShape shape) {
+    char32_t const code = character.code;
     if (shape == TextShape::Lines) {
         if (code == '\r')
             return rest.starts_with('\n') ? 0 : '\n';
@@ -20,18 +17,17 @@ char32_t Shown(char32_t code, std::string_view rest, TextShape shape) {
         if (code == 0xFDD0 || code == 0xFDD1)
             return 0xFFFD;
     }
-    if (!IsControl(code))
-        return code;
+    if (!PtIsControl(character))
+        return PtShownChar(character);
     return shape == TextShape::Row ? U' ' : 0;
 }
 
 /// Calls `step(code shown or 0)` for each character until it answers false.
 template <class Step> void Walk(std::string_view bytes, TextShape shape, Step step) {
     while (!bytes.empty()) {
-        size_t length = 0;
-        char32_t const code = PtCharAt(bytes, length);
-        bytes.remove_prefix(length);
-        if (!step(Shown(code, bytes, shape)))
+        Utf8Character const character = Utf8At(bytes);
+        bytes.remove_prefix(character.bytes);
+        if (!step(Shown(character, bytes, shape)))
             return;
     }
 }
@@ -95,7 +91,7 @@ std::string ReplaceCharacters(std::string_view bytes, int start, int end, std::s
     size_t const from = BytesOf(bytes, start);
     size_t const to = from + BytesOf(bytes.substr(from), std::max(0, end - start));
     std::string result(bytes.substr(0, from));
-    result += inserted;
-    result += bytes.substr(to);
+    PtAppendText(result, inserted);
+    PtAppendText(result, bytes.substr(to));
     return result;
 }

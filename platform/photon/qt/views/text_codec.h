@@ -1,6 +1,6 @@
 #pragma once
 // Bytes to shown text and back. Text is UTF-8; a byte that is not part of valid UTF-8 counts as one character and is
-// shown as Latin-1, so that any bytes can be shown and are kept unless the user edits them.
+// shown as in Windows-1252, so that any bytes can be shown and are kept unless the user edits them.
 
 #include <QString>
 
@@ -29,5 +29,5 @@ int UnitsAt(std::string_view bytes, TextShape shape, int character);
 std::string_view FirstCharacters(std::string_view bytes, int count);
 int CountCharacters(std::string_view bytes);
 
-/// `bytes` with the characters from `start` to `end` replaced.
+/// `bytes` with the characters from `start` to `end` replaced; all others stay the characters that they were.
 std::string ReplaceCharacters(std::string_view bytes, int start, int end, std::string_view inserted);

@@ -1,6 +1,7 @@
 // One line of text. Qt has no hook before a change: the field makes it, and what the verify callbacks leave of it is
 // put in its place before anything is painted. So typing, pasting, dropping, input methods and undo are all one road.
 
+#include "core/utf8.h"
 #include "qt/views/label.h"
 #include "qt/views/text_codec.h"
 #include "qt/views/text_edit.h"
@@ -24,6 +25,23 @@ bool Explains(Replacement const &change, QString const &before, QString const &a
            before.mid(change.end) == after.mid(change.start + change.inserted);
 }
 
+/// The same without splitting a pair of units.
+Replacement WholeCharacters(Replacement change, QString const &before) {
+    auto const inside = [&before](qsizetype place) {
+        return place > 0 && place < before.size() && before[place].isLowSurrogate() &&
+               before[place - 1].isHighSurrogate();
+    };
+    if (inside(change.start)) {
+        change.start--;
+        change.inserted++;
+    }
+    if (inside(change.end)) {
+        change.end++;
+        change.inserted++;
+    }
+    return change;
+}
+
 /// What was replaced between two states of a field. Selection and cursor decide where equal characters leave it open.
 Replacement FindReplacement(QString const &before, QString const &after, int selected, int selected_end, int cursor,
                             int cursor_after) {
@@ -38,7 +56,7 @@ Replacement FindReplacement(QString const &before, QString const &after, int sel
     else
         change = {cursor, cursor - grown, 0};
     if (Explains(change, before, after))
-        return change;
+        return WholeCharacters(change, before);
     qsizetype const shorter = std::min(before.size(), after.size());
     qsizetype same = 0;
     while (same < shorter && before[same] == after[same])
@@ -46,7 +64,7 @@ Replacement FindReplacement(QString const &before, QString const &after, int sel
     qsizetype tail = 0;
     while (tail < shorter - same && before[before.size() - 1 - tail] == after[after.size() - 1 - tail])
         tail++;
-    return {same, before.size() - tail, after.size() - tail - same};
+    return WholeCharacters({same, before.size() - tail, after.size() - tail - same}, before);
 }
 
 class TextView final : public View {
@@ -141,13 +159,16 @@ class TextView final : public View {
             return;
         if (!accepted)
             return Restore();
-        // The callbacks have seen the line breaks and TABs of a paste; what they leave of them has no place here.
-        text = ShownText(text, TextShape::Line).toStdString();
-        std::string result = ReplaceCharacters(StoredText(*widget(), Pt_ARG_TEXT_STRING), edit.start, edit.end, text);
+        // The callbacks have seen the line breaks and TABs of a paste; what they leave of them has no place here. Nor
+        // has a control character that the program put there: what was not seen is not kept once the text is edited.
+        text = PtPlainText(text, PtTextLines::One);
+        std::string const result =
+            PtPlainText(ReplaceCharacters(StoredText(*widget(), Pt_ARG_TEXT_STRING), edit.start, edit.end, text),
+                        PtTextLines::One);
         QString const shown = ShownText(result, TextShape::Line);
-        PtStoreString(*widget(), Pt_ARG_TEXT_STRING, std::move(result));
-        bool const as_typed = shown == now;
-        Put(shown, as_typed ? -1 : static_cast<int>(change.start + QString::fromStdString(text).size()));
+        PtStoreString(*widget(), Pt_ARG_TEXT_STRING, result);
+        auto const cursor = field_->cursorPosition();
+        Put(shown, static_cast<int>(cursor < change.start ? cursor : cursor + shown.size() - now.size()));
         PtTextCallback_t done{
             edit.start,  edit.end, edit.cursor, edit.start + CountCharacters(text), CountCharacters(text), 0,
             text.data(), 1};
