@@ -37,7 +37,7 @@ void TellMissing(Making const &making) {
     ShowError(making.state.window, "Error", text.c_str());
 }
 
-/// False when the window is gone.
+/// False when the window was closed.
 bool MakeOne(Making &making, PartToMake const &wanted) {
     PartHeaders *const part = wanted.make();
     ToolkitGuard const guard;

@@ -15,6 +15,6 @@ struct PartToMake {
 };
 
 /// Makes the parts one after another on a thread of their own and appends each to the list. Meanwhile the window
-/// lives, only Send and Attach are blocked: a message must not go without what is still on its way. Parts that could
-/// not be had are named in an alert. Under the library lock.
+/// can be used, only Send and Attach are blocked: a message must not be sent without what is still being read. Parts
+/// that could not be had are named in an alert. Under the library lock.
 void AddPartsInBackground(ComposeState &state, std::vector<PartToMake> parts);

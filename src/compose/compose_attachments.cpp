@@ -91,7 +91,7 @@ int OnOpenAttachedFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
-/// The menu is made at its first use and goes with the window.
+/// The menu is made at its first use and destroyed with the window.
 PtWidget_t *MenuOf(ComposeState &state) {
     if (state.attachmentMenu)
         return state.attachmentMenu;
@@ -139,7 +139,7 @@ int OnAttachFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     PtFileSelectionInfo_t info{};
     PtFileSelection(state.window, nullptr, "Attachment...", home.empty() ? "/" : home.c_str(), "*", "Attach",
                     "Cancel", nullptr, &info, 0);
-    // The window may have gone while the question was open.
+    // The window may have been closed while the dialog was open.
     if (info.ret == Pt_FSDIALOG_BTN1 && info.path[0] && state.window && !state.sending)
         AttachPath(state, info.path);
     return Pt_CONTINUE;

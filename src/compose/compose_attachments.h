@@ -7,7 +7,7 @@
 #include "mime/headers.h"
 
 /// Appends a part, whose body is encoded, to the list under `label`; the list owns it from then on. False, with the
-/// part freed, when the window is gone or memory is out.
+/// part freed, when the window was closed or memory is out.
 bool AddAttachedPart(ComposeState &state, char const *label, PartHeaders *part);
 
 /// Frees the parts and items of the list.

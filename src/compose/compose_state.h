@@ -11,7 +11,7 @@
 enum ComposeKind { kComposeMail = 1, kComposeReply = 2, kComposeNews = 3 };
 
 /// The state lives as long as its window or a sending thread holds it (RetainCompose, ReleaseCompose). The widget
-/// pointers are read and written under the library lock, and are null once the window is gone.
+/// pointers are read and written under the library lock, and are null once the window was closed.
 struct ComposeState {
     PtWidget_t *window = nullptr;
     PtWidget_t *sendButton = nullptr;
@@ -29,7 +29,7 @@ struct ComposeState {
     PtWidget_t *toBookButton = nullptr, *ccBookButton = nullptr;
     std::string references; ///< of the article that is replied to
     ComposeKind kind = kComposeMail;
-    bool sent = false; ///< the text went out: closing the window asks nothing
+    bool sent = false; ///< the text was sent: closing the window asks nothing
 
     std::atomic<bool> cancelled = false; ///< set by CancelSending; the sending thread looks at it during every wait
     std::atomic<bool> sending = false;   ///< a thread is at work

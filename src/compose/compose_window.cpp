@@ -141,7 +141,7 @@ bool FillChooser(PtWidget_t *chooser, ComposeKind kind) {
 int OnCancel(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     auto *const state = static_cast<ComposeState *>(data);
     ComposeHold const hold(state);
-    // Stopping what is on its way is an answer already.
+    // Stopping what is being sent is an answer already.
     if (!state->sending) {
         CloseComposeWindow(*state);
     } else {
@@ -174,7 +174,7 @@ int OnCcBook(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
-/// The window goes, and what it owns with it; the state stays while its thread holds it.
+/// The window was closed: what it owns is freed. The state stays while its thread holds it.
 int OnWindowGone(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     auto *const state = static_cast<ComposeState *>(data);
     if (!state->window)
@@ -301,7 +301,7 @@ void CloseComposeWindow(ComposeState &state) {
         return;
     if (state.sending)
         CancelSending(state);
-    if (state.window) // it may have been sent and closed behind the question
+    if (state.window) // it may have been sent and closed while the question was open
         PtDestroyWidget(state.window);
 }
 

@@ -16,7 +16,7 @@ bool HasProfileFor(ComposeKind kind);
 /// belongs to the window. Null after an alert when there is no profile or no memory. GUI thread, library lock held.
 ComposeState *CreateComposeWindow(ComposeKind kind);
 
-/// Sets the title, shows the window and puts the cursor where writing begins.
+/// Sets the title, shows the window and puts the cursor where the user writes first.
 void ShowComposeWindow(ComposeState &state, char const *title);
 
 /// The profile chosen in the window, null when it is not there any more. Valid until the profile tree changes.
@@ -25,5 +25,5 @@ ServerAccount *ChosenAccount(ComposeState const &state);
 /// Closes the window; with a text that was not sent it asks first. A sending thread is cancelled.
 void CloseComposeWindow(ComposeState &state);
 
-/// btnCompose: an empty window; one for news begins with the open group.
+/// btnCompose: an empty window; in one for news the open group is filled in.
 int OnCompose(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

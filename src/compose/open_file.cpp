@@ -47,7 +47,7 @@ Fd NewScratchFile(PartHeaders const &part, std::string &path) {
     }
 }
 
-/// Takes leave of openers that have ended since the last one was started.
+/// Reaps the openers that have ended since the last one was started.
 void Reap(std::vector<int> &children) {
     std::erase_if(children, [](int child) { return waitpid(child, nullptr, WNOHANG) != 0; });
 }
@@ -68,7 +68,7 @@ bool OpenPart(PartHeaders const &part) {
         return false;
     }
     Reap(children);
-    // The path begins with a slash, so it is never taken for an option.
+    // The path starts with a slash, so it is never taken for an option.
     int const child = spawnl(P_NOWAIT, opener.c_str(), "xdg-open", path.c_str(), nullptr);
     if (child > 0)
         children.push_back(child);

@@ -16,7 +16,7 @@ constexpr int kRecipientWidth = 500;
 constexpr std::string_view kNotQuoted =
     "[The message is longer than what is quoted here: its source shows all of it.]";
 
-/// The list behind its next separator; null at its end.
+/// The list after its next separator; null at its end.
 char const *NextEntry(char const *list) {
     list += strcspn(list, ",;");
     return *list ? list + 1 : nullptr;
@@ -42,6 +42,7 @@ std::string QuotePage(std::string_view page) {
     page = page.substr(0, page.find('\0'));
     std::string_view const start = kMessageStartMark, end = kMessageEndMark;
     std::string quote = "\n\n\n--Original Message:\n>";
+    // kept: what stands in the start mark's line, the first one of a multipart text, is not quoted.
     while (!page.empty() && TakeLine(page, kQuotedLineWidth).find(start) == page.npos) {
     }
     quote.reserve(std::min(quote.size() + page.size() + page.size() / 16, kTextPartBytes + kQuotedLineWidth));
@@ -63,6 +64,7 @@ std::string QuotePage(std::string_view page) {
     return quote;
 }
 
+// kept: a subject's leading blank, which stands after the colon of its field, comes after "Re: " as well.
 std::string ReplySubject(std::string_view subject) {
     std::string_view const trimmed = subject.substr(std::min(subject.find_first_not_of(' '), subject.size()));
     if (trimmed.size() >= 4 && StartsWithNoCase(trimmed, "re:"))

@@ -9,7 +9,7 @@
 std::string UnfoldedField(std::string_view message, std::string_view name);
 
 /// The References of a reply to the article: its own, then its Message-ID, separated by blanks. When the field would
-/// be longer than the 998 bytes that a line may have, identifiers behind the first one are left out, the oldest first
+/// be longer than the 998 bytes that a line may have, identifiers after the first one are left out, the oldest first
 /// (RFC 5537 3.4.4). Longer than 250 bytes is no identifier (RFC 5536 3.1.3).
 std::string ReplyReferences(std::string_view article);
 

@@ -43,7 +43,7 @@ void FillGroups(ComposeState &state, std::string const &article) {
     state.references = ReplyReferences(article);
 }
 
-/// The answer to the author of an article goes to no one else.
+/// The answer to the author of an article is for the author only.
 void FillAuthor(ComposeState &state, std::string const &article) {
     std::string const replyTo = UnfoldedField(article, "Reply-To");
     SetWidgetText(state.toField, (replyTo.empty() ? UnfoldedField(article, "From") : replyTo).c_str());

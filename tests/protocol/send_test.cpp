@@ -128,7 +128,7 @@ TEST_F(SendTest, WithNobodyToSendToNothingHappens) {
         ASSERT_TRUE(SendNow());
         EXPECT_EQ(shownAlerts,
                   Strings{news ? "Error|There is no group in the Group field that the message could be posted to"
-                               : "Error|There is nobody in the To field that the message could be sent to"});
+                               : "Error|There is no recipient in the To field that the message could be sent to"});
         EXPECT_FALSE(WindowGone());
         CloseWindow();
     }

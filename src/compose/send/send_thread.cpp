@@ -4,16 +4,14 @@
 #include "compose/send/send_window.h"
 #include "widgets/toolkit.h"
 
-#include <chrono>
 #include <memory>
-#include <thread>
 
 namespace {
 
 /// An earlier thread of the window, cancelled by now, ends first.
 void WaitForTurn(ComposeState &state) {
     while (state.sending.exchange(true))
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        state.sending.wait(true);
     ToolkitGuard const guard;
     // Without a window the cancel was meant for this thread too.
     if (state.window)
@@ -58,6 +56,7 @@ int OnSend(PtWidget_t *, void *data, PtCallbackInfo_t *) {
             WaitForTurn(*state);
         SendEmailThread(state);
         state->sending = false;
+        state->sending.notify_one();
     };
     if (StartDetached(run))
         return Pt_CONTINUE;

@@ -1,6 +1,6 @@
 #pragma once
 // What the sending thread reads from its compose window and shows there. All calls take the library lock themselves
-// and do nothing for a window that is gone.
+// and do nothing for a window that was closed.
 
 #include "compose/compose_state.h"
 #include "compose/send/send.h"
@@ -9,14 +9,15 @@
 #include <utility>
 #include <vector>
 
-/// Reads the fields; the attachments are AttachmentLoan's. False when the window is gone.
+/// Reads the fields; the attachments are AttachmentLoan's. False when the window was closed.
 bool ReadDraft(ComposeState &state, Draft &draft);
 
-/// The attachments, taken out of their items while they are sent: the window may go meanwhile, and its items with it.
+/// The attachments, taken out of their items while they are sent: the window may be closed meanwhile, which frees its
+/// items.
 class AttachmentLoan {
   public:
     explicit AttachmentLoan(ComposeState &state);
-    /// Gives each part back to its item; a part whose item is gone is freed.
+    /// Gives each part back to its item; a part whose item was removed is freed.
     ~AttachmentLoan();
     AttachmentLoan(AttachmentLoan const &) = delete;
     AttachmentLoan &operator=(AttachmentLoan const &) = delete;

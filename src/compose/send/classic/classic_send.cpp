@@ -11,7 +11,7 @@ Outcome ClassicCheck(Draft const &draft) {
         return Failed("");
     if (draft.article ? GroupList(draft.to).empty() : RecipientsOf(FieldValue(draft.to)).empty())
         return Failed(draft.article ? "There is no group in the Group field that the message could be posted to"
-                                    : "There is nobody in the To field that the message could be sent to");
+                                    : "There is no recipient in the To field that the message could be sent to");
     if (!IsPlainName(draft.profile))
         return Failed(draft.article ? "Please select a newsgroup profile" : "Please select an email profile");
     return {};

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Where the texts of articles go whose window closed without them being posted.
+/// The texts of articles whose window closed without them being posted.
 constexpr char kUnsentFile[] = "unsent";
 
 } // namespace
@@ -59,7 +59,7 @@ void NewsDelivery::Finish(SendResult &result) {
     if (!mayNotPost_ || IsStopped())
         return;
     std::string const path = FolderDirectory("news", draft_.profile) + kUnsentFile;
-    // Nobody waits for a FIFO's reader.
+    // A FIFO's reader is not waited for.
     Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     result.textIsSafe = AppendTo(file.Get()) && file.Reset();
     result.status = result.textIsSafe ? "The article was not posted, its text is in " + path

@@ -10,7 +10,8 @@ namespace {
 constexpr size_t kWrapColumn = 71;
 constexpr size_t kChunk = 10240;
 
-/// The text on its way out, with the column that the next byte goes to.
+/// Wraps the text as it is written.
+// kept: at the first blank from column 71 on, quotes too, and the blank stays at the end of the line.
 class Wrapper {
   public:
     Wrapper(MessageSink &sink, std::string_view text, std::function<void(int)> const &progress)
@@ -86,6 +87,7 @@ std::string FieldValue(std::string_view text) {
     return value;
 }
 
+// kept: the form of ctime, not that of RFC 5322.
 std::string DateText(time_t when) {
     char text[64] = "";
     return ctime_r(&when, text) ? FieldValue(text) : std::string();
@@ -105,7 +107,8 @@ void WriteMessageHeaders(OutgoingMessage const &message, MessageSink &sink) {
 
 void WriteMessageBody(OutgoingMessage const &message, MessageSink &sink, std::function<void(int)> const &progress) {
     std::string_view const boundary = message.boundary;
-    // Earlier versions ended one of these lines in a bare LF and put a blank behind the last; their readers know.
+    // kept: one of these lines ends in a bare LF, a blank follows the last one, and the delimiters have no "--". What
+    // earlier versions filed has this form, and whoever reads one must read the other.
     if (!message.parts.empty())
         PutAll(sink, {"MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"", boundary, "\"\r\n\r\n",
                       boundary, "\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n "});

@@ -31,11 +31,11 @@ std::string DateText(time_t when);
 /// The delimiter of a message's parts: "----Corvanta-<process>:<seconds>".
 std::string BoundaryText(time_t when);
 
-/// Writes the header fields, each ended by CR LF; a CC field only when there is a Cc text. The empty line behind them
+/// Writes the header fields, each ended by CR LF; a CC field only when there is a Cc text. The empty line after them
 /// comes with the body.
 void WriteMessageHeaders(OutgoingMessage const &message, MessageSink &sink);
 
-/// Writes all behind the header fields: the MIME header when there are attachments, "\n\n", the text wrapped at the
-/// first blank from column 71 on, the signature, the attachments. A delimiter line is the boundary itself, and none
-/// closes the last part. `progress` is told how far the text is: 10 to 100.
+/// Writes all that follows the header fields: the MIME header when there are attachments, "\n\n", the text wrapped at
+/// the first blank from column 71 on, the signature, the attachments. A delimiter line is the boundary itself, and
+/// none closes the last part. `progress` is told how far the text is: 10 to 100.
 void WriteMessageBody(OutgoingMessage const &message, MessageSink &sink, std::function<void(int)> const &progress);
