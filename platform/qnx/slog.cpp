@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t kLongestLine = 1000;
+constexpr size_t kLongestText = 10'500; ///< a refusal is logged with 10,239 bytes of what the server said
 
 /// The system logger's word for a severity: 6 and 7 are both debugging.
 int Priority(int severity) {
@@ -19,7 +19,7 @@ int Priority(int severity) {
 std::string Escaped(char const *text) {
     std::string line;
     int escape = 0; // bytes still to be escaped
-    for (; *text && line.size() < kLongestLine; text++) {
+    for (; *text; text++) {
         auto const byte = static_cast<unsigned char>(*text);
         if (byte == '\n' && !text[1])
             break; // a closing line end says nothing
@@ -36,15 +36,13 @@ std::string Escaped(char const *text) {
             line += *text;
         }
     }
-    if (line.size() > kLongestLine)
-        line.resize(kLongestLine);
     return line;
 }
 
 } // namespace
 
 int vslogf(int code, int severity, char const *format, va_list arguments) {
-    char text[kLongestLine + 1];
+    char text[kLongestText + 1];
     if (vsnprintf(text, sizeof text, format, arguments) < 0)
         return -1;
     std::string const line = Escaped(text);

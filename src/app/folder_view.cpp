@@ -9,6 +9,7 @@
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
+#include "store/convert.h"
 #include "store/folder.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"

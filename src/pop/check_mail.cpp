@@ -25,7 +25,6 @@
 
 namespace {
 
-constexpr int kRowTextWidth = 8192;
 /// A server that claims a mailbox and then has no message for so many numbers in a row is not asked on.
 constexpr int kMostMissing = 1000;
 
@@ -74,7 +73,7 @@ int64_t NewMessages(Session const &session) { return int64_t{session.count} - se
 
 /// Adds the row of one message, unless the window or the profile has gone meanwhile.
 void AddRow(Session &session, char const *text, HeaderOrigin origin, int32_t number) {
-    char row[kRowTextWidth];
+    char row[kRowWidth + 1]; // shown as it is stored
     FormatHeaderRow(text, row, sizeof row);
     ToolkitGuard const guard;
     if (!session.list || ABW_treeMessageHeaders != session.list || currentProfile.Get() != &session.profile)
@@ -83,7 +82,7 @@ void AddRow(Session &session, char const *text, HeaderOrigin origin, int32_t num
     // delete, somebody else's message.
     if (origin == kStored && strcmp(currentFolder, kInbox) != 0)
         return;
-    if (AddHeaderRow(row, sizeof row, origin, number, session.list, lastHeaderItem))
+    if (AddHeaderRow(row, kRowWidth, origin, number, session.list, lastHeaderItem))
         session.rows++;
 }
 

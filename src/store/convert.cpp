@@ -1,9 +1,11 @@
-#include "store/index_file.h"
+#include "store/convert.h"
 
+#include "base/log.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "mime/block_writer.h"
-#include "mime/headers.h"
+#include "store/index_file.h"
+#include "store/message_row.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -17,40 +19,51 @@
 
 namespace {
 
-constexpr size_t kRowText = 5000; ///< what a row is made from, and a terminator
 constexpr long kOldHeaderSize = 4;
 constexpr size_t kOldNumbers = 4096; ///< numbers of the old index read at a time
 
-/// Calls `visit` for every whole number of an old index. Returns false on a read error.
+Fd OpenOld(std::string_view path) {
+    return Fd(open(InFolder(path, "index").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+}
+
+/// Calls `visit` for every number of an old index until it returns false. Returns false on a read error.
 template <class Visit> bool ForEachOldNumber(int old, Visit visit) {
     uint32_t numbers[kOldNumbers];
     if (lseek(old, kOldHeaderSize, SEEK_SET) < 0)
         return false;
     for (;;) {
+        // kept: a last number of less than four bytes counts; the missing ones are zero
+        memset(numbers, 0, sizeof numbers);
         long const got = ReadAll(old, reinterpret_cast<char *>(numbers), sizeof numbers);
         if (got < 0)
             return false;
-        for (size_t i = 0; i < static_cast<size_t>(got) / sizeof *numbers; i++)
-            visit(static_cast<int32_t>(le32toh(numbers[i])));
+        size_t const count = (static_cast<size_t>(got) + sizeof *numbers - 1) / sizeof *numbers;
+        for (size_t i = 0; i < count; i++)
+            if (!visit(static_cast<int32_t>(le32toh(numbers[i]))))
+                return true;
         if (got < static_cast<long>(sizeof numbers))
             return true;
     }
 }
 
-/// Fills the new index: the records of the messages that are there, then the header that knows the highest number.
+/// The number that a conversion stores as the one handed out last. kept: one more than the highest, and 1 without any
+int32_t LastNumberAfter(int32_t highest) {
+    return highest < std::numeric_limits<int32_t>::max() ? highest + 1 : highest;
+}
+
+/// Fills the new index: the records of the messages that are there, then the number that follows.
 bool WriteConverted(std::string_view path, int old, int made) {
+    if (!WriteIndexHeader(made) || lseek(made, kIndexHeaderSize, SEEK_SET) < 0)
+        return false;
     BlockWriter out(made);
-    IndexHeader const empty = MakeIndexHeader(0);
-    out.Put({reinterpret_cast<char const *>(empty.bytes), sizeof empty.bytes});
     int32_t highest = 0;
     bool const read = ForEachOldNumber(old, [&](int32_t number) {
         highest = std::max(highest, number);
-        if (IndexRecord record; number > 0 && RecordOfMessage(path, number, record))
+        if (IndexRecord record; RecordOfMessage(path, number, record))
             out.Put({reinterpret_cast<char const *>(&record), sizeof record});
+        return true;
     });
-    int32_t const last = highest < std::numeric_limits<int32_t>::max() ? highest + 1 : highest;
-    IndexHeader const header = MakeIndexHeader(last);
-    return out.Flush() && read && WriteAt(made, &header, sizeof header, 0) && fsync(made) == 0;
+    return out.Flush() && read && WriteLastNumber(made, LastNumberAfter(highest)) && fsync(made) == 0;
 }
 
 /// Gives the new index its name unless another process was first. Returns false when it has not got it.
@@ -64,42 +77,8 @@ bool PutInPlace(std::string const &made, std::string const &index) {
 
 } // namespace
 
-bool ReadMessageBegin(std::string const &file, char *text, size_t size) {
-    text[0] = 0;
-    Fd const message(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-    struct stat status;
-    if (!message.Valid() || fstat(message.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    long const got = ReadAll(message.Get(), text, size - 1);
-    text[std::max(got, 0L)] = 0;
-    return got >= 0;
-}
-
-bool RecordOfMessage(std::string_view path, int32_t number, IndexRecord &record) {
-    char text[kRowText];
-    std::string const file = MessagePath(path, number);
-    // A message that cannot be read now is still there: it keeps its place in the list, with an empty row.
-    struct stat status;
-    bool const read = ReadMessageBegin(file, text, sizeof text);
-    if (!read && (lstat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)))
-        return false;
-    char row[kRowWidth + 1] = "";
-    if (read)
-        FormatHeaderRow(text, row, sizeof row);
-    record = MakeRecord(number, 0, row);
-    return true;
-}
-
-char const *ReadMessageRow(char const *profile, char const *folder, int32_t number, char *row) {
-    char text[kRowText];
-    if (!IsPlainName(profile) || !IsPlainName(folder) ||
-        !ReadMessageBegin(MessagePath(FolderDirectory(profile, folder), number), text, sizeof text))
-        return "";
-    return FormatHeaderRow(text, row, kRowWidth);
-}
-
 int ConvertIndexAt(std::string_view path) {
-    Fd const old(open(InFolder(path, "index").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    Fd const old = OpenOld(path);
     // Two conversions at once would write the same new file.
     if (!old.Valid() || !LockExclusive(old.Get()))
         return -1;
@@ -111,14 +90,33 @@ int ConvertIndexAt(std::string_view path) {
     Fd const file(open(made.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!file.Valid())
         return -1;
+    // kept: the old index stays, so that an earlier version still finds its messages
     if (WriteConverted(path, old.Get(), file.Get()) && PutInPlace(made, index))
         return 0;
+    int const error = errno;
     unlink(made.c_str());
-    return access(index.c_str(), F_OK) == 0 ? 0 : -1;
+    if (access(index.c_str(), F_OK) == 0)
+        return 0;
+    LogError("The index of %s cannot be converted: %s", std::string(path).c_str(), strerror(error));
+    return -1;
 }
 
 int ConvertFolderIndex(char const *profile, char const *folder) {
     if (!IsPlainName(profile) || !IsPlainName(folder))
         return -1;
     return ConvertIndexAt(FolderDirectory(profile, folder));
+}
+
+bool IsFreshConversion(std::string_view path, IndexState const &state) {
+    Fd const old = OpenOld(path);
+    int32_t highest = 0;
+    long records = 0;
+    bool const read = old.Valid() && ForEachOldNumber(old.Get(), [&](int32_t number) {
+                          struct stat status;
+                          highest = std::max(highest, number);
+                          records += stat(MessagePath(path, number).c_str(), &status) == 0 ? 1 : 0;
+                          return true;
+                      });
+    // A message deleted since leaves its record.
+    return read && state.lastNumber == LastNumberAfter(highest) && state.records >= records;
 }

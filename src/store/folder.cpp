@@ -1,9 +1,12 @@
 #include "store/folder.h"
 
 #include "base/fd.h"
+#include "base/log.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "mime/headers.h"
+#include "store/convert.h"
+#include "store/cut_index.h"
 #include "store/index_file.h"
 
 #include <cerrno>
@@ -11,17 +14,19 @@
 #include <fcntl.h>
 #include <limits>
 #include <memory>
+#include <span>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr size_t kReadBlock = 1260; ///< records read at a time, about 256 KB
+constexpr int kMostLookedAt = 1000; ///< records at the end of an index; more are never left by one kill
 constexpr int kSyncedOneByOne = 64; ///< above this one sync of the whole file system is cheaper
 
 /// The next number and its file, made while the index is locked. A number whose file lies there already, left by a
-/// crash that lost the index's last changes, is passed over: that is somebody's message. `file` is invalid when it
-/// cannot be made. Returns -1 when the numbers are used up.
+/// crash that lost the index's last changes, is passed over: that is a message, too. `file` is invalid when it cannot
+/// be made. Returns -1 when the numbers are used up.
 int32_t TakeNumber(std::string_view path, LockedIndex const &index, Fd &file) {
     int32_t number = index.LastNumber();
     do {
@@ -34,7 +39,7 @@ int32_t TakeNumber(std::string_view path, LockedIndex const &index, Fd &file) {
 }
 
 /// Hands out a number with a record and a file. Returns -1 when there is no index, or the record or the file cannot
-/// be made; a record whose file could not be made stays.
+/// be made. kept: a record whose file could not be made stays.
 int32_t AddRecord(std::string_view path, std::string_view row, Fd &file) {
     LockedIndex index(path);
     if (!index.Valid())
@@ -42,12 +47,24 @@ int32_t AddRecord(std::string_view path, std::string_view row, Fd &file) {
     int32_t const number = TakeNumber(path, index, file);
     if (number < 0)
         return -1;
-    if (!index.Append(number, row)) {
-        if (file.Valid())
-            unlink(MessagePath(path, number).c_str());
-        file.Reset();
-    }
-    return file.Valid() ? number : -1;
+    // kept: a message's file is locked while it is written; TakeBackReserved leaves it alone then
+    bool const locked = file.Valid() && LockExclusive(file.Get());
+    if (index.Append(number, row) && locked)
+        return number;
+    if (file.Valid())
+        unlink(MessagePath(path, number).c_str());
+    file.Reset();
+    return -1;
+}
+
+/// Removes a message file that is empty, unless a sender still has it open. Returns false when it stays.
+bool RemoveIfAbandoned(std::string const &file) {
+    Fd const message(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!message.Valid())
+        return errno == ENOENT;
+    struct stat status;
+    return fstat(message.Get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0 &&
+           flock(message.Get(), LOCK_EX | LOCK_NB) == 0 && unlink(file.c_str()) == 0;
 }
 
 bool SyncPath(std::string const &path) {
@@ -62,17 +79,13 @@ int CreateFolder(char const *path) {
     // A folder of an earlier version keeps its messages.
     if (access(InFolder(path, "index2").c_str(), F_OK) != 0 && ConvertIndexAt(path) == 0)
         return 0;
+    // kept: a folder that has an index is not created
     Fd const file(open(InFolder(path, "index2").c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!file.Valid())
-        return -1;
-    IndexHeader const header = MakeIndexHeader(0);
     struct stat status;
-    if (!LockExclusive(file.Get()) || fstat(file.Get(), &status) != 0)
+    if (!file.Valid() || !LockExclusive(file.Get()) || fstat(file.Get(), &status) != 0)
         return -1;
     // Another process may have found the file empty and put it right between the open and the lock.
-    if (status.st_size < kIndexHeaderSize && !WriteAt(file.Get(), &header, sizeof header, 0))
-        return -1;
-    return 0;
+    return status.st_size >= kIndexHeaderSize || WriteIndexHeader(file.Get()) ? 0 : -1;
 }
 
 int32_t AppendMessage(char const *path, std::string_view text) {
@@ -82,7 +95,7 @@ int32_t AppendMessage(char const *path, std::string_view text) {
     int32_t const number = AddRecord(path, row, file);
     if (number < 0)
         return -1;
-    bool const written = LockExclusive(file.Get()) && WriteAll(file.Get(), text);
+    bool const written = WriteAll(file.Get(), text);
     bool const closed = file.Reset();
     if (written && closed)
         return number;
@@ -113,43 +126,66 @@ int UpdateIndexRow(char const *profile, char const *folder, int32_t number, int3
 }
 
 int DeleteMessage(char const *path, int32_t number) {
-    {
-        LockedIndex const index(path);
-        long const offset = index.Valid() ? index.Find(number) : -1;
-        if (offset < 0 || !index.Overwrite(offset, IndexRecord{}))
-            return -1;
+    LockedIndex const index(path);
+    if (!index.Valid())
+        return -1;
+    long const offset = index.Find(number);
+    IndexRecord listed;
+    if (offset < 0 || !index.Read(offset, listed)) {
+        errno = ENOENT;
+        return -1;
     }
-    return unlink(MessagePath(path, number).c_str());
+    if (!index.Overwrite(offset, IndexRecord{}))
+        return -1;
+    if (unlink(MessagePath(path, number).c_str()) == 0)
+        return 0;
+    int const error = errno;
+    if (error != ENOENT)
+        index.Overwrite(offset, listed);
+    errno = error;
+    return -1;
+}
+
+int TakeBackReserved(char const *path) {
+    LockedIndex const index(path);
+    int taken = 0;
+    int looked = 0;
+    if (index.Valid())
+        index.FromTheEnd([&](IndexRecord const &record, long offset) {
+            int32_t const number = RecordNumber(record);
+            if (number != 0 && (record.row[0] != 0 || !RemoveIfAbandoned(MessagePath(path, number))))
+                return false;
+            if (number != 0 && index.Overwrite(offset, IndexRecord{}))
+                taken++;
+            return ++looked < kMostLookedAt;
+        });
+    if (taken > 0)
+        LogError("%d messages of %s that were never written are taken back", taken, path);
+    return taken;
 }
 
 bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit) {
-    // Nobody waits for the writer of a FIFO.
+    // A FIFO's writer is not waited for.
     Fd const file(open(InFolder(path, "index2").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.Valid())
         return false;
-    auto const block = std::make_unique_for_overwrite<IndexRecord[]>(kReadBlock);
+    RecordBlocks blocks(file.Get());
     bool repaired = false;
-    for (long offset = kIndexHeaderSize;;) {
-        ssize_t const got = pread(file.Get(), block.get(), kReadBlock * sizeof(IndexRecord), offset);
-        if (got < 0 && errno == EINTR)
-            continue;
-        // Each read begins at a record, so that one just being appended is seen whole or not at all.
-        long const whole = got / static_cast<long>(sizeof(IndexRecord));
-        if (whole <= 0) {
+    for (;;) {
+        std::span<IndexRecord> const block = blocks.Next();
+        if (block.empty()) {
             if (repaired || !IsCut(file.Get(), path))
                 return true;
-            // What is put right stands behind what was read.
+            // What is put right comes after what was read.
             LockedIndex{path};
             repaired = true;
         }
-        for (long i = 0; i < whole; i++) {
-            IndexRecord &record = block[static_cast<size_t>(i)];
+        for (IndexRecord &record : block) {
             record.number = RecordNumber(record);
             record.flags = RecordFlags(record);
             if (record.number != 0)
                 visit(record);
         }
-        offset += whole * static_cast<long>(sizeof(IndexRecord));
     }
 }
 
@@ -175,15 +211,15 @@ char *ReadMessageFile(char const *path, int32_t number, int spare, long *length)
     struct stat status;
     if (!file.Valid() || fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
         return nullptr;
-    size_t const behind = spare > 0 ? static_cast<size_t>(spare) : 1;
+    size_t const added = spare > 0 ? static_cast<size_t>(spare) : 1;
     size_t const size = static_cast<size_t>(status.st_size);
-    if (size > std::numeric_limits<int32_t>::max() - behind)
+    if (size > std::numeric_limits<int32_t>::max() - added)
         return nullptr;
-    std::unique_ptr<char, decltype(&free)> text(static_cast<char *>(malloc(size + behind)), free);
+    std::unique_ptr<char, decltype(&free)> text(static_cast<char *>(malloc(size + added)), free);
     long const got = text ? ReadAll(file.Get(), text.get(), size) : -1;
     if (got < 0)
         return nullptr;
-    memset(text.get() + got, 0, size + behind - static_cast<size_t>(got));
+    memset(text.get() + got, 0, size + added - static_cast<size_t>(got));
     if (length)
         *length = got;
     return text.release();

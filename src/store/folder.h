@@ -1,6 +1,7 @@
 #pragma once
 // A mail folder: a directory with one file per message, named by its number, and the index "index2".
-// docs/formats.md has both formats byte by byte.
+// docs/formats.md has both formats byte by byte. No call shows anything to the user; all may be made on any thread
+// and by several processes at once.
 
 #include <cstdint>
 #include <functional>
@@ -17,43 +18,44 @@ struct IndexRecord {
 };
 static_assert(sizeof(IndexRecord) == 208);
 
-/// Makes the folder `path` (mode 0700) with an empty index. Returns 0, or -1 when it has an index already or none
-/// can be made; nothing changes then.
+/// Makes the folder `path` (mode 0700) with an empty index, or with one made from an old index. Returns 0, or -1 when
+/// it has an index already or none can be made; then at most the directory is new.
 int CreateFolder(char const *path);
 
-/// Stores the message `text` in the folder and adds its row to the index. A NUL must stand behind the text; a plain
-/// string goes up to its NUL, a text with a length goes whole, whatever it holds. Returns the new message number, or
-/// -1: without an index nothing is stored; when only the message file failed its record stays.
+/// Stores the message `text` in the folder and adds its row to the index. A NUL must follow the text; a plain string
+/// goes up to its NUL, a text with a length goes whole, whatever it holds. Returns the new message number, or -1:
+/// without an index nothing is stored; when only the message file failed its record stays and half a file does not.
 int32_t AppendMessage(char const *path, std::string_view text);
 
-/// Hands out the next number with an empty row, for a message that the caller writes. Returns a descriptor open
-/// for writing on the new file (the caller closes it), negative on failure. An old index is converted first.
+/// Hands out the next number with an empty row, for a message that the caller writes. An old index is converted
+/// first. Returns a descriptor open for writing on the new file (the caller closes it), negative on failure: `number`
+/// is unchanged then, and a record without a file may stay.
 int ReserveMessage(char const *path, int32_t &number);
 
-/// Formats the row of a stored message into `row` of kRowWidth bytes, from its first 4999 bytes. Returns `row`, or a
-/// constant empty string when the message cannot be opened.
-char const *ReadMessageRow(char const *profile, char const *folder, int32_t number, char *row);
+/// Takes back what a program left that was killed before it wrote its reserved message: the records at the end of the
+/// index whose row and file are empty, with these files. One that a sender has open stays. Returns how many they
+/// were; 0 also when the index cannot be opened.
+int TakeBackReserved(char const *path);
 
-/// Overwrites flags and row of a record. Returns 0, or -1 when the number is not in the index.
+/// Overwrites flags and row (at most kRowWidth bytes, it need not be terminated then) of the number's first record.
+/// Returns 0, or -1, with nothing changed, when the number is not in the index or the index cannot be written.
 int UpdateIndexRow(char const *profile, char const *folder, int32_t number, int32_t flags, char const *row);
 
-/// Blanks the record of a message and removes its file. Returns the result of unlink, or -1 when the number is not
-/// in the index (0 and below never is).
+/// Blanks the first record of a message and removes its file. Returns the result of unlink, or -1 when the number is
+/// not in the index (0 never is). After -1 errno tells: with ENOENT nothing is left of the message, with any other
+/// error it is there as before.
 int DeleteMessage(char const *path, int32_t number);
-
-/// Builds "index2" from the index of earlier versions, "index", which stays. Returns 0, or -1 when there is no
-/// old index or the new one cannot be made.
-int ConvertFolderIndex(char const *profile, char const *folder);
 
 /// Calls `visit` for each record that is not deleted, in the index's order, reading in blocks and taking no lock; a
 /// short record at the end is ignored. Only an index that was cut is locked, to put it right. The record is valid
-/// during the call only. Returns false when the index cannot be opened.
+/// during the call only. Returns false, without a call, when the index cannot be opened.
 bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit);
 
-/// Brings what was stored in the folder safely to disk: the files of the numbers given, the index, the directory.
-/// Called once before a session lets the server delete. Returns false when any of it failed.
+/// Brings what was stored in the folder safely to disk: the files of the numbers given (those that are there), the
+/// index, the directory. Called once before a session lets the server delete. Returns false when any of it failed.
 bool SyncFolder(char const *path, int32_t const *numbers, int count);
 
-/// Reads a whole message file into a NUL-terminated buffer with `spare` zero bytes behind it, from malloc; the
-/// caller frees it. Null when it cannot be read. `length`, when not null, gets the bytes read.
+/// Reads a whole message file into a NUL-terminated buffer with `spare` zero bytes at its end, from malloc; the
+/// caller frees it. `length`, when not null, gets the bytes read. Null (and a length of 0) when the file cannot be
+/// read, is no regular file or of 2 GB or more.
 char *ReadMessageFile(char const *path, int32_t number, int spare, long *length);

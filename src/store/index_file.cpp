@@ -1,15 +1,14 @@
 #include "store/index_file.h"
 
-#include "base/text.h"
+#include "base/log.h"
+#include "store/cut_index.h"
+#include "store/message_row.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
-#include <dirent.h>
 #include <endian.h>
 #include <fcntl.h>
-#include <memory>
 #include <optional>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -20,75 +19,28 @@ namespace {
 
 constexpr long kRecordSize = sizeof(IndexRecord);
 constexpr long kLastNumberOffset = 4;
-constexpr size_t kSearchBlock = 512; ///< records read at a time while searching
+constexpr size_t kBlock = 1260; ///< records read at a time, about 256 KB
 
 int32_t FromDisk(int32_t value) { return static_cast<int32_t>(le32toh(static_cast<uint32_t>(value))); }
 int32_t ToDisk(int32_t value) { return static_cast<int32_t>(htole32(static_cast<uint32_t>(value))); }
 
-/// The numbers of the message files that lie in a folder, ascending. Nothing when the folder cannot be read.
-std::optional<std::vector<int32_t>> StoredNumbers(std::string_view path) {
-    std::unique_ptr<DIR, int (*)(DIR *)> const entries(opendir(std::string(path).c_str()), closedir);
-    if (!entries)
-        return std::nullopt;
-    std::vector<int32_t> numbers;
-    errno = 0;
-    while (dirent const *entry = readdir(entries.get())) {
-        std::string_view const name = entry->d_name;
-        int32_t number = 0;
-        auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
-        if (error == std::errc() && end == name.data() + name.size() && number > 0 && name[0] != '0')
-            numbers.push_back(number);
-    }
-    if (errno != 0)
-        return std::nullopt;
-    std::sort(numbers.begin(), numbers.end());
-    return numbers;
+ssize_t ReadAt(int descriptor, void *buffer, size_t size, long offset) {
+    ssize_t got;
+    while ((got = pread(descriptor, buffer, size, offset)) < 0 && errno == EINTR)
+        continue;
+    return got;
 }
 
-/// Whether a message's file is there with more than its name.
-bool HasText(std::string_view path, int32_t number) {
-    struct stat status;
-    return lstat(MessagePath(path, number).c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
-}
-
-/// What an index says of itself.
-struct IndexState {
-    long size = 0;
-    long records = 0;       ///< whole ones
-    int32_t lastNumber = 0; ///< 0 as well when the header was cut off before it
-};
-
-bool ReadState(int descriptor, IndexState &state) {
-    struct stat status;
-    if (fstat(descriptor, &status) != 0)
-        return false;
-    state.size = status.st_size;
-    state.records = std::max(0L, (state.size - kIndexHeaderSize) / kRecordSize);
-    int32_t last = 0;
-    if (pread(descriptor, &last, sizeof last, kLastNumberOffset) == sizeof last)
-        state.lastNumber = FromDisk(last);
-    else if (state.size >= kIndexHeaderSize)
-        return false;
-    return true;
-}
-
-/// The offset behind so many records.
-constexpr long EndOf(long records) { return kIndexHeaderSize + records * kRecordSize; }
-
-/// IsCut of an index in this state.
-bool IsCut(int descriptor, std::string_view path, IndexState const &state) {
-    bool const torn = state.size < kIndexHeaderSize || state.size != EndOf(state.records);
-    if (torn || state.lastNumber < 0)
-        return true;
-    if (state.records >= state.lastNumber)
-        return false;
-    // Fewer records than numbers: the folder was converted, numbers were wasted, or the end is gone.
-    IndexRecord record{};
-    if (state.records > 0 && pread(descriptor, &record, sizeof record, EndOf(state.records - 1)) != sizeof record)
-        return false;
-    int32_t const last = RecordNumber(record);
-    bool const deleted = state.records > 0 && last == 0;
-    return (!deleted && last < state.lastNumber - 1) || (last != state.lastNumber && HasText(path, state.lastNumber));
+/// The numbers that an index lists, ascending; 0 for its deleted records.
+std::vector<int32_t> ListedNumbers(int descriptor, long end) {
+    std::vector<int32_t> listed;
+    RecordBlocks blocks(descriptor, end);
+    for (std::span<IndexRecord> block; !(block = blocks.Next()).empty();)
+        for (IndexRecord const &record : block)
+            if (record.number != 0)
+                listed.push_back(RecordNumber(record));
+    std::sort(listed.begin(), listed.end());
+    return listed;
 }
 
 } // namespace
@@ -102,11 +54,16 @@ std::string InFolder(std::string_view path, std::string_view name) {
 
 std::string MessagePath(std::string_view path, int32_t number) { return InFolder(path, std::to_string(number)); }
 
-IndexHeader MakeIndexHeader(int32_t lastNumber) {
-    IndexHeader header{{2, 0, 1, 0}};
+bool WriteIndexHeader(int descriptor, int32_t lastNumber) {
+    unsigned char header[kIndexHeaderSize] = {2, 0, 1, 0};
     lastNumber = ToDisk(lastNumber);
-    memcpy(header.bytes + kLastNumberOffset, &lastNumber, sizeof lastNumber);
-    return header;
+    memcpy(header + kLastNumberOffset, &lastNumber, sizeof lastNumber);
+    return WriteAt(descriptor, header, sizeof header, 0);
+}
+
+bool WriteLastNumber(int descriptor, int32_t lastNumber) {
+    lastNumber = ToDisk(lastNumber);
+    return WriteAt(descriptor, &lastNumber, sizeof lastNumber, kLastNumberOffset);
 }
 
 IndexRecord MakeRecord(int32_t number, int32_t flags, std::string_view row) {
@@ -118,6 +75,49 @@ IndexRecord MakeRecord(int32_t number, int32_t flags, std::string_view row) {
 int32_t RecordNumber(IndexRecord const &record) { return FromDisk(record.number); }
 
 int32_t RecordFlags(IndexRecord const &record) { return FromDisk(record.flags); }
+
+bool ReadIndexState(int descriptor, IndexState &state) {
+    struct stat status;
+    if (fstat(descriptor, &status) != 0)
+        return false;
+    state.size = status.st_size;
+    state.records = std::max(0L, (state.size - kIndexHeaderSize) / kRecordSize);
+    int32_t last = 0;
+    if (ReadAt(descriptor, &last, sizeof last, kLastNumberOffset) == sizeof last)
+        state.lastNumber = FromDisk(last);
+    else if (state.size >= kIndexHeaderSize)
+        return false;
+    return true;
+}
+
+bool ReadIndexRecord(int descriptor, long which, IndexRecord &record) {
+    return ReadAt(descriptor, &record, sizeof record, EndOfRecords(which)) == kRecordSize;
+}
+
+RecordBlocks::RecordBlocks(int descriptor, long end)
+    : descriptor_(descriptor), end_(end), buffer_(std::make_unique_for_overwrite<IndexRecord[]>(kBlock)) {}
+
+std::span<IndexRecord> RecordBlocks::Next() {
+    offset_ += static_cast<long>(block_.size_bytes());
+    bool const empty =
+        std::all_of(block_.begin(), block_.end(), [](auto const &record) { return record.number == 0; });
+    if (!block_.empty() && empty)
+        PassHole();
+    // Each read starts at a record, so that one just being appended is seen whole or not at all.
+    long const got = ReadAt(descriptor_, buffer_.get(), kBlock * sizeof(IndexRecord), offset_);
+    long const whole = std::min(got, std::max(0L, end_ - offset_)) / kRecordSize;
+    block_ = {buffer_.get(), static_cast<size_t>(std::max(0L, whole))};
+    return block_;
+}
+
+/// Goes on where the file has data again, at a whole record.
+void RecordBlocks::PassHole() {
+    long data = lseek(descriptor_, offset_, SEEK_DATA);
+    if (data < 0 && errno == ENXIO)
+        data = lseek(descriptor_, 0, SEEK_END);
+    if (data > offset_)
+        offset_ += (data - offset_) / kRecordSize * kRecordSize;
+}
 
 bool WriteAt(int descriptor, void const *bytes, size_t size, long offset) {
     auto const *from = static_cast<char const *>(bytes);
@@ -141,11 +141,6 @@ bool LockExclusive(int descriptor) {
     return locked == 0;
 }
 
-bool IsCut(int descriptor, std::string_view path) {
-    IndexState state;
-    return ReadState(descriptor, state) && IsCut(descriptor, path, state);
-}
-
 LockedIndex::LockedIndex(std::string_view path)
     : file_(open(InFolder(path, "index2").c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW)) {
     if (file_.Valid() && (!LockExclusive(file_.Get()) || !Load(path)))
@@ -154,11 +149,11 @@ LockedIndex::LockedIndex(std::string_view path)
 
 bool LockedIndex::Load(std::string_view path) {
     IndexState state;
-    if (!ReadState(file_.Get(), state))
+    if (!ReadIndexState(file_.Get(), state))
         return false;
     lastNumber_ = state.lastNumber;
-    end_ = EndOf(state.records);
-    return !IsCut(file_.Get(), path, state) || Restore(path);
+    records_ = state.records;
+    return !IsCut(file_.Get(), path) || Restore(path);
 }
 
 /// Puts the header right and lists the messages that lie in the folder and have no record.
@@ -168,69 +163,48 @@ bool LockedIndex::Restore(std::string_view path) {
         return false;
     // A number handed out for a message deleted since is in the header alone, if that much of it is left.
     lastNumber_ = std::max({0, lastNumber_, stored->empty() ? 0 : stored->back()});
-    IndexHeader const header = MakeIndexHeader(lastNumber_);
     // The header first: whatever happens to the rows, no number comes twice.
-    if (!WriteAt(file_.Get(), &header, sizeof header, 0))
+    if (!WriteIndexHeader(file_.Get(), lastNumber_))
         return false;
-    std::vector<int32_t> listed;
-    FindRecord([&listed](int32_t number, long) {
-        listed.push_back(number);
-        return false;
-    });
-    std::sort(listed.begin(), listed.end());
+    std::vector<int32_t> const listed = ListedNumbers(file_.Get(), EndOfRecords(records_));
     std::vector<IndexRecord> records;
     for (int32_t number : *stored)
         // A file without text is of an append that was broken off.
         if (IndexRecord record; !std::binary_search(listed.begin(), listed.end(), number) && HasText(path, number) &&
                                 RecordOfMessage(path, number, record))
             records.push_back(record);
-    if (!WriteAt(file_.Get(), records.data(), records.size() * sizeof(IndexRecord), end_))
+    if (!WriteAt(file_.Get(), records.data(), records.size() * sizeof(IndexRecord), EndOfRecords(records_)))
         return false;
-    end_ += static_cast<long>(records.size()) * kRecordSize;
+    records_ += static_cast<long>(records.size());
+    LogError("The index of %s was cut: number %d follows, and %zu messages are listed again",
+             std::string(path).c_str(), lastNumber_, records.size());
     return true;
 }
 
 bool LockedIndex::Append(int32_t number, std::string_view row) {
-    int32_t const last = ToDisk(number);
-    IndexRecord const record = MakeRecord(number, 0, row);
-    if (!WriteAt(file_.Get(), &last, sizeof last, kLastNumberOffset))
+    if (!WriteLastNumber(file_.Get(), number))
         return false;
     lastNumber_ = number;
-    if (!WriteAt(file_.Get(), &record, sizeof record, end_))
+    if (!Overwrite(EndOfRecords(records_), MakeRecord(number, 0, row)))
         return false;
-    end_ += kRecordSize;
+    records_++;
     return true;
 }
 
 long LockedIndex::Find(int32_t number) const {
-    if (number <= 0)
+    if (number == 0)
         return -1;
-    // In a folder that was never converted the n-th record is that of number n.
-    IndexRecord record;
-    long const likely = EndOf(number - 1L);
-    if (likely < end_ && pread(file_.Get(), &record, sizeof record, likely) == kRecordSize &&
-        RecordNumber(record) == number)
-        return likely;
-    long found = -1;
-    FindRecord([&](int32_t listed, long offset) {
-        found = listed == number ? offset : -1;
-        return found >= 0;
-    });
-    return found;
+    // kept: of two records with one number the first is meant, so all before it are looked at
+    RecordBlocks blocks(file_.Get(), EndOfRecords(records_));
+    for (std::span<IndexRecord> block; !(block = blocks.Next()).empty();)
+        for (IndexRecord const &record : block)
+            if (record.number == ToDisk(number))
+                return blocks.Offset() + (&record - block.data()) * kRecordSize;
+    return -1;
 }
 
-/// Calls `visit(number, offset)` for each record until it returns true.
-template <class Visit> void LockedIndex::FindRecord(Visit visit) const {
-    auto const block = std::make_unique_for_overwrite<IndexRecord[]>(kSearchBlock);
-    for (long offset = kIndexHeaderSize; offset < end_;) {
-        ssize_t const got = pread(file_.Get(), block.get(), kSearchBlock * sizeof(IndexRecord), offset);
-        long const whole = std::min(got / kRecordSize, (end_ - offset) / kRecordSize);
-        if (whole <= 0)
-            return;
-        for (long i = 0; i < whole; i++, offset += kRecordSize)
-            if (visit(RecordNumber(block[static_cast<size_t>(i)]), offset))
-                return;
-    }
+bool LockedIndex::Read(long offset, IndexRecord &record) const {
+    return ReadAt(file_.Get(), &record, sizeof record, offset) == kRecordSize;
 }
 
 bool LockedIndex::Overwrite(long offset, IndexRecord const &record) const {

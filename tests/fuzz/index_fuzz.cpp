@@ -1,4 +1,5 @@
-// sources: src/store/folder.cpp src/store/index_file.cpp src/store/convert.cpp src/mime/headers.cpp
+// sources: src/store/folder.cpp src/store/index_file.cpp src/store/cut_index.cpp src/store/convert.cpp
+// sources: src/store/message_row.cpp src/base/log.cpp platform/qnx/slog.cpp src/mime/headers.cpp
 // sources: src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // sources: src/base/paths.cpp
 // Any bytes as an index, and as an index of earlier versions: the folder opens, takes a message under a number that
@@ -6,6 +7,7 @@
 
 #include "fuzz_input.h"
 
+#include "store/convert.h"
 #include "store/folder.h"
 #include "store/index_file.h"
 

@@ -12,7 +12,9 @@
 #include "pop/check_mail.h"
 #include "profiles/mail_profile_file.h"
 #include "protocol/screen.h"
+#include "store/convert.h"
 #include "store/folder.h"
+#include "store/message_row.h"
 #include "unit/fake_passwd.h"
 
 #include <cstdio>

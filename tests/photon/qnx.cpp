@@ -20,7 +20,7 @@ std::string logged;
 int logged_priority;
 
 void Capture(int priority, char const *format, va_list arguments) {
-    char line[4096];
+    char line[50'000];
     vsnprintf(line, sizeof line, format, arguments);
     logged = line;
     logged_priority = priority;
@@ -51,9 +51,9 @@ TEST(Logger, WritesOneEscapedLine) {
     slogf(10000, _SLOG_DEBUG2, "%s", "Gr\xC3\xBC\xDF");
     EXPECT_EQ(logged, "[0:10000] Gr\xC3\xBC\xDF");
     EXPECT_EQ(logged_priority & LOG_PRIMASK, LOG_DEBUG);
-    EXPECT_EQ(slogf(0, _SLOG_ERROR, "%s", std::string(100000, 'x').c_str()), 1000);
-    EXPECT_EQ(slogf(0, _SLOG_ERROR, "%s", std::string(1000, '\n').c_str()), 1000);
-    EXPECT_EQ(logged.size(), sizeof "[0:0] " - 1 + 1000);
+    EXPECT_EQ(slogf(0, _SLOG_ERROR, "%s", std::string(100000, 'x').c_str()), 10500);
+    EXPECT_EQ(slogf(0, _SLOG_ERROR, "%s", std::string(10500, '\n').c_str()), 4 * 10499);
+    EXPECT_EQ(logged.size(), sizeof "[0:0] " - 1 + 4 * 10499);
 }
 
 TEST(Spawn, StartsOrSaysWhyNot) {

@@ -1,5 +1,6 @@
 #include "stored_folder.h"
 
+#include "base/fd.h"
 #include "fixtures/mode.h"
 #include "fixtures/process.h"
 
@@ -104,9 +105,13 @@ TEST_F(FolderTest, ReserveThenFillTheRow) {
 TEST_F(FolderTest, RowOfALongMessageComesFromItsBegin) {
     std::string const padding = "X: " + std::string(4900, 'x') + "\r\n";
     AppendMessage(Path(), padding + "Subject: " + std::string(300, 's') + "\r\nFrom: far\r\n\r\nb");
-    char row[kRowWidth];
+    char row[kRowWidth + 1] = "";
     ReadMessageRow("office", "Inbox", 1, row);
-    EXPECT_STREQ(row, " \t\t\t\t") << "a header that runs on behind 4999 bytes is not parsed";
+    EXPECT_STREQ(row, " \t\t\t\t") << "a header that runs on after 4999 bytes is not parsed";
+    AppendMessage(Path(), Message(std::string(300, 's')));
+    row[kRowWidth] = '#';
+    ReadMessageRow("office", "Inbox", 2, row);
+    EXPECT_EQ(std::string(row, sizeof row), Row(std::string(300, 's')).substr(0, 200) + "#") << "all 200 bytes";
     char const *const none = ReadMessageRow("office", "Inbox", 99, row);
     EXPECT_STREQ(none, "");
     EXPECT_NE(none, row);
@@ -117,17 +122,56 @@ TEST_F(FolderTest, DeleteFindsRecordsWhereverTheyAre) {
         Append(std::to_string(i));
     for (int32_t unknown : {0, -1, 6, INT32_MAX, INT32_MIN})
         EXPECT_EQ(DeleteMessage(Path(), unknown), -1);
-    // A converted index has its numbers anywhere.
+    // A converted index has its numbers anywhere, even twice.
     std::string index = kNewIndex;
     index[4] = 9;
-    for (unsigned char number : {4, 3, 0, 9})
-        index += Record(number, number ? "r" : "");
+    for (unsigned char number : {4, 3, 0, 5, 4, 9})
+        index += Record(number, number ? "r" + std::to_string(index.size()) : "");
     WriteFile(In("index2"), index);
     EXPECT_EQ(DeleteMessage(Path(), 3), 0);
-    EXPECT_EQ(Rows(), "4:r\n9:r\n");
+    EXPECT_EQ(DeleteMessage(Path(), 4), 0) << "the first record of two";
+    EXPECT_EQ(Rows(), "5:r648\n4:r856\n9:r1064\n");
     EXPECT_EQ(DeleteMessage(Path(), 9), -1) << "its file was missing";
-    EXPECT_EQ(Rows(), "4:r\n") << "but its record is gone";
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(Rows(), "5:r648\n4:r856\n") << "but its record is blank now";
     EXPECT_EQ(Append("new"), 10);
+    // What cannot be removed stays listed.
+    unlink(In("5").c_str());
+    std::filesystem::create_directory(In("5"));
+    EXPECT_EQ(DeleteMessage(Path(), 5), -1);
+    EXPECT_EQ(errno, EISDIR);
+    EXPECT_TRUE(Rows().starts_with("5:r648\n"));
+}
+
+TEST_F(FolderTest, WhatAKillLeftReservedIsTakenBack) {
+    Append("one");
+    int32_t number = 0;
+    for (bool written : {false, true, false, false}) {
+        Fd const file(ReserveMessage(Path(), number));
+        EXPECT_TRUE(!written || WriteAll(file.Get(), "Subject: half"));
+    }
+    unlink(In("5").c_str());
+    Fd const open(ReserveMessage(Path(), number)); // by a program that is at it
+    EXPECT_EQ(TakeBackReserved(Path()), 0);
+    EXPECT_EQ(Rows(), Listed(1, "one") + "2:\n3:\n4:\n5:\n6:\n");
+    DeleteMessage(Path(), number);
+    EXPECT_EQ(TakeBackReserved(Path()), 2);
+    EXPECT_EQ(Rows(), Listed(1, "one") + "2:\n3:\n") << "text is kept, and what was there before it";
+    EXPECT_FALSE(fs::exists(In("4")));
+    EXPECT_EQ(Append("next"), 7);
+}
+
+TEST_F(FolderTest, TwentyMillionDeletedRecordsAreNotReadOneByOne) {
+    Append("first");
+    fs::resize_file(In("index2"), 24 + 20'000'000L * 208);
+    std::string const last = Record(9, Row("last"));
+    std::ofstream(In("index2"), std::ios::app | std::ios::binary) << last;
+    timespec start{}, end{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &start);
+    EXPECT_EQ(Rows(), Listed(1, "first") + Listed(9, "last"));
+    EXPECT_EQ(DeleteMessage(Path(), 9), -1);
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &end);
+    EXPECT_LT(end.tv_sec - start.tv_sec, 2);
 }
 
 TEST_F(FolderTest, AFileThatCannotBeMadeLeavesItsRecord) {

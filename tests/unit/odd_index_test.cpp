@@ -46,19 +46,19 @@ TEST_F(ConvertTest, ByteForByte) {
 
 TEST_F(ConvertTest, OddIndexes) {
     EXPECT_EQ(Convert(), -1) << "no old index";
-    for (char const *content : {"", "abc", "abcd", "abcdef"}) {
+    for (auto const &[content, last] : {std::pair{"", 1}, {"abc", 1}, {"abcd", 1}, {"abcd\x05", 6}}) {
         WriteFile(In("index"), content);
         EXPECT_EQ(Convert(), 0);
         EXPECT_EQ(Index().size(), 24u) << content;
-        EXPECT_EQ(LastNumber(), 1) << content;
+        EXPECT_EQ(LastNumber(), last) << content;
         unlink(In("index2").c_str());
     }
     for (char const *name : {"2", "7", "4"})
         WriteFile(In(name), Message("s"));
     std::filesystem::create_directory(In("9"));
-    WriteOld({7, 2, 0, -4, 9, 4}, "\x63\x63");
+    WriteOld({7, 2, 0, -4, 9}, "\x04");
     EXPECT_EQ(Convert(), 0);
-    EXPECT_EQ(Rows(), Listed(7, "s") + Listed(2, "s") + Listed(4, "s")) << "without what is no message";
+    EXPECT_EQ(Rows(), Listed(7, "s") + Listed(2, "s") + "9:\n" + Listed(4, "s")) << "what is there, a directory, too";
     EXPECT_EQ(LastNumber(), 10) << "the highest number read, wherever it stands";
     EXPECT_EQ(ConvertFolderIndex("..", "office"), -1);
     EXPECT_EQ(ConvertFolderIndex("office", "../office/Inbox"), -1);
@@ -68,6 +68,23 @@ TEST_F(ConvertTest, OddIndexes) {
     EXPECT_EQ(Convert(), 0);
     EXPECT_EQ(LastNumber(), INT_MAX);
     EXPECT_EQ(Append("x"), -1) << "the numbers are used up";
+}
+
+TEST_F(ConvertTest, AFreshConversionIsNotTakenForACutIndex) {
+    for (char const *name : {"2", "7", "4", "5", "8"})
+        WriteFile(In(name), Message(name));
+    WriteOld({7, 2, 9, 4, 6}); // 5 and 8 were never listed, 6 and 9 are lost
+    EXPECT_EQ(Convert(), 0);
+    std::string const converted = Index(), rows = Listed(7, "7") + Listed(2, "2") + Listed(4, "4");
+    EXPECT_EQ(Rows(), rows);
+    EXPECT_EQ(DeleteMessage(Path(), 5), -1);
+    EXPECT_EQ(Index(), converted);
+    EXPECT_EQ(Append("11"), 11);
+    EXPECT_EQ(Rows(), rows + Listed(11, "11"));
+    WriteFile(In("index2"), converted.substr(0, converted.size() - 208));
+    EXPECT_EQ(Rows(),
+              Listed(7, "7") + Listed(2, "2") + Listed(4, "4") + Listed(5, "5") + Listed(8, "8") + Listed(11, "11"))
+        << "but one that lost records is";
 }
 
 TEST_F(ConvertTest, AnIndexThatIsThereStays) {

@@ -2,7 +2,9 @@
 // The folder "Inbox" of the profile "office" in a home directory of a test's own.
 
 #include "base/text.h"
+#include "store/convert.h"
 #include "store/folder.h"
+#include "store/message_row.h"
 
 #include "fake_passwd.h"
 #include "scratch.h"

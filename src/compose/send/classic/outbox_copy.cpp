@@ -2,9 +2,9 @@
 
 #include "base/paths.h"
 #include "store/folder.h"
+#include "store/message_row.h"
 
 #include <cstring>
-#include <sys/file.h>
 
 OutboxCopy::OutboxCopy(std::string profile)
     : profile_(std::move(profile)), folder_(FolderDirectory(profile_, kOutbox)) {
@@ -12,7 +12,6 @@ OutboxCopy::OutboxCopy(std::string profile)
     file_ = Fd(ReserveMessage(folder_.c_str(), number));
     if (!file_.Valid())
         return;
-    flock(file_.Get(), LOCK_EX | LOCK_NB);
     number_ = number;
     settled_ = false;
 }
