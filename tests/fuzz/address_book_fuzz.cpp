@@ -1,6 +1,4 @@
-// sources: src/profiles/address_book_file.cpp src/mime/lines.cpp src/base/text.cpp
-// sources: src/base/fd.cpp platform/system/fd.cpp
-// sources: platform/qnx/spawn.cpp
+// sources: src/profiles/address_book_file.cpp
 // Any bytes as an address book: rows are whole and short, an edited contact is one row again, and what the list would
 // write is read back as the same rows.
 
@@ -8,7 +6,7 @@
 
 #include "profiles/address_book_file.h"
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(address_book) {
     std::string text(reinterpret_cast<char const *>(data), size);
     text.shrink_to_fit();
     std::string written;
@@ -23,5 +21,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
         written.append(row).append("\n");
     }
     Require(BookRows(written) == rows);
-    return 0;
 }

@@ -1,5 +1,4 @@
-// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/net/library_pause.cpp src/base/text.cpp
-// sources: src/base/fd.cpp platform/system/fd.cpp
+// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/net/library_pause.cpp
 // Any bytes as a news server's answer: the group list, an article and a list of numbers keep exactly what they
 // should.
 
@@ -68,10 +67,9 @@ void CheckNumbers(std::string_view answer) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(answer) {
     std::string_view const answer(reinterpret_cast<char const *>(data), std::min(size, kMostBytes));
     CheckBody(answer, 500, 5);
     CheckBody(answer, 5000, 0);
     CheckNumbers(answer);
-    return 0;
 }

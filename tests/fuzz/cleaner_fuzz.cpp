@@ -33,7 +33,7 @@ void CheckAttributes(std::string_view rest) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(cleaner) {
     vserver::CleanPage const page = vserver::CleanHtml({reinterpret_cast<char const *>(data), size});
     Require(page.html.size() <= vserver::kMaxCleanBytes && page.images.size() <= vserver::kMaxImages);
     for (std::string const &name : page.images)
@@ -57,5 +57,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
         }
     }
     Require(open.empty());
-    return 0;
 }

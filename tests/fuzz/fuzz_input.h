@@ -8,6 +8,15 @@
 #include <string>
 #include <string_view>
 
+/// A fuzzer by its name. All are in one program: CORVANTA_FUZZER says which one runs.
+struct Fuzzer {
+    Fuzzer(char const *name, void (*check)(uint8_t const *data, size_t size));
+};
+#define FUZZ(name)                                                                                                   \
+    static void name##Fuzz(uint8_t const *data, size_t size);                                                        \
+    static Fuzzer const name##Fuzzer(#name, name##Fuzz);                                                             \
+    static void name##Fuzz(uint8_t const *data, size_t size)
+
 /// Ends the run when something that must hold does not.
 inline void Require(bool holds) {
     if (!holds)

@@ -1,5 +1,3 @@
-// sources: src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp
-// sources: src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // Every field ends inside its width, the header block inside the text, and the list row is made of the same values.
 
 #include "fuzz_input.h"
@@ -8,7 +6,7 @@
 
 #include <memory>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(headers) {
     std::string const text = TextOf(data, size);
     auto const headers = std::make_unique<ParsedHeaders>();
     ParseHeaders(text.c_str(), *headers);
@@ -23,5 +21,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
         FormatHeaderRow(text.c_str(), made.data(), width);
         Require(made.c_str() == row.substr(0, static_cast<size_t>(width) - 1));
     }
-    return 0;
 }

@@ -1,7 +1,3 @@
-// sources: src/store/folder.cpp src/store/index_file.cpp src/store/cut_index.cpp src/store/convert.cpp
-// sources: src/store/message_row.cpp src/base/log.cpp platform/qnx/slog.cpp src/mime/headers.cpp
-// sources: src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
-// sources: src/base/paths.cpp
 // Any bytes as an index, and as an index of earlier versions: the folder opens, takes a message under a number that
 // no message has, gives it back whole and deletes it again.
 
@@ -53,7 +49,7 @@ void UseFolder(char const *path) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(index) {
     std::string const &path = FuzzDirectory();
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
     WriteBytes(path + "3", kStored);
@@ -65,5 +61,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     Require(ConvertIndexAt(path) == 0);
     UseFolder(path.c_str());
     unlink((path + "index").c_str());
-    return 0;
 }

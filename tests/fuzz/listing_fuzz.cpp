@@ -1,4 +1,4 @@
-// sources: src/news/listing.cpp src/base/account.cpp src/base/text.cpp
+// sources: src/news/listing.cpp
 // Any bytes as a server's group list: every row is a mark and a group that may be subscribed to, its group stands in
 // the list, and there are no more rows than lines.
 
@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(listing) {
     std::vector<char> const bytes(data, data + size); // in a block of exactly its size
     std::string_view const listing(bytes.data(), bytes.size());
     auto const lines = static_cast<size_t>(std::count(bytes.begin(), bytes.end(), '\n')) + 1;
@@ -23,5 +23,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
         Require(from != listing.npos && group.find('\n') == group.npos && ++rows <= lines);
         from += group.size();
     }
-    return 0;
 }

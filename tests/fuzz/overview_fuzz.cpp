@@ -1,4 +1,4 @@
-// sources: src/news/overview.cpp src/base/text.cpp
+// sources: src/news/overview.cpp
 // Pieces of an overview line lie inside the line and hold nothing that would end a protocol line or a field.
 
 #include "fuzz_input.h"
@@ -15,7 +15,7 @@ void RequireInside(std::string_view piece, std::string const &line) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(overview) {
     std::string line(reinterpret_cast<char const *>(data), size);
     line.shrink_to_fit();
     OverviewLine const article = ParseOverviewLine(line);
@@ -28,5 +28,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     std::string_view const parent = ParentOf(article.references);
     Require(parent.empty() ? article.references.find('<') == std::string_view::npos
                            : article.references.ends_with(parent) && parent.rfind('<') == 0);
-    return 0;
 }

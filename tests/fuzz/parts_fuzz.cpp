@@ -1,5 +1,3 @@
-// sources: src/mime/part_headers.cpp src/mime/headers.cpp src/mime/recipients.cpp src/mime/lines.cpp
-// sources: src/mime/escape.cpp src/mime/block_writer.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // A part never leads out of its text. The input's first line is the boundary.
 
 #include "fuzz_input.h"
@@ -8,11 +6,11 @@
 
 #include <memory>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(parts) {
     std::string const input = TextOf(data, size);
     size_t const line = input.find('\n');
     if (line == input.npos)
-        return 0;
+        return;
     std::string const boundary = "--" + input.substr(0, std::min<size_t>(line, 1997));
     std::string const text = input.substr(line + 1);
     char const *const end = text.c_str() + text.size();
@@ -23,5 +21,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     Require(part->bodyLength >= 0 && part->bodyLength <= end - part->body);
     RequireEnded(part->name, part->fileName, part->contentType, part->encoding);
     Require(!strchr(part->contentType, ';'));
-    return 0;
 }

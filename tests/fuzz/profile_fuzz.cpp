@@ -1,6 +1,4 @@
 // sources: src/profiles/mail_profile_file.cpp src/profiles/news_profile_file.cpp src/profiles/profile_file.cpp
-// sources: src/mime/base64.cpp src/base/account.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp src/base/paths.cpp
-// sources: src/base/log.cpp platform/qnx/slog.cpp
 // Any bytes as a profile: every field ends inside its width, and what is written from them is one line a field.
 
 #include "fuzz_input.h"
@@ -16,7 +14,7 @@ long Lines(std::string const &text) { return std::count(text.begin(), text.end()
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(profile) {
     std::string const text(reinterpret_cast<char const *>(data), size);
     AccountRef<MailProfile> const mail(new MailProfile);
     ParseMailProfile(text, *mail);
@@ -32,5 +30,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     std::string const newsText = NewsProfileText(*news);
     Require(newsText.empty() == (strlen(news->password) > 48));
     Require(newsText.empty() || (Lines(newsText) == 11 && newsText.ends_with("\n\n\n\n\n")));
-    return 0;
 }

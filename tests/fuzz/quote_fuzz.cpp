@@ -1,6 +1,5 @@
 // The reply's quote, subject and recipients, of any page and any message.
-// sources: src/compose/quote.cpp src/mime/headers.cpp src/mime/lines.cpp src/mime/escape.cpp
-// sources: src/mime/block_writer.cpp src/mime/recipients.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
+// sources: src/compose/quote.cpp
 
 #include "fuzz_input.h"
 
@@ -10,12 +9,7 @@
 
 #include <memory>
 
-// What the page's writer says; it is not part of this program.
-char const kMessageStartMark[] = "<!--msg starts here, Corvanta-->";
-char const kMessageEndMark[] = "<!--msg ends here, Corvanta-->";
-char const kSkipMark[] = "<!-- skip this line -->";
-
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(quote) {
     std::string const text(reinterpret_cast<char const *>(data), size);
     std::string const heading = "\n\n\n--Original Message:\n>";
     for (std::string const &page : {text, std::string(kMessageStartMark) + "\n" + text}) {
@@ -32,5 +26,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     AddRecipients("", headers->cc, "", false);
     AddRecipients("", text.c_str(), "a", false);
     Require(ReplySubject(headers->subject).size() <= 2004);
-    return 0;
 }

@@ -1,4 +1,3 @@
-// sources: src/mime/recipients.cpp
 // A list comes apart into entries that fit their buffer and hold none of the bytes that are left out.
 
 #include "fuzz_input.h"
@@ -8,7 +7,7 @@
 #include <cstring>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(recipients) {
     std::string const list = TextOf(data, size);
     for (bool addressOnly : {false, true})
         for (int width : {2, 20, 500}) {
@@ -30,5 +29,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     RemoveSpaces(text.data());
     TrimLeadingSpaces(text.data());
     Require(strcspn(text.c_str(), " \r\n") == strlen(text.c_str()));
-    return 0;
 }

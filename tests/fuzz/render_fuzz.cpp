@@ -1,6 +1,3 @@
-// sources: src/mime/render.cpp src/mime/part_content.cpp src/mime/part_headers.cpp src/mime/headers.cpp
-// sources: src/mime/recipients.cpp src/mime/lines.cpp src/mime/escape.cpp src/mime/block_writer.cpp
-// sources: src/mime/base64.cpp src/mime/content_types.cpp src/base/text.cpp src/base/fd.cpp platform/system/fd.cpp
 // A whole message as a page. Outside the lines that the renderer makes itself, no "<" of the message comes through,
 // and every attachment can be copied and saved.
 
@@ -47,7 +44,7 @@ void CheckBody(std::string_view body) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
+FUZZ(render) {
     std::string const text = TextOf(data, size);
     auto const headers = std::make_unique<ParsedHeaders>();
     ParseHeaders(text.c_str(), *headers);
@@ -62,5 +59,4 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size) {
     Require(start <= end && page.ends_with("</BODY></HTML>\n"));
     CheckBody(std::string_view(page).substr(start, end - start));
     Require(sink.bytes <= text.size());
-    return 0;
 }
