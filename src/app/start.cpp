@@ -12,10 +12,12 @@
 #include "names/widgets.h"
 #include "photon/PtWebClient.h"
 #include "profiles/profile_tree.h"
+#include "store/folder.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
 #include "widgets/pictures.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cerrno>
 #include <csignal>
@@ -54,6 +56,13 @@ void StartPageServer() {
         errno = error;
         perror("Error setting up vserver\n");
     }
+}
+
+/// A program that was killed while it sent has left a row without words and an empty file.
+void TakeBackUnsent() {
+    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeProfiles); item; item = BrotherOf(item))
+        if (ServerAccount const *const account = ProfileOf(item); account && account->profileKind == kMailProfile)
+            TakeBackReserved(FolderDirectory(account->name, kOutbox).c_str());
 }
 
 /// Once, at the start: each image of a message says its name from then on.
@@ -169,6 +178,7 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     SetRowPictures(ABW_treeProfiles);
     SetRowPictures(ABW_treeAttachments);
     LoadMailProfiles(ABW_treeProfiles, kWithFolders);
+    TakeBackUnsent();
     LoadNewsProfiles(ABW_treeProfiles, kWithFolders);
     PtAppAddWorkProc(nullptr, ShowFirstPage, nullptr);
     for (unsigned const key : {static_cast<unsigned>(Pk_Return), static_cast<unsigned>(' ')})
