@@ -140,7 +140,7 @@ TEST(Escape, EveryLengthAndMixture) {
     EXPECT_EQ(written(PlainTextToFile, "a<b>&\r\nc\n"), "a&lt;b>&\nc\n");
     EXPECT_EQ(written(HtmlEscapeToFile, "a<b>&\r\nc\n"), "a&lt;b>&\n<BR>c\n<BR>");
     std::mt19937 random(3);
-    for (size_t length : {1, 15, 16, 17, 33, 1000, 8191, 8192, 8193, 300'000, 1'000'000})
+    for (size_t length : {1, 15, 16, 17, 33, 1000, 8191, 8192, 8193, 70'000})
         for (unsigned rarity : {1u, 4u, 40u, 4000u}) {
             std::string text, plain, html;
             while (text.size() < length) {

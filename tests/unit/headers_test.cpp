@@ -7,17 +7,6 @@
 
 namespace {
 
-TEST(ReadTextLine, StopsAtLfNulAndWidth) {
-    char line[5];
-    char const *at = "ab\r\n\nabcd\nabcde\nx";
-    // A line that fits to the last byte takes its LF along; what did not fit begins the next line.
-    for (char const *expected : {"ab\r", "", "abcd", "abcd", "e", "x", ""}) {
-        at = ReadTextLine(at, line, sizeof line);
-        EXPECT_STREQ(line, expected);
-    }
-    EXPECT_EQ(*at, 0);
-}
-
 TEST(FindNoCase, LooksAtNoMoreThanItIsTold) {
     auto const find = [](std::string const &text, char const *needle, size_t length) {
         char const *const found = FindNoCase(text.c_str(), needle, static_cast<int>(length));

@@ -43,6 +43,7 @@ TEST(Body, ImagesThatCannotBeWrittenAreLeftOut) {
     ParsedHeaders headers;
     ParseHeaders(message.c_str(), headers);
     Scratch const scratch;
+    std::filesystem::path const before = std::filesystem::current_path();
     std::filesystem::current_path(scratch.Path());
     int const out = open("page", O_WRONLY | O_CREAT, 0600);
     KeepingSink sink;
@@ -53,6 +54,7 @@ TEST(Body, ImagesThatCannotBeWrittenAreLeftOut) {
     std::filesystem::create_symlink(scratch / "victim", scratch / next);
     EXPECT_TRUE(RenderMessageHtml(out, message.c_str(), headers, scratch.Path().c_str(), sink));
     close(out);
+    std::filesystem::current_path(before);
     EXPECT_EQ(scratch.Names(), (std::vector<std::string>{next, "page"}));
     EXPECT_EQ(sink.items.size(), 3u);
 }
