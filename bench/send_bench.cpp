@@ -91,12 +91,12 @@ class Sink {
 /// A compose window without a window, used without a test around it.
 class Sender : public SendTest {
   public:
-    explicit Sender(std::string const &server) { WriteProfile(server); }
+    explicit Sender(std::string const &server) { WriteProfile(false, server); }
     void TestBody() override {}
 
     /// Sends a message on this thread.
     bool Send(std::string const &text, std::string const &encoded) {
-        Compose("bob@example.org", text);
+        Compose(false, "bob@example.org", text);
         if (!encoded.empty())
             AddPart("a.bin", "APPLICATION/OCTET-STREAM", encoded);
         double const begin = Now(), busyBegin = ProcessorSeconds();

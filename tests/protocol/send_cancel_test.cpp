@@ -33,19 +33,12 @@ class CancelTest : public SendTest {
         EXPECT_TRUE(Editable());
     }
 
-    /// Writes a letter or an article, and the profile for it.
+    /// Writes a mail or an article, and the profile for it.
     void Write(bool news, std::vector<Script> const &scripts) {
-        WriteProfile("127.0.0.1:1"); // an article's copy would go there
-        if (news)
-            ServeNews(scripts);
-        else
-            Serve(scripts);
-        if (state)
-            return;
-        if (news)
-            ComposeArticle("test.general", "text");
-        else
-            Compose("bob@example.org", "text");
+        WriteProfile(false, "127.0.0.1:1"); // where an article's copy would be
+        Serve(news, scripts);
+        if (!state)
+            Compose(news, news ? "test.general" : "bob@example.org");
     }
 
     bool HasReceived(std::string const &end) const { return server->Received().ends_with(end); }
@@ -53,13 +46,11 @@ class CancelTest : public SendTest {
 
 TEST_F(CancelTest, AtEachAnswer) {
     for (bool const news : {true, false}) {
-        Script const dialogue =
-            news ? kMayPostAfterLogin + NewsTakes() : SmtpHello({"bob@example.org"}) + SmtpTakes();
-        for (Script const &before : BeforeEachAnswer(dialogue)) {
+        for (Script const &before : BeforeEachAnswer(TakenDialogue(news))) {
             SCOPED_TRACE(before.size());
             Write(news, {before + Script{Stall()}});
             std::string const last = before.empty() ? "" : before.back().text + "\r\n";
-            // Behind the final dot the server may have the message.
+            // After the final dot the server may have the message.
             bool const dot = !before.empty() && before.back().kind == Step::kUntil;
             CancelWhen([&] { return Progress() > 0 && HasReceived(last); }, dot && !news ? 1 : 0);
         }
@@ -82,8 +73,8 @@ TEST_F(CancelTest, WhileConnecting) {
         each = Fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
         connect(each.Get(), reinterpret_cast<sockaddr *>(&address), sizeof address);
     }
-    WriteProfile("127.0.0.1:" + std::to_string(port));
-    Compose("bob@example.org", "text");
+    WriteProfile(false, "127.0.0.1:" + std::to_string(port));
+    Compose(false, "bob@example.org");
     CancelWhen([&] { return !OutboxRows().empty(); });
     EXPECT_EQ(screen.Status(), "");
 }
@@ -91,7 +82,7 @@ TEST_F(CancelTest, WhileConnecting) {
 TEST_F(CancelTest, WhileTheServerTakesNoMore) {
     Script const deaf{Pause(600'000)};
     for (bool const news : {false, true}) {
-        Write(news, {(news ? kMayPost : SmtpHello({"bob@example.org"})) + deaf});
+        Write(news, {UpTo(TakenDialogue(news), news ? "340 go on\r\n" : "354 go on\r\n") + deaf});
         AddPart("large", "unknown", std::string(30 << 20, 'A'));
         CancelWhen([&] { return HasReceived(news ? "POST\r\n" : "DATA\r\n"); });
         screen.RunCallback([&] {
@@ -103,8 +94,8 @@ TEST_F(CancelTest, WhileTheServerTakesNoMore) {
 }
 
 TEST_F(CancelTest, WhileANewsServerSaysGoodbye) {
-    Script const mayNot(kMayPost.begin(), kMayPost.end() - 1);
-    Write(true, {mayNot + Script{Send("440 no\r\n"), Expect("QUIT"), Stall()}});
+    Script const mayNot = ReadDialogue(DialoguesFor(true), "a server that lets no one post").connections[0];
+    Write(true, {mayNot + Script{Stall()}});
     PressSend();
     ASSERT_TRUE(screen.PaintUntil([&] { return HasReceived("QUIT\r\n"); }));
     screen.RunCallback([&] { CancelSending(*state); });
@@ -113,23 +104,21 @@ TEST_F(CancelTest, WhileANewsServerSaysGoodbye) {
 }
 
 TEST_F(CancelTest, ASecondSendTakesTheFirstOnesPlace) {
-    Script first = SmtpHello({"bob@example.org"});
-    first.back() = Stall(); // instead of taking the text
-    Serve({first, SmtpHello({"bob@example.org"}) + SmtpTakes()});
-    Compose("bob@example.org", "text");
+    Script const taken = TakenDialogue(false);
+    Write(false, {UpTo(taken, "DATA") + Script{Stall()}, taken});
     PressSend();
     ASSERT_TRUE(screen.PaintUntil([&] { return server->Received().find("DATA") != std::string::npos; }));
     PressSend();
     ASSERT_TRUE(WaitForEnd());
     EXPECT_EQ(server->Problems(), "");
-    EXPECT_TRUE(WindowGone());
+    EXPECT_TRUE(IsClosed());
     EXPECT_EQ(Outbox().size(), 1u);
 }
 
 /// A check lists messages of the server in whatever folder is open, with numbers of their own.
 TEST_F(CancelTest, InTheOpenOutboxOnlyTheCopysRowComesAndGoes) {
-    Script const hello = SmtpHello({"bob@example.org"});
-    Write(false, {hello + Script{Reset()}, Script(hello.begin(), hello.end() - 1) + Script{Stall()}});
+    Script const data = UpTo(TakenDialogue(false), "DATA");
+    Write(false, {data + Script{Reset()}, data + Script{Stall()}});
     screen.AddProfile(*MakeProfile("home", "127.0.0.1:1", true), true);
     auto const rows = [&] {
         Strings texts;
@@ -153,8 +142,7 @@ TEST_F(CancelTest, InTheOpenOutboxOnlyTheCopysRowComesAndGoes) {
 TEST_F(CancelTest, AtAnyMoment) {
     for (int moment = 0; moment < 60; moment++) {
         SCOPED_TRACE(moment);
-        Serve({SmtpHello({"bob@example.org"}) + Script{Until("\r\n.\r\n"), Pause(2), Send("250 ok\r\n")}});
-        Compose("bob@example.org", "text");
+        Write(false, {UpTo(TakenDialogue(false), "\r\n.\r\n") + Script{Pause(2), Send("250 ok\r\n")}});
         AddPart("a", "unknown", std::string(400'000, 'A'));
         size_t const before = Outbox().size();
         PressSend();

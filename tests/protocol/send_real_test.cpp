@@ -39,16 +39,16 @@ TEST_F(SendTest, ThroughPostfixAndBack) {
     PostfixServer const smtp(mailbox.WorkDirectory() + "/mail",
                              {"--refuse", "full@example.org=552 5.2.2 Mailbox full"});
     ASSERT_GT(smtp.Port(), 0);
-    WriteProfile(smtp.Address());
+    WriteProfile(false, smtp.Address());
     std::string const content = "Every byte\0 of \xff it"; // with a terminator inside
     std::string encoded(200, 0);
     Base64Encode(encoded.data(), content.data(), static_cast<int32_t>(content.size()));
-    Compose("full@example.org, Alice <alice@example.org>",
+    Compose(false, "full@example.org, Alice <alice@example.org>",
             "One\n.\n.two\n" + std::string(40, 'w') + " and " + std::string(40, 'w') + " and the rest", "Round trip",
             "nobody@example.org, bob@example.org");
     AddPart("a.bin", "APPLICATION/OCTET-STREAM", encoded.c_str());
     ASSERT_TRUE(SendNow());
-    EXPECT_TRUE(WindowGone());
+    EXPECT_TRUE(IsClosed());
     ASSERT_EQ(shownAlerts.size(), 2u);
     EXPECT_EQ(shownAlerts[0], "Error|552 5.2.2 <full@example.org>: Recipient address rejected: Mailbox full");
     EXPECT_TRUE(shownAlerts[1].starts_with("Error|550 5.1.1 <nobody@example.org>")) << shownAlerts[1];
@@ -92,15 +92,15 @@ TEST_F(SendTest, PostedAndAnsweredOnARealServer) {
     if (news.MayNotRun())
         GTEST_SKIP() << "the news server switches users, which takes root";
     ASSERT_GT(news.Port(), 0);
-    WriteNewsProfile(news.Address());
+    WriteProfile(true, news.Address());
     // What an article with as many references as a header line may have gives an answer.
     std::string deep = "References:";
     for (int i = 0; i < 200; i++)
         deep += " <" + std::to_string(i) + "@example.org>\r\n";
     for (std::string const &answered : {std::string(), deep}) {
-        ComposeArticle("test.general ", "One\n.\n.two\n..three", "Threads", ReplyReferences(answered));
+        Compose(true, "test.general ", "One\n.\n.two\n..three", "Threads", "", ReplyReferences(answered));
         ASSERT_TRUE(SendNow());
-        EXPECT_TRUE(WindowGone());
+        EXPECT_TRUE(IsClosed());
         EXPECT_EQ(shownAlerts, Strings{});
         CloseWindow();
         std::string const article = Article(news, answered.empty() ? 1 : 2);
@@ -110,7 +110,7 @@ TEST_F(SendTest, PostedAndAnsweredOnARealServer) {
         EXPECT_TRUE(article.ends_with("\r\n\r\n\r\n\r\nOne\r\n.\r\n.two\r\n..three\r\n")) << article;
     }
     // Its words for a group that it does not have.
-    ComposeArticle("no.such.group", "text");
+    Compose(true, "no.such.group", "text");
     ASSERT_TRUE(SendNow());
     EXPECT_EQ(shownAlerts, Strings{"Error|441 No valid newsgroups in \"no.such.group\""});
     EXPECT_TRUE(Editable());

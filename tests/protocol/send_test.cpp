@@ -1,59 +1,208 @@
-// Sending over SMTP against scripted servers: every byte on the wire and in the Outbox copy, and what is shown.
+// Mails over SMTP and articles over NNTP: every byte on the wire and in the copy, what is shown, and where the text
+// stays.
 
 #include "base/fd.h"
+#include "base/paths.h"
+#include "compose/references.h"
 #include "compose/send/classic/outgoing_message.h"
 #include "compose/send/classic/smtp_dialogue.h"
 #include "fixtures/mode.h"
+#include "fixtures/process.h"
 #include "fixtures/temp_home.h"
 #include "protocol/send_fixture.h"
 #include "widgets/toolkit.h"
 
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 
+namespace fs = std::filesystem;
+
 namespace {
 
-std::string const kHeader = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: bob@example.org\r\n"
-                            "Subject: Hello\r\n";
+/// The alerts as a file of dialogues has them; they are forgotten.
+std::string TakeAlerts() {
+    std::string all;
+    for (std::string const &alert : std::exchange(shownAlerts, {}))
+        all += alert + "\n";
+    return all;
+}
 
-TEST_F(SendTest, PlainMessageByteForByteToASlowServer) {
-    Serve({{Send("220 ready\r\n", 1), Expect("HELO localhost"), Send("250 hello\r\n", 2),
-            Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\r\n", 1), Expect("RCPT TO: <bob@example.org>"),
-            Send("250 ok\r\n"), Expect("DATA"), Send("354 go on\r\n", 1), Until("\r\n.\r\n"), Pause(3300),
-            Send("250 ok\r\n", 1), Expect(""), Expect("QUIT")}});
-    // Line ends of any kind end lines, and what the editor cannot show is not sent.
-    Compose("bob@example.org", "One\u2028.two\r\n\r..th\x1b\x7fr\u0085e\x93"
-                               "e\u2029end");
-    EXPECT_EQ(Plain(Deliver()), kHeader + "\n\nOne\r\n..two\r\n\r\n...three\r\nend");
-    ASSERT_EQ(Outbox().size(), 1u);
-    EXPECT_EQ(Plain(Outbox()[0]), kHeader + "\n\nOne\r\n.two\r\n\r\n..three\r\nend");
+/// The text of a copy whose wire is known: dots at the start of lines are single there.
+std::string Undotted(std::string text) {
+    for (size_t at = 0; (at = text.find("\n..", at)) != text.npos; at++)
+        text.erase(at + 1, 1);
+    return text;
+}
+
+class Sending : public SendTest {
+  protected:
+    void ComposeCase(bool news, Dialogue const &one) {
+        Compose(news, one["to"], one["text"], one["subject"], one["cc"], one["references"]);
+        std::string const parts = one["parts"];
+        for (size_t at = 0; at < parts.size(); at = parts.find('\x1e', at) + 1) {
+            size_t const type = parts.find('|', at) + 1, body = parts.find('|', type) + 1;
+            AddPart(parts.substr(at, type - 1 - at), parts.substr(type, body - 1 - type),
+                    parts.substr(body, parts.find('\x1e', body) - body));
+        }
+        std::string const signature = TempHome() + "/signature";
+        std::ofstream(signature, std::ios::binary) << one["signature"];
+        Serve(news, one, one.Has("signature") ? signature : "-");
+    }
+
+    /// The case's message goes as it says, and leaves nothing behind but what it should.
+    void Play(bool news, Dialogue const &one) {
+        SCOPED_TRACE(one.name);
+        size_t const copies = news ? 0 : Outbox().size() + 1;
+        ComposeCase(news, one);
+        int const descriptors = CountDescriptors();
+        std::string const wire = Plain(Wire());
+        EXPECT_TRUE(screen.PaintUntil([&] { return CountDescriptors() <= descriptors + 1; })) << "the server's own";
+        EXPECT_EQ(TakeAlerts(), one["alerts"]);
+        bool const sent = one.Has("wire"), closed = sent || one.Has("unsent");
+        EXPECT_EQ(state->sent, closed);
+        EXPECT_EQ(IsClosed() || !Editable(), closed);
+        EXPECT_TRUE(!sent || wire == one["wire"]) << wire;
+        EXPECT_EQ(FileText(UnsentPath()), one["unsent"]);
+        if (!news) {
+            ASSERT_EQ(Outbox().size(), copies) << "kept whole whatever fails";
+            std::string const copy = Plain(Outbox().back());
+            EXPECT_TRUE(sent ? copy == Undotted(one["wire"]) : copy.ends_with("Subject: Hello\r\n\n\ntext")) << copy;
+        }
+        CloseWindow();
+        server.reset();
+    }
+};
+
+TEST_F(Sending, Mails) {
+    WriteProfile(false, "");
+    for (Dialogue const &one : ReadDialogues(DialoguesFor(false)))
+        Play(false, one);
     std::string const row = OutboxRows()[0];
     EXPECT_EQ(row.substr(0, row.find("ann@") + 18), " \t Hello\t \"Ann Other\" <ann@example.org>\t ");
     EXPECT_EQ(ModeOf(Folder() + "1"), 0600u);
 }
 
-TEST_F(SendTest, AttachmentsSignatureAndCcByteForByteWithoutTheLineEndsInFields) {
-    std::string const signature = TempHome() + "/signature";
-    std::ofstream(signature, std::ios::binary) << std::string("--\n.Ann\n\0.\n", 11);
-    Serve({SmtpHello({"b@x.orgX-Evil:1", "c@x.org", "d@x.org"}) + SmtpTakes()}, signature);
-    Compose("b@x.org\r\nX-Evil: 1", ".", "one\r\n\r\ntwo\nthree", "Carl <c@x.org>;\n d@x.org");
-    AddPart("a\r\n.tgz", "APPLICATION/X-TAR-GZ\t\nX: y", "QUJD\nREVG");
-    AddPart("", "unknown", "");
-    std::string const wire = Deliver();
-    std::string const fields = "Date: DATE\r\nFrom: \"Ann Other\" <ann@example.org>\r\nTo: b@x.orgX-Evil: 1\r\n"
-                               "CC: Carl <c@x.org>; d@x.org\r\nSubject: onetwothree\r\n"
-                               "MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"BOUNDARY\"\r\n\r\n"
-                               "BOUNDARY\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n \n\n";
-    std::string const parts = "\r\n\r\nBOUNDARY\r\n"
-                              "Content-Type: APPLICATION/X-TAR-GZ\tX: y; name:\"a.tgz\"\n"
-                              "Content-Disposition: attachment; filename=\"a.tgz\"\n"
-                              "Content-Transfer-Encoding: BASE64\r\n\nQUJD\nREVG\r\n\r\nBOUNDARY\r\n"
-                              "Content-Type: unknown\nContent-Transfer-Encoding: BASE64\r\n\n\r\n\r\nBOUNDARY\r\n";
-    using namespace std::string_literals;
-    EXPECT_EQ(Plain(wire), fields + "..\n\n--\n..Ann\n\0.\n"s + parts);
-    ASSERT_EQ(Outbox().size(), 1u);
-    EXPECT_EQ(Plain(Outbox()[0]), fields + ".\n\n--\n.Ann\n\0.\n"s + parts);
+TEST_F(Sending, Articles) {
+    for (Dialogue const &one : ReadDialogues(DialoguesFor(true)))
+        Play(true, one);
+    EXPECT_EQ(screen.Status(), "The article was not posted, its text is in " + UnsentPath());
+    EXPECT_FALSE(fs::exists(ConfigRoot() + "home")) << "there is no copy";
+}
+
+TEST_F(Sending, AConnectionThatIsLostAtAnyAnswerGivesTheWindowBack) {
+    WriteProfile(false, "");
+    for (bool const news : {false, true}) {
+        Dialogue const taken = ReadDialogue(DialoguesFor(news), "taken");
+        for (Script const &before : BeforeEachAnswer(taken.connections[0])) {
+            Dialogue lost = taken;
+            lost.facts.erase("wire");
+            lost.facts["alerts"] = kLost + "\n";
+            for (auto const &[name, last] : std::map<std::string, Script>{{"closes", {}},
+                                                                          {"resets", {Reset()}},
+                                                                          {"half an answer", {Send("2")}},
+                                                                          {"no line end", {Flood("2", 40 << 20)}}}) {
+                if (before.empty() && name == "resets")
+                    continue; // such a connection may count as none
+                lost.name = name + ", step " + std::to_string(before.size());
+                lost.connections = {before + last};
+                Play(news, lost);
+            }
+        }
+    }
+}
+
+TEST_F(Sending, TheSameWindowCanSendInTheEnd) {
+    for (bool const news : {false, true}) {
+        { WriteProfile(news, ScriptedServer(Script{}).Address()); }
+        Dialogue const taken = ReadDialogue(DialoguesFor(news), "taken");
+        Compose(news, taken["to"]);
+        AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
+        ASSERT_TRUE(SendNow());
+        EXPECT_EQ(TakeAlerts(), kLost + "\n");
+        EXPECT_EQ(screen.Status(),
+                  news ? "Could not connect to the news server" : "Could not connect to mail server");
+        EXPECT_TRUE(Editable());
+        EXPECT_FALSE(fs::exists(UnsentPath()));
+        Serve(news, taken);
+        EXPECT_NE(Wire().find("\r\n\nQUJD\n\r\n\r\n----Corvanta-"), std::string::npos) << "with its attachment";
+        EXPECT_TRUE(IsClosed());
+        CloseWindow();
+    }
+    EXPECT_EQ(Outbox().size(), 2u);
+}
+
+TEST_F(Sending, WithNobodyToSendToNothingHappens) {
+    WriteProfile(false, "127.0.0.1:1");
+    for (bool const news : {false, true}) {
+        Compose(news, "");
+        ASSERT_TRUE(SendNow());
+        EXPECT_EQ(TakeAlerts(), "");
+        screen.RunCallback([&] { SetWidgetText(state->toField, news ? "  " : " , x;"); });
+        ASSERT_TRUE(SendNow());
+        EXPECT_EQ(TakeAlerts(),
+                  news ? "Error|There is no group in the Group field that the message could be posted to\n"
+                       : "Error|There is no recipient in the To field that the message could be sent to\n");
+        EXPECT_FALSE(IsClosed());
+        CloseWindow();
+    }
+    EXPECT_EQ(Outbox(), Strings{});
+}
+
+TEST_F(Sending, OddSignatureFiles) {
+    std::ofstream(TempHome() + "/dots") << ".\n.\n";
+    std::ofstream(TempHome() + "/large");
+    ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
+    mkfifo((TempHome() + "/pipe").c_str(), 0600);
+    std::string const large(1 << 20, 'x');
+    std::string const tooLarge =
+        "Error|The signature file " + TempHome() + "/large is larger than 1 MB, the message goes without it\n";
+    struct {
+        std::string text;
+        char const *signature;
+        std::string body, alerts;
+    } const cases[] = {{"x", "/missing", "x", ""},
+                       {"x", "/large", "x", tooLarge},
+                       {"x", "/pipe", "x", ""},
+                       {large, "/dots", large + "\n\n..\n..\n", ""}};
+    for (auto const &each : cases) {
+        SCOPED_TRACE(each.signature);
+        Serve(false, {TakenDialogue(false)}, TempHome() + each.signature);
+        Compose(false, "bob@example.org", each.text);
+        EXPECT_TRUE(Wire().ends_with("\r\nSubject: Hello\r\n\n\n" + each.body));
+        EXPECT_EQ(TakeAlerts(), each.alerts);
+        CloseWindow();
+    }
+}
+
+TEST_F(Sending, WhatCannotBeKeptIsGivenBackAndLeavesNoHalf) {
+    WriteProfile(false, "127.0.0.1:1");
+    fs::remove_all(Folder());
+    Compose(false, "bob@example.org");
+    ASSERT_TRUE(SendNow());
+    EXPECT_TRUE(Editable());
+    EXPECT_EQ(screen.Status(), "The message could not be copied into the Outbox");
+    CloseWindow();
+
+    Script const refused = ReadDialogue(DialoguesFor(true), "a server that lets no one post").connections[0];
+    Serve(true, {refused, refused});
+    Compose(true, "test.general");
+    auto const expectGivenBack = [&] {
+        ASSERT_TRUE(SendNow());
+        EXPECT_TRUE(Editable());
+        EXPECT_EQ(screen.Status(), "The article was not posted, and its text could not be saved");
+    };
+    std::ofstream(UnsentPath()) << "earlier";
+    {
+        // A file that cannot grow beyond 20 bytes stands for a full disk.
+        FileSizeLimit const full(20);
+        expectGivenBack();
+    }
+    EXPECT_EQ(FileText(UnsentPath()), "earlier");
+    fs::remove(UnsentPath());
+    mkfifo(UnsentPath().c_str(), 0600);
+    expectGivenBack();
 }
 
 /// The body of a text without attachments, as it goes into the copy.
@@ -80,7 +229,7 @@ TEST(MessageText, WrapsAtTheFirstBlankFromColumn71On) {
     EXPECT_EQ(Body(word71 + " z"), "\n\n" + word71 + " \r\nz");   // and here in column 71
     EXPECT_EQ(Body(word70 + "  z"), "\n\n" + word70 + "  \r\nz"); // the second of two does
     EXPECT_EQ(Body(word200 + " " + word200 + " z"), "\n\n" + word200 + " \r\n" + word200 + " \r\nz");
-    EXPECT_EQ(Body(word71 + "\n z"), "\n\n" + word71 + "\r\n z"); // a line end starts the count anew
+    EXPECT_EQ(Body(word71 + "\n z"), "\n\n" + word71 + "\r\n z"); // a line end starts the count again
     EXPECT_EQ(Body("a\rb\tc\n"), "\n\na\rb\tc\r\n");
     EXPECT_EQ(Body(std::string(144, ' ')), "\n\n" + std::string(72, ' ') + "\r\n" + std::string(72, ' ') + "\r\n");
     // The column is not forgotten where a chunk of 10240 bytes ends.
@@ -117,127 +266,32 @@ TEST(Recipients, EntriesOfAList) {
     EXPECT_EQ(RecipientsOf(large + "@x.org, b@x.org"), (Strings{large + "@x.org", "b@x.org"}));
 }
 
-TEST_F(SendTest, WithNobodyToSendToNothingHappens) {
-    WriteProfile("127.0.0.1:1");
-    for (bool const news : {false, true}) {
-        shownAlerts.clear();
-        news ? ComposeArticle("", "text") : Compose("", "text");
-        ASSERT_TRUE(SendNow());
-        EXPECT_EQ(shownAlerts, Strings{});
-        screen.RunCallback([&] { SetWidgetText(state->toField, news ? "  " : " , x;"); });
-        ASSERT_TRUE(SendNow());
-        EXPECT_EQ(shownAlerts,
-                  Strings{news ? "Error|There is no group in the Group field that the message could be posted to"
-                               : "Error|There is no recipient in the To field that the message could be sent to"});
-        EXPECT_FALSE(WindowGone());
-        CloseWindow();
-    }
-    EXPECT_EQ(Outbox(), Strings{});
+TEST(References, OfAFollowUp) {
+    EXPECT_EQ(ReplyReferences("From: a\r\nReferences: <1@a>\r\n\t<2@b> \r\n\r\nMessage-ID: <no@body>\r\n"),
+              "<1@a> <2@b>");
+    EXPECT_EQ(ReplyReferences("MESSAGE-ID:<3@c>\nreferences:\n <1@a>(x) <2 @b> <> < <2@b>\nX: y\n\n"),
+              "<1@a> <2@b> <3@c>");
+    EXPECT_EQ(ReplyReferences("References: one two\r\nMessage-ID: " + ("<" + std::string(250, 'x') + ">\r\n\r\n")),
+              "");
+    EXPECT_EQ(ReplyReferences(""), "");
+    EXPECT_EQ(ReplyReferences("References: <1\x01@a>\r\n"), "<1@a>");
+    // The first and the newest of a long thread, in a line of at most 998 bytes.
+    std::string article = "References:";
+    for (int i = 0; i < 5000; i++)
+        article += " <" + std::to_string(i) + "@example.org>\r\n";
+    std::string const trimmed = ReplyReferences(article + "Message-ID: <last@example.org>\r\n\r\n");
+    EXPECT_LE(trimmed.size(), 998u - 12);
+    EXPECT_GT(trimmed.size(), 950u);
+    EXPECT_TRUE(trimmed.starts_with("<0@example.org> <49")) << trimmed;
+    EXPECT_TRUE(trimmed.ends_with(" <4999@example.org> <last@example.org>"));
 }
 
-/// What the server refuses, and how it may say so.
-std::vector<Spoiled> Refusals() {
-    Script const data = SmtpHello({"bob@example.org"});
-    Script const beforeData(data.begin(), data.end() - 1);
-    Script const dot = data + Script{Until("\r\n.\r\n")};
-    Script const quit{Expect("QUIT")}, end{Expect(""), Expect("QUIT")};
-    return {
-        {"resets in the message", data + Script{Reset()}, {kLost}},
-        {"busy and closes", {Send("421 busy\r\n")}, {kLost}},
-        {"closes within the last answer", dot + Script{Send("250-one\r\n250-two\r\n250 thr")}, {kLost}},
-        {"answers that never end", dot + Script{Flood("250-more\r\n", 1 << 20)}, {kLost}},
-        {"refuses all and goes on",
-         Script{Send("554 no\r\n"), Skip(), Send("502 no\r\n"), Skip(), Send("503 no\r\n"), Skip(),
-                Send("503 no rcpt\r\n"), Skip(), Send("503 no data\r\n")} +
-             quit,
-         {"Error|503 no rcpt", "Error|503 no data"}},
-        {"DATA refused",
-         beforeData + Script{Send("451-later\r\n451 please\r\n")} + quit,
-         {"Error|451-later\n451 please"}},
-        {"DATA taken as done", beforeData + Script{Send("250 ok\r\n")} + quit, {"Error|250 ok"}},
-        {"8-bit refusal", beforeData + Script{Send("550 Zur\xfc 250 ok\r\n")} + quit, {"Error|550 Zur"}},
-        {"an empty answer", beforeData + Script{Send("\r\n")} + quit, {"Error|"}},
-        {"message refused",
-         dot + Script{Send("552 5.3.4 too <b>big</b> %s%n\r\n")} + end,
-         {"Error|552 5.3.4 too <b>big</b> %s%n"}},
-        {"an answer behind a NUL", dot + Script{Send(std::string(1, 0) + "250 ok\r\n")} + end, {"Error|"}},
-    };
-}
-
-TEST_F(SendTest, EveryFailureKeepsTheWholeCopyAndGivesTheWindowBack) {
-    Compose("bob@example.org", "text");
-    size_t copies = 0;
-    auto const oneMoreCopy = [&] {
-        ASSERT_EQ(Outbox().size(), ++copies);
-        EXPECT_EQ(Plain(Outbox().back()), kHeader + "\n\ntext");
-        EXPECT_EQ(OutboxRows().back().substr(0, 8), " \t Hello");
-    };
-    ExpectGivenBack(LostAtEachAnswer(SmtpHello({"bob@example.org"}) + SmtpTakes()), oneMoreCopy);
-    ExpectGivenBack(Refusals(), oneMoreCopy);
-    // The same window can send in the end.
-    Serve({SmtpHello({"bob@example.org"}) + SmtpTakes("240 posted\r\n")});
-    Deliver();
-}
-
-TEST_F(SendTest, WithoutAServerTheTextIsGivenBack) {
-    {
-        ScriptedServer gone{Script{}};
-        WriteProfile(gone.Address());
-    }
-    Compose("bob@example.org", "text");
-    AddPart("a.txt", "TEXT/PLAIN", "QUJD\n");
-    ASSERT_TRUE(SendNow());
-    EXPECT_EQ(shownAlerts, Strings{kLost});
-    EXPECT_TRUE(Editable());
-    ASSERT_EQ(Outbox().size(), 1u);
-    EXPECT_NE(Outbox()[0].find("\n\ntext\r\n\r\n----Corvanta-"), std::string::npos);
-    EXPECT_NE(Outbox()[0].find("\r\n\nQUJD\n\r\n\r\n----Corvanta-"), std::string::npos);
-    EXPECT_EQ(OutboxRows()[0].substr(0, 8), " \t Hello");
-    // Nor is there a place for the copy.
-    ASSERT_EQ(rename(Folder().c_str(), (TempHome() + "/away").c_str()), 0);
-    ASSERT_TRUE(SendNow());
-    EXPECT_TRUE(Editable());
-    EXPECT_EQ(screen.Status(), "The message could not be copied into the Outbox");
-    screen.RunCallback([&] { EXPECT_NE(PtTreeRootItem(state->attachmentList)->data, nullptr); });
-}
-
-TEST_F(SendTest, RefusedAndUnsendableRecipientsAreShownAndTheOthersServed) {
-    Serve({Script{Send("220-ready\r\n220-very\r\n220 now\r\n", 3), Expect("HELO localhost"), Send("250-a\r\n250\r\n"),
-                  Expect("MAIL FROM: <ann@example.org>"), Send("250 ok\n"), Expect("RCPT TO: <a@x.org>"),
-                  Send("550-5.1.1 nobody\r\n550 here\r\n"), Expect("RCPT TO: <b@x.org>"), Send("251 elsewhere\r\n"),
-                  Expect("RCPT TO: <c@x.org>"), Send("250 f\xfcr c\r\n"), Expect("RCPT TO: <d@x.org>"),
-                  Send("250-1\r\n250 2\r\n"), Expect("DATA"), Send("354-go\r\n354 on\r\n")} +
-           SmtpTakes("250-queued\r\n250 as 1\r\n")});
-    Compose("A <a@x.org>, b@x.org, ,x,e@x<y.org", "text", "Hello", "\x01z@x.org; c@x.org;;<d@x.org>");
-    Deliver({"Error|550-5.1.1 nobody\n550 here", "Error|251 elsewhere",
-             "Error|This is no address that mail can be sent to: e@x<y.org",
-             "Error|This is no address that mail can be sent to: \x01z@x.org"});
-}
-
-TEST_F(SendTest, OddTextsAndSignatures) {
-    std::ofstream(TempHome() + "/empty");
-    std::ofstream(TempHome() + "/dots") << ".\n.\n";
-    std::ofstream(TempHome() + "/large");
-    ASSERT_EQ(truncate((TempHome() + "/large").c_str(), 100 << 20), 0);
-    mkfifo((TempHome() + "/pipe").c_str(), 0600);
-    std::string const large(10 << 20, 'x');
-    std::string const tooLarge =
-        "Error|The signature file " + TempHome() + "/large is larger than 1 MB, the message goes without it";
-    struct {
-        std::string text;
-        char const *signature;
-        std::string body;
-        Strings alerts;
-    } const cases[] = {
-        {"", "/missing", "", {}},         {"   ", "", "   ", {}},  {"x", "/empty", "x\n\n", {}},
-        {"x", "/large", "x", {tooLarge}}, {"x", "/pipe", "x", {}}, {large, "/dots", large + "\n\n..\n..\n", {}},
-    };
-    for (auto const &each : cases) {
-        SCOPED_TRACE(each.signature);
-        Serve({SmtpHello({"bob@example.org"}) + SmtpTakes()}, TempHome() + each.signature);
-        Compose("bob@example.org", each.text);
-        EXPECT_TRUE(Deliver(each.alerts).ends_with("\r\nSubject: Hello\r\n\n\n" + each.body));
-    }
+TEST(References, WhereAReplyGoes) {
+    EXPECT_EQ(ReplyGroups("Newsgroups: a.b, c.d,\r\n\te.f\r\n\r\nFollowup-To: x\r\n"), "a.b,c.d,e.f");
+    EXPECT_EQ(ReplyGroups("Newsgroups: a.b\r\nFollowup-To: c.d\r\n"), "c.d");
+    EXPECT_EQ(ReplyGroups("Newsgroups: a.b\r\nFollowup-To: \r\n"), "a.b");
+    EXPECT_EQ(ReplyGroups("Newsgroups: a.b\r\nFollowup-To: Poster \r\n"), "poster");
+    EXPECT_EQ(ReplyGroups("Followup-To-Me: a.b\r\n"), "");
 }
 
 } // namespace
