@@ -30,14 +30,14 @@ inline std::map<int32_t, std::string> StoredRows(std::string const &inbox) {
     return rows;
 }
 
-struct Outcome {
+struct DriverRun {
     int exitCode;       ///< -1 when it was killed
     std::string result; ///< what the operation returned; empty when it was killed
 };
 
 /// Runs an operation of the driver in a home directory; the words of `tracer` stand before its command.
-inline Outcome RunDriver(std::string const &operation, Scratch const &home, std::string const &server,
-                         std::vector<std::string> tracer = {}) {
+inline DriverRun RunDriver(std::string const &operation, Scratch const &home, std::string const &server,
+                           std::vector<std::string> tracer = {}) {
     // What the operation says on standard error is not looked at here.
     for (std::string const &word :
          {std::string("sh"), std::string("-c"), std::string("exec \"$@\" 2>/dev/null"), std::string("sh"),

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr int kTick = 10; ///< milliseconds until a waiting server looks whether it is to end
+constexpr int kTick = 2; ///< milliseconds until a waiting server looks whether it is to end
 
 bool Readable(int descriptor) {
     pollfd wanted{descriptor, POLLIN, 0};
@@ -62,8 +62,11 @@ std::vector<Misbehaviour> Misbehaviours() {
     };
 }
 
-MailboxServer::MailboxServer(std::vector<std::string> messages, Fault fault)
-    : messages_(std::move(messages)), fault_(std::move(fault)), listener_(ListenOn("127.0.0.1", port_)) {
+MailboxServer::MailboxServer(std::vector<std::string> messages, Fault fault, bool modern, size_t cutAfter)
+    : messages_(std::move(messages)), modern_(modern), cutAfter_(cutAfter), fault_(std::move(fault)),
+      listener_(ListenOn("127.0.0.1", port_)) {
+    for (size_t i = 0; i < messages_.size(); i++)
+        uids_.push_back("uid-" + std::to_string(i));
     thread_ = std::thread([this] { Serve(); });
 }
 
@@ -78,6 +81,11 @@ std::vector<std::string> MailboxServer::Messages() {
     return messages_;
 }
 
+size_t MailboxServer::Sent() {
+    std::lock_guard const lock(mutex_);
+    return sent_;
+}
+
 void MailboxServer::Serve() {
     while (!stopping_) {
         if (!Readable(listener_))
@@ -86,7 +94,9 @@ void MailboxServer::Serve() {
         int const yes = 1;
         setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
         std::lock_guard const lock(mutex_);
+        sent_ = 0;
         Session(socket);
+        cutAfter_ = SIZE_MAX;
         // A close with unread bytes becomes a reset, which would take the last reply away from the client.
         shutdown(socket, SHUT_WR);
         close(socket);
@@ -116,7 +126,8 @@ void MailboxServer::Session(int socket) {
             continue;
         for (size_t i = messages_.size(); i-- > 0;)
             if (marked[i])
-                messages_.erase(messages_.begin() + static_cast<long>(i));
+                messages_.erase(messages_.begin() + static_cast<long>(i)),
+                    uids_.erase(uids_.begin() + static_cast<long>(i));
         Reply(socket, reply, number + 1);
         return;
     }
@@ -127,9 +138,11 @@ bool MailboxServer::Reply(int socket, std::string const &reply, int number) {
     std::string const bytes = faulty && fault_.bytes ? fault_.bytes(reply) : reply;
     size_t const piece = faulty && fault_.piece ? fault_.piece : bytes.size();
     for (size_t i = 0; i < (faulty ? fault_.times : 1); i++)
-        for (size_t at = 0; at < bytes.size(); at += piece)
-            if (send(socket, bytes.data() + at, std::min(piece, bytes.size() - at), MSG_NOSIGNAL) < 0)
+        for (size_t at = 0; at < bytes.size(); at += piece) {
+            size_t const now = std::min({piece, bytes.size() - at, cutAfter_ - sent_});
+            if (send(socket, bytes.data() + at, now, MSG_NOSIGNAL) < 0 || (sent_ += now) == cutAfter_)
                 return false;
+        }
     if (faulty && fault_.then == Fault::kReset)
         ResetAtClose(socket);
     return !faulty || fault_.then == Fault::kGoOn;
@@ -138,6 +151,14 @@ bool MailboxServer::Reply(int socket, std::string const &reply, int number) {
 std::string MailboxServer::Answer(std::string const &line, std::vector<bool> &marked) {
     size_t const number = NumberIn(line);
     bool const there = number >= 1 && number <= messages_.size() && !marked[number - 1];
+    std::string list;
+    for (size_t i = 0; i < messages_.size(); i++)
+        list +=
+            std::to_string(i + 1) + " " + (line == "UIDL" ? uids_[i] : std::to_string(messages_[i].size())) + "\r\n";
+    if (modern_ && line == "CAPA")
+        return "+OK\r\nUSER\r\nUIDL\r\nPIPELINING\r\n.\r\n";
+    if (modern_ && (line == "LIST" || line == "UIDL"))
+        return "+OK\r\n" + list + ".\r\n";
     if (line == "STAT")
         return "+OK " + std::to_string(messages_.size()) + " 1\r\n";
     if (line.starts_with("RETR ") && there)

@@ -3,6 +3,7 @@
 // stopped anywhere must be measured by.
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -36,7 +37,10 @@ std::vector<Misbehaviour> Misbehaviours();
 
 class MailboxServer {
   public:
-    explicit MailboxServer(std::vector<std::string> messages, Fault fault = {});
+    /// `modern` servers know CAPA, UIDL and LIST and take commands ahead; `cutAfter` bytes of its own the first
+    /// session ends in the middle of whatever it is.
+    explicit MailboxServer(std::vector<std::string> messages, Fault fault = {}, bool modern = false,
+                           size_t cutAfter = SIZE_MAX);
     ~MailboxServer();
     MailboxServer(MailboxServer const &) = delete;
     MailboxServer &operator=(MailboxServer const &) = delete;
@@ -44,6 +48,8 @@ class MailboxServer {
     std::string Address() const { return "127.0.0.1:" + std::to_string(port_); }
     /// The messages that are still there. A session that is running is waited for.
     std::vector<std::string> Messages();
+    /// Bytes that the last session sent.
+    size_t Sent();
 
   private:
     void Serve();
@@ -52,6 +58,9 @@ class MailboxServer {
     std::string Answer(std::string const &line, std::vector<bool> &marked);
 
     std::vector<std::string> messages_; ///< under mutex_, held for a whole session
+    std::vector<std::string> uids_;     ///< likewise
+    bool const modern_;
+    size_t cutAfter_, sent_ = 0;
     std::mutex mutex_;
     Fault fault_;
     int port_ = 0;

@@ -113,7 +113,7 @@ void ExpectGoodFolder(Home const &home, std::string const &operation, int32_t pr
             << number;
     }
     for (auto const &[number, row] : records)
-        EXPECT_TRUE(operation == "session" || rows.contains(row)) << number << ": " << row;
+        EXPECT_TRUE(operation == "session" || operation == "receive" || rows.contains(row)) << number << ": " << row;
 
     std::set<int32_t> used{printed};
     for (auto const &numbers : {StoredTexts(home.inbox), records})
@@ -130,7 +130,7 @@ void ExpectGoodFolder(Home const &home, std::string const &operation, int32_t pr
 }
 
 /// What a completed operation promises, and what a stopped one must not have broken.
-void ExpectGoodResult(Home const &home, std::string const &operation, Outcome const &outcome) {
+void ExpectGoodResult(Home const &home, std::string const &operation, DriverRun const &outcome) {
     int32_t const printed = outcome.result.empty() ? -1 : DecimalPrefix(outcome.result);
     if (operation == "profile") {
         std::string const text = ReadFile(home.root + "home.dat");
@@ -176,19 +176,52 @@ void ExpectNoMailLost(Home const &home, MailboxServer &server) {
         EXPECT_TRUE(after.contains(message)) << message << " is lost";
 }
 
+/// After one more check each message of the server is in the Inbox exactly once, beside what lay there, and another
+/// one brings nothing more.
+void ExpectMailOnce(Home const &home, MailboxServer &server) {
+    std::multiset<std::string> wanted(kMailbox.begin(), kMailbox.end());
+    for (auto const &[number, text] : home.earlier)
+        wanted.insert(text);
+    EXPECT_GE(DecimalPrefix(RunDriver("receive", home.scratch, server.Address()).result), 0);
+    for (char const *more : {"", "0"}) {
+        if (*more) {
+            EXPECT_EQ(RunDriver("receive", home.scratch, server.Address()).result, more);
+        }
+        std::multiset<std::string> texts;
+        for (auto const &[number, row] : home.Records())
+            texts.insert(home.Text(number));
+        EXPECT_EQ(texts, wanted);
+    }
+    EXPECT_EQ(server.Messages().size(), kMailbox.size());
+}
+
+/// The server that an operation talks to, null for none.
+std::unique_ptr<MailboxServer> ServerFor(std::string const &operation) {
+    bool const modern = operation == "receive";
+    return modern || operation == "session" ? std::make_unique<MailboxServer>(kMailbox, Fault{}, modern) : nullptr;
+}
+
+void ExpectGoodMail(Home const &home, std::string const &operation, MailboxServer &server) {
+    if (operation == "receive")
+        ExpectMailOnce(home, server);
+    else
+        ExpectNoMailLost(home, server);
+}
+
 void StopAt(std::string const &operation, Stop const &stop) {
     std::string const what = operation + ", " + stop.call + " " + std::to_string(stop.n) + ", " + stop.fault;
     SCOPED_TRACE(what);
     Home const home(operation);
-    std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
+    std::unique_ptr<MailboxServer> const server = ServerFor(operation);
     std::string const log = home.scratch / "log";
     std::string const inject = "inject=" + stop.call + ":" + stop.fault + ":when=" + std::to_string(stop.n);
-    Outcome const outcome = RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log, inject));
+    DriverRun const outcome =
+        RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log, inject));
     EXPECT_NE(ReadFile(log).find(stop.fault == "signal=KILL" ? "killed by SIGKILL" : "INJECTED"), std::string::npos)
         << "nothing was stopped";
     EXPECT_EQ(outcome.exitCode, stop.fault == "signal=KILL" ? -1 : 0);
     if (server)
-        ExpectNoMailLost(home, *server);
+        ExpectGoodMail(home, operation, *server);
     ExpectGoodResult(home, operation, outcome);
 }
 
@@ -207,13 +240,13 @@ TEST_P(StopAtEveryCall, LeavesAGoodFolder) {
     std::vector<Stop> stops;
     {
         Home const home(operation);
-        std::unique_ptr<MailboxServer> const server(operation == "session" ? new MailboxServer(kMailbox) : nullptr);
+        std::unique_ptr<MailboxServer> const server = ServerFor(operation);
         std::string const log = home.scratch / "log";
-        Outcome const outcome = RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log));
+        DriverRun const outcome = RunDriver(operation, home.scratch, server ? server->Address() : "", Traced(log));
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_GE(DecimalPrefix(outcome.result), 0) << outcome.result;
         if (server)
-            ExpectNoMailLost(home, *server);
+            ExpectGoodMail(home, operation, *server);
         ExpectGoodResult(home, operation, outcome);
         stops = Stops(log, home.scratch.Path());
     }
@@ -233,7 +266,7 @@ TEST_P(StopAtEveryCall, LeavesAGoodFolder) {
 
 INSTANTIATE_TEST_SUITE_P(Store, StopAtEveryCall,
                          testing::Values("create", "append", "repair", "reserve", "delete", "convert", "profile",
-                                         "session"),
+                                         "session", "receive"),
                          [](auto const &info) { return std::string(info.param); });
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "pop/check_mail.h"
+#include "pop/standard/receive.h"
 #include "profiles/mail_profile_file.h"
 #include "protocol/screen.h"
 #include "store/convert.h"
@@ -50,6 +51,22 @@ int32_t SaveProfile(Job const &) {
     return WriteMailProfile(ConfigRoot(), *profile) ? 0 : -1;
 }
 
+/// What happens meanwhile, for nobody.
+struct NoSink : ReceiveSink {
+    void Progress(ReceiveProgress const &) override {}
+    void Stored(int32_t, std::string_view) override {}
+};
+
+/// A whole check of the standard way, which leaves the messages on the server.
+int32_t Receive(Job const &job) {
+    NoSink sink;
+    ReceiveRequest const request{
+        .profile = "home", .inbox = job.inbox, .server = job.server, .who = {"alice", "secret"}};
+    ReceiveResult const result = ReceiveMail(request, sink, {});
+    fprintf(stderr, "%s\n", result.outcome.text.c_str());
+    return result.outcome ? result.fetched : -1;
+}
+
 std::map<std::string, std::function<int32_t(Job const &)>> const operations = {
     {"create", [](Job const &job) { return CreateFolder(job.inbox.c_str()); }},
     {"append", Append},
@@ -58,6 +75,7 @@ std::map<std::string, std::function<int32_t(Job const &)>> const operations = {
     {"delete", [](Job const &job) { return DeleteMessage(job.inbox.c_str(), 2); }},
     {"convert", [](Job const &) { return ConvertFolderIndex("home", "Inbox"); }},
     {"profile", SaveProfile},
+    {"receive", Receive},
 };
 
 int32_t Marked(std::function<int32_t()> const &operation) {
@@ -89,6 +107,7 @@ int main(int argc, char **argv) {
         return 2;
     gPasswd.home = argv[2];
     gPasswd.present = true;
+    unsetenv("XDG_STATE_HOME");
     Job const job{.server = argc > 3 ? argv[3] : ""};
     std::string const name = argv[1];
     if (name != "session" && !operations.contains(name))

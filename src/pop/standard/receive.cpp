@@ -11,6 +11,7 @@
 #include <cstring>
 #include <ctime>
 #include <set>
+#include <sys/stat.h>
 
 namespace {
 
@@ -65,6 +66,18 @@ class Leftovers {
     std::set<int32_t> numbers_;
 };
 
+/// A message that could not be written leaves its record in the index, with a number above `from`.
+void DropRecordsWithoutFile(std::string const &folder, int32_t from) {
+    std::vector<int32_t> numbers;
+    ReadFolderIndex(folder.c_str(), [&](IndexRecord const &record) {
+        struct stat status {};
+        if (record.number > from && stat(MessagePath(folder, record.number).c_str(), &status) != 0)
+            numbers.push_back(record.number);
+    });
+    for (int32_t const number : numbers)
+        DeleteMessage(folder.c_str(), number);
+}
+
 class Receiving {
   public:
     Receiving(ReceiveRequest const &request, ReceiveSink &sink, StopPredicate const &stopped)
@@ -96,6 +109,7 @@ class Receiving {
     std::vector<ServerMessage> messages_, wanted_, unended_;
     std::vector<StoredMessage> batch_; ///< stored and not yet known to be safe
     std::vector<int> toDelete_;        ///< numbers on the server of what is safe here, or was deleted here
+    int32_t from_ = 0;                 ///< the number before the batch
     bool hasUids_ = false;
     Clock::time_point start_ = Clock::now(), shown_ = Clock::time_point();
     int done_ = 0, total_ = 0;
@@ -189,6 +203,7 @@ Outcome Receiving::TakeBatch(Fetch &fetch, std::span<ServerMessage const> batch,
         uids.push_back(message.uid);
     if (hasUids_ && !log_.Begin(from, uids))
         return Failed(std::string("The list of messages that were taken in cannot be written: ") + strerror(errno));
+    from_ = from;
     for (ServerMessage const &message : batch)
         if (Outcome const taken = TakeOne(fetch, message, leftovers); !taken)
             return taken;
@@ -211,8 +226,10 @@ Outcome Receiving::TakeOne(Fetch &fetch, ServerMessage const &message, Leftovers
         DeleteMessage(request_.inbox.c_str(), part);
     if (number == 0) {
         number = AppendMessage(request_.inbox.c_str(), text);
-        if (number < 0)
+        if (number < 0) {
+            DropRecordsWithoutFile(request_.inbox, from_);
             return Failed("A message could not be stored, it stays on the server");
+        }
         sink_.Stored(number, text);
     }
     batch_.push_back({message.uid, number});
