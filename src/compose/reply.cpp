@@ -3,7 +3,7 @@
 #include "compose/background_parts.h"
 #include "compose/compose_window.h"
 #include "compose/forward_part.h"
-#include "compose/plain_lines.h"
+#include "compose/plain_text.h"
 #include "compose/quote.h"
 #include "compose/references.h"
 #include "message/shown_message.h"
@@ -18,12 +18,14 @@
 
 namespace {
 
+/// What other people wrote is shown whole, or not taken over.
+void SetField(PtWidget_t *field, std::string const &text) { SetWidgetText(field, PlainLine(text).c_str()); }
+
 void FillRecipients(ComposeState &state, ParsedHeaders const &headers) {
     ServerAccount const *const account = ChosenAccount(state);
     char const *const own = account ? account->emailAddress : "";
-    SetWidgetText(state.toField, AddRecipients(headers.from, headers.to, own, true).c_str());
-    if (state.ccField)
-        SetWidgetText(state.ccField, AddRecipients("", headers.cc, own, false).c_str());
+    SetField(state.toField, AddRecipients(headers.from, headers.to, own, true));
+    SetField(state.ccField, AddRecipients("", headers.cc, own, false));
 }
 
 /// An author who wants no answer in the group gets a mail, when there is a profile to send it with.
@@ -39,18 +41,18 @@ void FillGroups(ComposeState &state, std::string const &article) {
     if (groups == "poster")
         SetStatus("The author asks for an answer by mail");
     else
-        SetWidgetText(state.toField, groups.c_str());
+        SetField(state.toField, groups);
     state.references = ReplyReferences(article);
 }
 
 /// The answer to the author of an article is for the author only.
 void FillAuthor(ComposeState &state, std::string const &article) {
     std::string const replyTo = UnfoldedField(article, "Reply-To");
-    SetWidgetText(state.toField, (replyTo.empty() ? UnfoldedField(article, "From") : replyTo).c_str());
+    SetField(state.toField, replyTo.empty() ? UnfoldedField(article, "From") : replyTo);
 }
 
 void QuoteInto(ComposeState &state, ShownMessage const &message) {
-    SetWidgetText(state.messageText, PlainLines(QuotePage(PageText(message))).c_str());
+    SetWidgetText(state.messageText, QuotePage(PageText(message)).c_str());
     PtSetResource(state.messageText, Pt_ARG_CURSOR_POSITION, 0, 0);
 }
 
@@ -80,7 +82,7 @@ int OnReply(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
         FillAuthor(*state, message->source);
     else
         FillRecipients(*state, *headers);
-    SetWidgetText(state->subjectField, ReplySubject(headers->subject).c_str());
+    SetField(state->subjectField, ReplySubject(headers->subject));
     QuoteInto(*state, *message);
     ShowComposeWindow(*state, "Reply...");
     return Pt_CONTINUE;
@@ -94,7 +96,7 @@ int OnForward(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     ComposeHold const hold(state);
     auto const headers = std::make_unique<ParsedHeaders>();
     ParseHeaders(message->source.c_str(), *headers);
-    SetWidgetText(state->subjectField, ForwardSubject(headers->subject).c_str());
+    SetField(state->subjectField, ForwardSubject(headers->subject));
     QuoteInto(*state, *message);
     ShowComposeWindow(*state, "Forward...");
     CarryAttachments(*state, message);

@@ -3,6 +3,7 @@
 
 #include "base/fd.h"
 #include "base/paths.h"
+#include "compose/plain_text.h"
 #include "compose/references.h"
 #include "compose/send/classic/outgoing_message.h"
 #include "compose/send/classic/smtp_dialogue.h"
@@ -252,6 +253,11 @@ TEST(MessageText, ProgressFollowsWrapsAndChunks) {
     percents.clear();
     Body(std::string(2 * 10240, 'x'), &percents);
     EXPECT_EQ(percents, (std::vector<int>{55, 100}));
+}
+
+TEST(MessageText, FieldsHoldOnlyWhatIsShown) {
+    EXPECT_EQ(PlainLine("a\tb\x1b\x7f\u0085\u2028c\x93\r\nd\u00e9"), "a bc\x93"
+                                                                     "d\u00e9");
 }
 
 TEST(Recipients, EntriesOfAList) {

@@ -1,7 +1,7 @@
 #include "compose/send/classic/delivery.h"
 
 #include "base/fd.h"
-#include "compose/plain_lines.h"
+#include "compose/plain_text.h"
 
 #include <cerrno>
 #include <ctime>

@@ -10,9 +10,8 @@
 /// thread.
 class OutboxCopy {
   public:
-    /// Reserves the next message of the profile's Outbox. The name must have passed IsPlainName. Its row stays empty
-    /// and its file locked (flock) until it is kept: an empty row with a file that nothing locks is what a program
-    /// left that was killed while it sent.
+    /// Reserves the next message of the profile's Outbox. The name must have passed IsPlainName. Its file stays locked
+    /// until it is kept, which tells it from what a program left that was killed while it sent (TakeBackReserved).
     explicit OutboxCopy(std::string profile);
     ~OutboxCopy() { Remove(); }
     OutboxCopy(OutboxCopy const &) = delete;
