@@ -5,26 +5,24 @@
 #include <cstring>
 #include <unistd.h>
 
-ServerAccount::ServerAccount(int32_t kind)
-    : name{}, userName{}, emailAddress{}, password{}, fullName{}, signatureFile{}, serverSocket(-1),
-      profileKind(kind), references(0) {
-    sem_init(&sessionLock, 0, 1);
+namespace {
+
+template <class Record> void Discard(Record &record) {
+    if (record.serverSocket > 0 && !record.stream)
+        close(record.serverSocket);
+    sem_destroy(&record.sessionLock);
+    explicit_bzero(record.password, sizeof record.password);
 }
 
-ServerAccount::~ServerAccount() {
-    if (serverSocket > 0 && !stream)
-        close(serverSocket);
-    sem_destroy(&sessionLock);
-    explicit_bzero(password, sizeof password);
-}
+} // namespace
 
-MailProfile::MailProfile()
-    : ServerAccount(kMailProfile), popServer{}, smtpServer{}, checkInterval{}, leaveOnServer{}, serverMessageCount(0),
-      checkIntervalSeconds(0), checkCountdown(0), checkActive(0), checkWaiting(false) {}
+MailProfile::MailProfile() : ServerAccount(*this) { sem_init(&sessionLock, 0, 1); }
 
-NewsProfile::NewsProfile()
-    : ServerAccount(kNewsProfile), server{}, currentGroup{}, articleCursor(0), lastArticle(0), articleCount(0),
-      headersDone(0), batchSize(0), downloadTicket(0) {}
+MailProfile::~MailProfile() { Discard(*this); }
+
+NewsProfile::NewsProfile() : ServerAccount(*this) { sem_init(&sessionLock, 0, 1); }
+
+NewsProfile::~NewsProfile() { Discard(*this); }
 
 void StopDownload(ServerAccount &account) {
     if (account.profileKind == kNewsProfile)

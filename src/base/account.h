@@ -12,55 +12,81 @@ class Stream;
 constexpr int kMailProfile = 1;
 constexpr int kNewsProfile = 3;
 
-/// What mail and news accounts have in common. A record lives as long as anybody holds a reference: the tree item
-/// whose data it is, a worker's session, a callback in the middle of a download.
+/// What mail and news accounts have in common, seen through either: each record has the fields of its own, in the
+/// order and with the widths of its kind. A record lives as long as anything holds a reference: the tree item whose
+/// data it is, a worker's session, a callback in the middle of a download.
 struct ServerAccount {
-    char name[3075]; ///< the profile's name: its file's and directory's name
-    char userName[1025];
-    char emailAddress[1025];
-    char password[1025]; ///< in clear
-    char fullName[1065];
-    char signatureFile[1028];
-    std::atomic<int32_t> serverSocket; ///< the open connection; below 1 means none
-    std::shared_ptr<Stream> stream;    ///< what owns serverSocket, when anything does; under sessionLock
-    sem_t sessionLock;                 ///< taken around every use of serverSocket
-    int32_t profileKind;               ///< kMailProfile or kNewsProfile
+    char const *const name; ///< the profile's name: its file's and directory's name
+    char const *const userName;
+    char const *const emailAddress;
+    char const *const password; ///< in clear
+    char const *const fullName;
+    char const *const signatureFile;
+    std::atomic<int32_t> &serverSocket; ///< the open connection; below 1 means none
+    sem_t &sessionLock;                 ///< taken around every use of serverSocket
+    int32_t const &profileKind;         ///< kMailProfile or kNewsProfile
+    std::shared_ptr<Stream> stream;     ///< what owns serverSocket, when anything does; under sessionLock
     std::atomic<int32_t> references;
 
-    explicit ServerAccount(int32_t kind);
-    virtual ~ServerAccount();
+    /// Of a record that is being made.
+    template <class Record>
+    explicit ServerAccount(Record &record)
+        : name(record.name), userName(record.userName), emailAddress(record.emailAddress), password(record.password),
+          fullName(record.fullName), signatureFile(record.signatureFile), serverSocket(record.serverSocket),
+          sessionLock(record.sessionLock), profileKind(record.profileKind), references(0) {}
+    virtual ~ServerAccount() = default;
     ServerAccount(ServerAccount const &) = delete;
     ServerAccount &operator=(ServerAccount const &) = delete;
 };
 
 /// A POP3/SMTP account.
 struct MailProfile : ServerAccount {
-    char popServer[1025];
-    char smtpServer[2050];
-    char checkInterval[15];                  ///< seconds, as text
-    char leaveOnServer[25];                  ///< "LEAVEONSERVER" or "REMOVEFROMSERVER"
-    std::atomic<int32_t> serverMessageCount; ///< messages of the server's list that this run has taken in
-    int32_t checkIntervalSeconds;            ///< the period of automatic checks; under the library lock
-    int32_t checkCountdown;                  ///< what is left of it; under the library lock
-    int32_t checkActive;                     ///< cleared when a folder of the profile is opened
-    std::atomic<bool> checkWaiting;          ///< a check waits for sessionLock: another one is dropped
+    char name[1025] = "";
+    char popServer[1025] = "";
+    char smtpServer[2050] = "";
+    char userName[1025] = "";
+    char emailAddress[1025] = "";
+    char password[1025] = "";
+    char fullName[1025] = "";
+    char checkInterval[15] = ""; ///< seconds, as text
+    char leaveOnServer[25] = ""; ///< "LEAVEONSERVER" or "REMOVEFROMSERVER"
+    char signatureFile[1028] = "";
+    std::atomic<int32_t> serverSocket = -1;
+    int32_t checkIntervalSeconds = 0;            ///< the period of automatic checks; under the library lock
+    int32_t checkCountdown = 0;                  ///< what is left of it; under the library lock
+    int32_t checkActive = 0;                     ///< cleared when a folder of the profile is opened
+    std::atomic<bool> checkWaiting = false;      ///< a check waits for sessionLock: another one is dropped
+    std::atomic<int32_t> serverMessageCount = 0; ///< messages of the server's list that this run has taken in
+    sem_t sessionLock;
+    int32_t profileKind = kMailProfile;
 
     MailProfile();
+    ~MailProfile() override;
     bool LeavesMailOnServer() const;
 };
 
-/// A Usenet account (NNTP). The fields behind `server` belong to whoever holds sessionLock.
+/// A Usenet account (NNTP). The fields after `signatureFile` belong to whoever holds sessionLock.
 struct NewsProfile : ServerAccount {
-    char server[1025];
-    char currentGroup[200];               ///< the group that the open connection has selected; empty for none
-    std::atomic<int32_t> articleCursor;   ///< the article that the next download begins at
-    std::atomic<int32_t> lastArticle;     ///< the group's last article
-    std::atomic<int32_t> articleCount;    ///< how many the server says the group has
-    std::atomic<int32_t> headersDone;     ///< header lines taken in since the group was selected
-    std::atomic<int32_t> batchSize;       ///< headers of the next download; 0: ask the person, or nothing
-    std::atomic<uint32_t> downloadTicket; ///< counted up to stop the running download, which compares it
+    char name[3075] = "";
+    char server[1025] = "";
+    char userName[1025] = "";
+    char emailAddress[1025] = "";
+    char password[1025] = "";
+    char fullName[1065] = "";
+    char signatureFile[1028] = "";
+    std::atomic<int32_t> serverSocket = -1;
+    char currentGroup[200] = "";            ///< the group that the open connection has selected; empty for none
+    std::atomic<int32_t> articleCursor = 0; ///< the article that the next download starts at
+    std::atomic<int32_t> lastArticle = 0;   ///< the group's last article
+    std::atomic<int32_t> articleCount = 0;  ///< how many the server says the group has
+    std::atomic<int32_t> headersDone = 0;   ///< header lines taken in since the group was selected
+    std::atomic<int32_t> batchSize = 0;     ///< headers of the next download; 0: ask the user, or nothing
+    sem_t sessionLock;
+    int32_t profileKind = kNewsProfile;
+    std::atomic<uint32_t> downloadTicket = 0; ///< counted up to stop the running download, which compares it
 
     NewsProfile();
+    ~NewsProfile() override;
 };
 
 /// Makes a header download of the account stop at its next line, within 0.1 s of silence. Mail accounts have none.

@@ -67,15 +67,6 @@ void ShowAccount(AccountDialog const &dialog, ServerAccount const &account) {
     SetWidgetText(dialog.signatureFile, account.signatureFile);
 }
 
-void TakeAccount(AccountDialog const &dialog, ServerAccount &account) {
-    CopyText(account.name, WidgetText(dialog.name));
-    CopyText(account.userName, WidgetText(dialog.userName));
-    CopyText(account.password, WidgetText(dialog.hiddenPassword));
-    CopyText(account.fullName, WidgetText(dialog.fullName));
-    CopyText(account.emailAddress, WidgetText(dialog.emailAddress));
-    CopyText(account.signatureFile, WidgetText(dialog.signatureFile));
-}
-
 void RefreshMainWindow() {
     ForgetOpenProfile();
     ReloadProfileTree();

@@ -5,7 +5,9 @@
 
 #include "Pt.h"
 #include "base/account.h"
+#include "base/text.h"
 #include "names/widgets.h"
+#include "widgets/toolkit.h"
 
 #include <string>
 
@@ -28,7 +30,14 @@ void RefillList(AccountDialog const &dialog);
 
 /// The record's common fields into the dialog's and back; the password is shown as asterisks.
 void ShowAccount(AccountDialog const &dialog, ServerAccount const &account);
-void TakeAccount(AccountDialog const &dialog, ServerAccount &account);
+template <class Profile> void TakeAccount(AccountDialog const &dialog, Profile &profile) {
+    CopyText(profile.name, WidgetText(dialog.name));
+    CopyText(profile.userName, WidgetText(dialog.userName));
+    CopyText(profile.password, WidgetText(dialog.hiddenPassword));
+    CopyText(profile.fullName, WidgetText(dialog.fullName));
+    CopyText(profile.emailAddress, WidgetText(dialog.emailAddress));
+    CopyText(profile.signatureFile, WidgetText(dialog.signatureFile));
+}
 
 /// Nothing of the old records stays open or shown in the main window.
 void RefreshMainWindow();

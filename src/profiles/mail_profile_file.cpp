@@ -14,7 +14,7 @@ void ParseMailProfile(std::string_view text, MailProfile &profile) {
     lines.Take(profile.popServer);
     lines.Take(profile.smtpServer);
     lines.Take(profile.userName);
-    lines.TakePassword(profile);
+    lines.TakePassword(profile.password);
     lines.Take(profile.fullName);
     lines.Take(profile.emailAddress);
     lines.Take(profile.checkInterval);

@@ -26,7 +26,7 @@ void ParseNewsProfile(std::string_view text, NewsProfile &profile) {
     RecordLines lines(text);
     lines.Take(profile.server);
     lines.Take(profile.userName);
-    lines.TakePassword(profile);
+    lines.TakePassword(profile.password);
     lines.Take(profile.fullName);
     lines.Take(profile.emailAddress);
     lines.Take(profile.signatureFile);

@@ -23,7 +23,7 @@ void EncodeGroup(char *to, char const *from, int count) {
 }
 
 void AppendEncoded(std::string &text, ServerAccount const &account) {
-    char encoded[(sizeof account.password + 2) / 3 * 4 + 1];
+    char encoded[(sizeof MailProfile::password + 2) / 3 * 4 + 1];
     EncodeFieldBase64(encoded, sizeof encoded, account.password, static_cast<int>(strlen(account.password)));
     text.append(encoded);
     explicit_bzero(encoded, sizeof encoded);
@@ -70,13 +70,13 @@ std::string_view RecordLines::Next() {
     return line;
 }
 
-void RecordLines::TakePassword(ServerAccount &account) {
+void RecordLines::TakePassword(char *field, size_t width) {
     std::string_view const line = Next();
     if (line.empty())
         return;
     char decoded[kProfileFileBytes + 1];
     int32_t const length = Base64Decode(decoded, std::string(line).c_str());
-    CopyText(account.password, {decoded, static_cast<size_t>(std::max(length, 0))});
+    CopyText(field, width, {decoded, static_cast<size_t>(std::max(length, 0))});
     explicit_bzero(decoded, sizeof decoded);
 }
 

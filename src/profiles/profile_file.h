@@ -31,10 +31,11 @@ class RecordLines {
         if (std::string_view const line = Next(); !line.empty())
             CopyText(field, line);
     }
-    /// Decodes the next line into the account's password.
-    void TakePassword(ServerAccount &account);
+    /// Decodes the next line into the password field, which stays as it is at the text's end.
+    template <size_t Width> void TakePassword(char (&field)[Width]) { TakePassword(field, Width); }
 
   private:
+    void TakePassword(char *field, size_t width);
     std::string_view Next();
     std::string_view rest_;
 };
