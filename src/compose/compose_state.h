@@ -55,7 +55,3 @@ class ComposeHold {
 /// Cancels the sending thread, whose waits for the network all end within 0.1 s. It unwinds by itself and is not
 /// waited for. Under the library lock or not.
 void CancelSending(ComposeState &state);
-
-/// Callback of "pic_btnSend": starts SendEmailThread on a detached thread with the window's state (`data`); a sending
-/// thread of the same window is cancelled first.
-int OnSend(PtWidget_t *widget, void *data, PtCallbackInfo_t *cbinfo);

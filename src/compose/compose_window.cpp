@@ -2,6 +2,7 @@
 
 #include "base/paths.h"
 #include "compose/compose_attachments.h"
+#include "compose/send/send_thread.h"
 #include "names/widgets.h"
 #include "profiles/address_book.h"
 #include "profiles/profile_tree.h"
