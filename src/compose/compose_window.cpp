@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr PhDim_t kWindowSize{450, 400};
 constexpr long kTop = Pt_TOP_ANCHORED_TOP | Pt_BOTTOM_ANCHORED_TOP;
 constexpr long kLeft = kTop | Pt_LEFT_ANCHORED_LEFT | Pt_RIGHT_ANCHORED_LEFT;
 constexpr long kWide = kTop | Pt_LEFT_ANCHORED_LEFT | Pt_RIGHT_ANCHORED_RIGHT;
@@ -30,17 +29,18 @@ constexpr long kBottom =
 constexpr long kFill =
     Pt_TOP_ANCHORED_TOP | Pt_BOTTOM_ANCHORED_BOTTOM | Pt_LEFT_ANCHORED_LEFT | Pt_RIGHT_ANCHORED_RIGHT;
 
-/// Where a widget stands in a window of kWindowSize, or in its body, and which edges it follows when that is resized.
+/// Where a widget stands in a window of kComposeSize, or in its body, and which edges it follows when that is
+/// resized.
 struct Place {
     short x, y;
     unsigned short w, h;
     long anchors;
 };
 
-// The first row is all that a sending window shows. The rest has a pane of its own below these 45 pixels, which
+// The first row is all that a sending window shows. The rest has a pane of its own below these pixels, which
 // covers nothing when the window is folded up.
 constexpr short kFirstRow = 5, kRowStep = 31;
-constexpr Place kBody{0, 45, kWindowSize.w, kWindowSize.h - 45, kFill};
+constexpr Place kBody{0, kSendingSize.h, kComposeSize.w, kComposeSize.h - kSendingSize.h, kFill};
 
 constexpr Place Field(int row, unsigned short width) {
     return {72, static_cast<short>(kFirstRow + row * kRowStep), width, 26, kWide};
@@ -231,7 +231,7 @@ std::unique_ptr<ComposeState> NewState() {
 /// A window of no other window's: closing the main window must not take a text away.
 PtWidget_t *MakeWindow() {
     PtArg_t args[3];
-    PtSetArg(&args[0], Pt_ARG_DIM, &kWindowSize, 0);
+    PtSetArg(&args[0], Pt_ARG_DIM, &kComposeSize, 0);
     PtSetArg(&args[1], Pt_ARG_WINDOW_MANAGED_FLAGS, Pt_FALSE, Ph_WM_CLOSE);
     PtSetArg(&args[2], Pt_ARG_WINDOW_NOTIFY_FLAGS, Pt_TRUE, Ph_WM_CLOSE);
     return PtCreateWidget(PtWindow, Pt_NO_PARENT, 3, args);

@@ -5,6 +5,10 @@
 #include "base/account.h"
 #include "compose/compose_state.h"
 
+/// A compose window as it is made, and while its message is sent: no more than the progress row is seen then.
+constexpr PhDim_t kComposeSize{450, 400};
+constexpr PhDim_t kSendingSize{450, 45};
+
 /// The kind of compose window that suits the open profile; without one, mail, or news when there are news profiles
 /// only.
 ComposeKind CurrentComposeKind();

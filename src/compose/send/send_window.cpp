@@ -1,14 +1,12 @@
 #include "compose/send/send_window.h"
 
+#include "compose/compose_window.h"
 #include "compose/send/outbox_list.h"
 #include "mime/render.h"
 #include "names/widgets.h"
 #include "widgets/toolkit.h"
 
 namespace {
-
-constexpr PhDim_t kSendingSize{450, 45};
-constexpr PhDim_t kEditingSize{450, 400};
 
 /// Blocks or unblocks all that the user could change the message with, and resizes the window. Nothing is on its
 /// way yet, or not any more: the progress bar is empty.
@@ -22,7 +20,7 @@ void SetSending(ComposeState &state, bool sending) {
         if (widget)
             PtSetResource(widget, Pt_ARG_FLAGS, sending ? Pt_TRUE : Pt_FALSE, Pt_BLOCKED | Pt_GHOST);
     PtSetResource(state.progressBar, Pt_ARG_GAUGE_VALUE, 0, 0);
-    PtSetResource(state.window, Pt_ARG_DIM, sending ? &kSendingSize : &kEditingSize, 0);
+    PtSetResource(state.window, Pt_ARG_DIM, sending ? &kSendingSize : &kComposeSize, 0);
     PtFlush();
 }
 
