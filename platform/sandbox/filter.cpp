@@ -17,15 +17,20 @@
 namespace sandbox {
 namespace {
 
-/// What both need. Memory, locks and time are what the C library and Qt ask for by themselves.
+/// What both need. Memory, locks, time and, from Qt 6.8 on, the number of processors are what the C
+/// library and Qt ask for by themselves.
 constexpr int kCommonCalls[] = {
-    SCMP_SYS(read),           SCMP_SYS(pread64),      SCMP_SYS(write),
-    SCMP_SYS(writev),         SCMP_SYS(lseek),        SCMP_SYS(brk),
-    SCMP_SYS(munmap),         SCMP_SYS(mremap),       SCMP_SYS(madvise),
-    SCMP_SYS(futex),          SCMP_SYS(getrandom),    SCMP_SYS(clock_gettime),
-    SCMP_SYS(gettimeofday),   SCMP_SYS(getpid),       SCMP_SYS(gettid),
-    SCMP_SYS(rt_sigprocmask), SCMP_SYS(rt_sigreturn), SCMP_SYS(restart_syscall),
-    SCMP_SYS(sched_yield),    SCMP_SYS(exit),         SCMP_SYS(exit_group),
+    SCMP_SYS(read),         SCMP_SYS(pread64),
+    SCMP_SYS(write),        SCMP_SYS(writev),
+    SCMP_SYS(lseek),        SCMP_SYS(brk),
+    SCMP_SYS(munmap),       SCMP_SYS(mremap),
+    SCMP_SYS(madvise),      SCMP_SYS(futex),
+    SCMP_SYS(getrandom),    SCMP_SYS(clock_gettime),
+    SCMP_SYS(gettimeofday), SCMP_SYS(getpid),
+    SCMP_SYS(gettid),       SCMP_SYS(rt_sigprocmask),
+    SCMP_SYS(rt_sigreturn), SCMP_SYS(restart_syscall),
+    SCMP_SYS(sched_yield),  SCMP_SYS(exit),
+    SCMP_SYS(exit_group),   SCMP_SYS(sched_getaffinity),
 };
 
 /// What the server needs beside them; dup2 and poll do not exist on newer architectures and are left out there.

@@ -38,7 +38,7 @@ constexpr size_t kMaxCleanBytes = 64u << 20;          ///< a clean page
 constexpr uint32_t kMaxImages = 200;                  ///< different images in a page
 constexpr uint32_t kMaxImageSide = 16384;             ///< pixels
 constexpr uint64_t kMaxImagePixels = 40'000'000;      ///< of one image
-constexpr uint64_t kMaxPageImagePixels = 120'000'000; ///< of all images of a page
+constexpr uint64_t kMaxPageImagePixels = 100'000'000; ///< of all images of a page
 
 enum class Kind : uint16_t { Hello = 1, Load, Page, Image, Error, Quit };
 

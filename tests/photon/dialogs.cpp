@@ -13,6 +13,7 @@
 #include <QTemporaryFile>
 #include <QTimer>
 
+#include <filesystem>
 #include <pthread.h>
 #include <thread>
 
@@ -183,6 +184,8 @@ TEST_F(Dialogs, WorkersGetInWhileTheFileDialogAsks) {
     Click(N<QPushButton>("btnOne"));
     EXPECT_EQ(info.ret, Pt_FSDIALOG_BTN1);
     EXPECT_EQ(QString::fromLocal8Bit(info.path), file.fileName());
+    ProcessEventsFor(20);
+    EXPECT_TRUE(std::filesystem::is_empty(getenv("XDG_CONFIG_HOME"))) << "no settings of the file dialog";
     EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
 }
 

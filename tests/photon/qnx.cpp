@@ -68,6 +68,14 @@ TEST(Spawn, StartsOrSaysWhyNot) {
     EXPECT_EQ(WEXITSTATUS(child_status), 3);
 }
 
+TEST(Spawn, WithoutADisplayTheProgramEndsAndSaysSo) {
+    setenv("QT_QPA_PLATFORM", "no-such-plugin", 1);
+    int const status = spawnl(P_WAIT, "/proc/self/exe", "corvanta", "--gtest_filter=none", nullptr);
+    unsetenv("QT_QPA_PLATFORM");
+    ASSERT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+}
+
 TEST(Spawn, GivesTheChildNoInputAndNoOtherDescriptors) {
     int terminal[2];
     ASSERT_EQ(pipe(terminal), 0);

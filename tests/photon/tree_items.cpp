@@ -167,37 +167,37 @@ TEST_F(Tree, ExpandsWhenTheCallbackAllows) {
     EXPECT_FALSE(leaf->list.flags & Pt_TREE_ITEM_EXPANDED);
 }
 
-TEST_F(Tree, SelectionObeysItsMode) {
+TEST_F(Tree, OneItemIsSelectedAndCurrent) {
     PtGenTreeAddFirst(tree_, List("abcd"), nullptr);
     PtGenTreeAddFirst(tree_, List("x"), Find('b'));
-    auto const selected = [&] {
+    // The selected one, and behind it the current one.
+    auto const chosen = [&] {
         std::string letters;
         PtTreeItem_t **items = PtTreeSelectedItems(tree_, nullptr);
         for (PtTreeItem_t **item = items; item && *item; item++)
             letters += (*item)->string;
         free(items);
-        unsigned short const *count = nullptr;
-        PtGetResource(tree_, Pt_ARG_LIST_SEL_COUNT, &count, 0);
-        EXPECT_EQ(*count, letters.size());
-        return letters;
+        PtTreeItem_t const *current = PtTreeGetCurrent(tree_);
+        return letters + (current ? current->string : "-");
     };
+    EXPECT_EQ(chosen(), "-");
     PtGenTreeSelect(tree_, Find('c'));
-    PtGenTreeSelect(tree_, Find('a'));
-    EXPECT_EQ(selected(), "a");
-    PtSetResource(tree_, Pt_ARG_SELECTION_MODE, Pt_MULTIPLE_MODE, 0);
-    for (char letter : {'d', 'x', 'b'})
-        PtGenTreeSelect(tree_, Find(letter));
-    EXPECT_EQ(selected(), "abxd"); // in the order of the tree
-    EXPECT_EQ(PtVisibleSelected(*tree_), 3u);
-    PtGenTreeUnselect(tree_, Find('d'));
+    PtGenTreeGoto(tree_, Find('a'));
+    EXPECT_EQ(chosen(), "aa");
+    PtGenTreeUnselect(tree_, Find('c'));
+    EXPECT_EQ(chosen(), "aa");
+    PtGenTreeSelect(tree_, Find('x'));
+    EXPECT_EQ(chosen(), "x-"); // nobody sees that it is
+    PtGenTreeExpand(tree_, Find('b'), nullptr);
+    EXPECT_EQ(chosen(), "xx");
     PtGenTreeItem_t *b = Find('b');
     PtGenTreeRemoveItem(tree_, b);
-    EXPECT_EQ(selected(), "a");
+    EXPECT_EQ(chosen(), "-");
     PtGenTreeSelect(nullptr, b); // outside a tree only a mark
     PtGenTreeAddFirst(tree_, b, nullptr);
-    EXPECT_EQ(selected(), "ba");
-    PtSetResource(tree_, Pt_ARG_SELECTION_MODE, Pt_BROWSE_MODE, 0);
-    EXPECT_EQ(selected(), "");
+    EXPECT_EQ(chosen(), "bb");
+    PtGenTreeClearSelection(tree_);
+    EXPECT_EQ(chosen(), "-");
 }
 
 TEST_F(Tree, TakesAMillionRowsAndAMillionLevels) {

@@ -52,11 +52,38 @@ TEST_F(Trees, OneCallbackForEachFinishedClick) {
     EXPECT_FALSE(two->gen.list.flags & Pt_LIST_ITEM_SELECTED);
     ClickRow(0, Qt::LeftButton, Qt::ControlModifier);
     EXPECT_TRUE(one->gen.list.flags & Pt_LIST_ITEM_SELECTED); // not unselected
-    size_t const before = told_.size();
-    WithoutLock([&] {
-        QTest::mouseClick(frame_->viewport(), Qt::LeftButton, {}, QPoint(20, frame_->viewport()->height() - 3));
+}
+
+// What is not highlighted is not the current item, nor the other way round.
+TEST_F(Trees, NothingIsChosenAfterAClickBesideTheRows) {
+    Add("one");
+    PtTreeItem_t *two = Add("two");
+    Sync();
+    QPoint const beside(20, frame_->viewport()->height() - 3);
+    auto const agree = [&] {
+        QModelIndexList const rows = frame_->selectionModel()->selectedRows();
+        PtTreeItem_t const *current = PtTreeGetCurrent(tree_);
+        EXPECT_EQ(rows.isEmpty() ? nullptr : frame_->model_->Item(rows[0]), current ? &current->gen : nullptr);
+        EXPECT_LT(rows.size(), 2);
+        return current;
+    };
+    ClickRow(1);
+    WithoutLock([&] { // dragged away from its row
+        QTest::mousePress(frame_->viewport(), Qt::LeftButton, {}, Middle(1));
+        QTest::mouseMove(frame_->viewport(), beside);
+        QTest::mouseRelease(frame_->viewport(), Qt::LeftButton, {}, beside);
     });
-    EXPECT_EQ(told_.size(), before); // below the rows
+    EXPECT_EQ(agree(), two);
+    size_t const before = told_.size();
+    WithoutLock([&] { QTest::mouseClick(frame_->viewport(), Qt::LeftButton, {}, beside); });
+    EXPECT_EQ(agree(), nullptr);
+    EXPECT_FALSE(two->gen.list.flags & Pt_LIST_ITEM_SELECTED);
+    EXPECT_EQ(told_.size(), before);
+    Add("three");
+    Sync();
+    EXPECT_EQ(agree(), nullptr);
+    Key(frame_, Qt::Key_Down);
+    EXPECT_TRUE(agree());
 }
 
 TEST_F(Trees, KeysCallWithoutClicks) {

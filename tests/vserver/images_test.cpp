@@ -71,6 +71,16 @@ TEST_F(Images, BombsAndBrokenImagesAreRefused) {
     EXPECT_EQ(frames_, refused);
 }
 
+TEST_F(Images, OfOneMessageHaveAHundredMegapixels) {
+    std::string const third = BlackPng(5'800, 5'800); // 33.6 million
+    for (char const *const name : {"a", "b", "c", "d"})
+        place_.Write(name, third);
+    place_.Write("p.html", "<img src=a><img src=b><img src=c><img src=d>");
+    Page(Url("p.html"));
+    EXPECT_EQ(TakeImages().size(), 4u);
+    EXPECT_EQ(frames_.size(), 2u);
+}
+
 TEST_F(Images, EveryKindOfImageIsDecodedInTheSandbox) {
     // Formats whose conversion Qt would share among threads, were it one piece.
     QImage::Format const formats[] = {QImage::Format_RGB32,      QImage::Format_ARGB32,   QImage::Format_RGBA64,

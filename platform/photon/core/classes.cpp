@@ -103,16 +103,10 @@ constexpr Def kTimer[] = {
     Link(Pt_CB_TIMER_ACTIVATE),
 };
 constexpr Def kTree[] = {
-    Scalar(Pt_ARG_SELECTION_MODE, Pt_BROWSE_MODE),
-    ReadOnly(Pt_ARG_LIST_SEL_COUNT),
-    ReadOnly(Pt_ARG_LIST_ITEM_COUNT),
-    {Pt_ARG_TREE_IMAGES, PtType::PointerArray, 0, 0},
-    Flag(Pt_ARG_TREE_FLAGS),
-    Text(Pt_ARG_TEXT_FONT),
-    Link(Pt_CB_TREE_SELECTION),
-    Link(Pt_CB_TREE_STATE),
-    Link(Pt_CB_GEN_TREE_INPUT),
-    Link(Pt_CB_SELECTION),
+    ReadOnly(Pt_ARG_LIST_ITEM_COUNT), {Pt_ARG_TREE_IMAGES, PtType::PointerArray, 0, 0},
+    Flag(Pt_ARG_TREE_FLAGS),          Text(Pt_ARG_TEXT_FONT),
+    Link(Pt_CB_TREE_SELECTION),       Link(Pt_CB_TREE_STATE),
+    Link(Pt_CB_GEN_TREE_INPUT),       Link(Pt_CB_SELECTION),
 };
 constexpr Def kMenuButton[] = {
     Scalar(Pt_ARG_BUTTON_TYPE, Pt_MENU_TEXT),

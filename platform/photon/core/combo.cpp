@@ -39,7 +39,7 @@ int PtListDeleteAllItems(PtWidget_t *widget) {
 }
 
 int PtListSelectPos(PtWidget_t *widget, int position) {
-    if (!IsCombo(widget) || position < 0 || position > PtListNumber(*widget, Pt_ARG_LIST_ITEM_COUNT))
+    if (!IsCombo(widget) || position < 0 || position > PtListNumber(*widget))
         return -1;
     PtSetResource(widget, Pt_ARG_CBOX_SEL_ITEM, position, 0);
     return 0;

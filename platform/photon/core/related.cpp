@@ -80,8 +80,6 @@ std::vector<long> StoreCombo(PtWidget_t &widget, long number) {
 std::vector<long> PtStoreRelated(PtWidget_t &widget, long number) {
     if (number >= Pt_ARG_POS && number <= Pt_ARG_HEIGHT)
         StoreGeometry(widget, number);
-    else if (number == Pt_ARG_SELECTION_MODE && widget.tree)
-        PtTreeModeChanged(widget);
     else if (PtClassIsA(widget.widget_class, PtNumericInteger) &&
              (number == Pt_ARG_TEXT_STRING || number == Pt_ARG_NUMERIC_VALUE || number == Pt_ARG_NUMERIC_MIN ||
               number == Pt_ARG_NUMERIC_MAX))
@@ -106,11 +104,8 @@ void PtTellProgramChange(PtWidget_t &widget, long number) {
     }
 }
 
-long PtListNumber(PtWidget_t const &widget, long number) {
-    size_t count = 0;
-    if (!widget.tree)
-        count = PtValueOf(const_cast<PtWidget_t &>(widget), Pt_ARG_ITEMS)->items.size();
-    else
-        count = number == Pt_ARG_LIST_SEL_COUNT ? widget.tree->selected_count : widget.tree->item_count;
+long PtListNumber(PtWidget_t const &widget) {
+    size_t const count = widget.tree ? widget.tree->item_count
+                                     : PtValueOf(const_cast<PtWidget_t &>(widget), Pt_ARG_ITEMS)->items.size();
     return static_cast<long>(std::min<size_t>(count, USHRT_MAX));
 }

@@ -135,8 +135,8 @@ int GetOne(PtWidget_t &widget, PtArg_t &arg) {
         return -1;
     if (arg.type == Pt_ARG_FLAGS)
         value->scalar = static_cast<long>(widget.flags);
-    else if (definition->read_only && (arg.type == Pt_ARG_LIST_ITEM_COUNT || arg.type == Pt_ARG_LIST_SEL_COUNT))
-        value->scalar = PtListNumber(widget, arg.type);
+    else if (arg.type == Pt_ARG_LIST_ITEM_COUNT)
+        value->scalar = PtListNumber(widget);
     bool const scalar =
         definition->type == PtType::Scalar || definition->type == PtType::Flag || definition->type == PtType::Action;
     if (!arg.value) { // the short method: into the argument itself

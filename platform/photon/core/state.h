@@ -50,10 +50,7 @@ int PtDoAction(PtWidget_t &widget, PtAction action);
 
 /// Tree state of a destroyed widget: its items are freed.
 void PtFreeTree(PtWidget_t &widget);
-/// The numbers that are counted when they are read: items of a tree or combo box, selected items. A short holds them
-/// in the program, so 65535 stands for more.
-long PtListNumber(PtWidget_t const &widget, long number);
+/// Pt_ARG_LIST_ITEM_COUNT, counted when it is read. A short holds it in the program, so 65535 stands for more.
+long PtListNumber(PtWidget_t const &widget);
 /// A text cut to the widget's Pt_ARG_MAX_LENGTH characters.
 std::string_view PtCutToMaxLength(PtWidget_t const &widget, std::string_view text);
-/// A change of the selection mode: a mode of one item keeps no more than one selected.
-void PtTreeModeChanged(PtWidget_t &widget);

@@ -43,21 +43,21 @@ void FreeString(PtTreeItem_t *item) {
 }
 
 /// Enters one item, and what hangs on it, into the books of a tree.
-void Enter(PtTreeState &state, PtGenTreeItem_t *item) {
+void Enter(PtWidget_t &tree, PtGenTreeItem_t *item) {
+    PtTreeState &state = *tree.tree;
     for (PtGenTreeItem_t *each = item; each; each = NextInSubtree(item, each)) {
         if (!(each->list.flags & Pt_TREE_ITEM_EXPANDABLE))
             each->list.flags &= ~Pt_TREE_ITEM_EXPANDED;
-        each->list.flags &= ~(Pt_LIST_ITEM_CURRENT | kPtItemSeen | kPtItemGrew);
+        each->list.flags &= ~(kPtItemSeen | kPtItemGrew);
         each->list.flags |= Pt_TREE_ITEM_INATREE;
         state.item_count++;
         if (each->list.flags & Pt_TREE_ITEM_EXPANDED)
             state.expansion_changed = true;
         if (each->list.flags & Pt_LIST_ITEM_SELECTED) {
-            state.selected.insert(each);
+            PtStoreCurrent(tree, each);
             state.selection_changed = true;
         }
     }
-    state.selected_count = state.selected.size();
 }
 
 /// Takes one item, and what hangs on it, out of the books of a tree.
@@ -67,15 +67,12 @@ void Forget(PtTreeState &state, PtGenTreeItem_t *item) {
             state.current = nullptr;
         if (each == state.show)
             state.show = nullptr;
-        if (each->list.flags & Pt_LIST_ITEM_SELECTED)
-            state.selected.erase(each);
         if (!state.watched.empty())
             std::replace(state.watched.begin(), state.watched.end(), each, static_cast<PtGenTreeItem_t *>(nullptr));
         each->list.flags &=
             ~(Pt_TREE_ITEM_INATREE | Pt_LIST_ITEM_SELECTED | Pt_LIST_ITEM_CURRENT | kPtItemSeen | kPtItemGrew);
         state.item_count--;
     }
-    state.selected_count = state.selected.size();
 }
 
 PtGenTreeItem_t *Previous(PtGenTreeItem_t const *item) {
@@ -143,7 +140,7 @@ void Link(PtWidget_t *tree, Chain const &chain, PtGenTreeItem_t *father, PtGenTr
     for (PtGenTreeItem_t *each = chain.first; each != after; each = each->brother) {
         each->father = father;
         if (state)
-            Enter(*state, each);
+            Enter(*tree, each);
     }
     if (!state)
         return;
@@ -155,7 +152,6 @@ void Link(PtWidget_t *tree, Chain const &chain, PtGenTreeItem_t *father, PtGenTr
         state->root_count += chain.count;
     }
     TellView(*state, chain, father, after);
-    PtTreeModeChanged(*tree);
     PtMarkDirty(*tree, kDirtyTree);
 }
 

@@ -2,7 +2,6 @@
 
 #include "core/state.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -11,10 +10,6 @@ namespace {
 PtTreeState *StateOf(PtWidget_t const *tree) { return tree ? tree->tree.get() : nullptr; }
 
 bool Has(PtGenTreeItem_t const *item, unsigned flags) { return (item->list.flags & flags) == flags; }
-
-unsigned Mode(PtWidget_t const &tree) {
-    return static_cast<unsigned>(PtValueOf(const_cast<PtWidget_t &>(tree), Pt_ARG_SELECTION_MODE)->scalar);
-}
 
 bool IsVisible(PtGenTreeItem_t const *item) {
     for (item = item->father; item; item = item->father)
@@ -37,20 +32,11 @@ PtGenTreeItem_t const *NextRow(PtGenTreeItem_t const *item) {
     return item ? item->brother : nullptr;
 }
 
-/// The item after `item`, shown or not.
-PtGenTreeItem_t *NextItem(PtGenTreeItem_t *item) {
-    if (item->son)
-        return item->son;
-    while (item && !item->brother)
-        item = item->father;
-    return item ? item->brother : nullptr;
-}
-
 /// Invokes Pt_CB_TREE_STATE; subtype 1 before an expansion, 0 after a collapse. Returns what the callback put into
 /// `expand`; `alive` tells whether the item is still in the tree.
 int InvokeState(PtWidget_t &tree, PtGenTreeItem_t *item, unsigned long subtype, PhEvent_t *event, bool &alive) {
     PtPin const pin(tree);
-    PtTreeCallback_t data{Mode(tree), reinterpret_cast<PtTreeItem_t *>(item), PtVisibleSelected(tree), 0, 0};
+    PtTreeCallback_t data{Pt_BROWSE_MODE, reinterpret_cast<PtTreeItem_t *>(item), 1, 0, 0};
     tree.tree->watched.push_back(item);
     PtInvokeCallbacks(tree, Pt_CB_TREE_STATE, subtype, event, &data);
     alive = tree.tree->watched.back() == item;
@@ -60,30 +46,12 @@ int InvokeState(PtWidget_t &tree, PtGenTreeItem_t *item, unsigned long subtype, 
 
 } // namespace
 
-void PtStoreSelected(PtWidget_t &tree, PtGenTreeItem_t *item, bool selected) {
-    if (selected) {
-        item->list.flags |= Pt_LIST_ITEM_SELECTED;
-        tree.tree->selected.insert(item);
-    } else {
-        item->list.flags &= ~Pt_LIST_ITEM_SELECTED;
-        tree.tree->selected.erase(item);
-    }
-    tree.tree->selected_count = tree.tree->selected.size();
-}
-
-void PtStoreClearSelection(PtWidget_t &tree) {
-    for (PtGenTreeItem_t *item : tree.tree->selected)
-        item->list.flags &= ~Pt_LIST_ITEM_SELECTED;
-    tree.tree->selected.clear();
-    tree.tree->selected_count = 0;
-}
-
 void PtStoreCurrent(PtWidget_t &tree, PtGenTreeItem_t *item) {
-    PtGenTreeItem_t *old = std::exchange(tree.tree->current, item);
-    if (old)
-        old->list.flags &= ~Pt_LIST_ITEM_CURRENT;
+    constexpr unsigned kBoth = Pt_LIST_ITEM_SELECTED | Pt_LIST_ITEM_CURRENT;
+    if (PtGenTreeItem_t *const old = std::exchange(tree.tree->current, item))
+        old->list.flags &= ~kBoth;
     if (item)
-        item->list.flags |= Pt_LIST_ITEM_CURRENT;
+        item->list.flags |= kBoth;
 }
 
 void PtStoreExpanded(PtWidget_t &, PtGenTreeItem_t *item, bool expanded) {
@@ -91,18 +59,6 @@ void PtStoreExpanded(PtWidget_t &, PtGenTreeItem_t *item, bool expanded) {
         item->list.flags |= Pt_TREE_ITEM_EXPANDED;
     else
         item->list.flags &= ~Pt_TREE_ITEM_EXPANDED;
-}
-
-unsigned PtVisibleSelected(PtWidget_t const &tree) {
-    return static_cast<unsigned>(std::count_if(tree.tree->selected.begin(), tree.tree->selected.end(), IsVisible));
-}
-
-void PtTreeModeChanged(PtWidget_t &widget) {
-    unsigned const mode = Mode(widget);
-    if (widget.tree->selected_count < 2 || (mode != Pt_SINGLE_MODE && mode != Pt_BROWSE_MODE))
-        return;
-    PtStoreClearSelection(widget);
-    MarkSelection(widget);
 }
 
 int PtGenTreeExpand(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event) {
@@ -140,27 +96,21 @@ void PtGenTreeSelect(PtWidget_t *tree, PtGenTreeItem_t *item) {
         item->list.flags |= Pt_LIST_ITEM_SELECTED;
         return;
     }
-    unsigned const mode = Mode(*tree);
-    if (mode == Pt_SINGLE_MODE || mode == Pt_BROWSE_MODE)
-        PtStoreClearSelection(*tree);
-    PtStoreSelected(*tree, item, true);
+    PtStoreCurrent(*tree, item);
     MarkSelection(*tree);
 }
 
 void PtGenTreeUnselect(PtWidget_t *tree, PtGenTreeItem_t *item) {
-    if (!item || !Has(item, Pt_LIST_ITEM_SELECTED))
-        return;
-    item->list.flags &= ~Pt_LIST_ITEM_SELECTED;
-    if (!StateOf(tree) || !Has(item, Pt_TREE_ITEM_INATREE))
-        return;
-    PtStoreSelected(*tree, item, false);
-    MarkSelection(*tree);
+    if (item && !Has(item, Pt_TREE_ITEM_INATREE))
+        item->list.flags &= ~Pt_LIST_ITEM_SELECTED;
+    else if (item && StateOf(tree) && tree->tree->current == item)
+        PtGenTreeClearSelection(tree);
 }
 
 void PtGenTreeClearSelection(PtWidget_t *tree) {
-    if (!StateOf(tree) || tree->tree->selected.empty())
+    if (!StateOf(tree) || !tree->tree->current)
         return;
-    PtStoreClearSelection(*tree);
+    PtStoreCurrent(*tree, nullptr);
     MarkSelection(*tree);
 }
 
@@ -174,8 +124,7 @@ void PtGenTreeShow(PtWidget_t *tree, PtGenTreeItem_t *item) {
 void PtGenTreeGoto(PtWidget_t *tree, PtGenTreeItem_t *item) {
     if (!StateOf(tree) || !item || !Has(item, Pt_TREE_ITEM_INATREE))
         return;
-    PtStoreCurrent(*tree, item);
-    MarkSelection(*tree);
+    PtGenTreeSelect(tree, item);
     PtGenTreeShow(tree, item);
 }
 
@@ -196,25 +145,20 @@ int PtGenTreeItemIndex(PtWidget_t const *tree, PtGenTreeItem_t const *item) {
 }
 
 PtTreeItem_t *PtTreeGetCurrent(PtWidget_t const *tree) {
-    return StateOf(tree) ? reinterpret_cast<PtTreeItem_t *>(tree->tree->current) : nullptr;
+    PtTreeState const *const state = StateOf(tree);
+    return state && state->current && IsVisible(state->current) ? reinterpret_cast<PtTreeItem_t *>(state->current)
+                                                                : nullptr;
 }
 
 PtTreeItem_t **PtTreeSelectedItems(PtWidget_t const *tree, PtTreeItem_t **buffer) {
-    PtTreeState *state = StateOf(tree);
-    if (!state || state->selected.empty())
+    PtTreeState const *const state = StateOf(tree);
+    if (!state || !state->current)
         return nullptr;
-    size_t const count = state->selected.size();
     if (!buffer)
-        buffer = static_cast<PtTreeItem_t **>(malloc((count + 1) * sizeof *buffer));
+        buffer = static_cast<PtTreeItem_t **>(malloc(2 * sizeof *buffer));
     if (!buffer)
         return nullptr;
-    size_t found = 0;
-    if (count == 1)
-        buffer[found++] = reinterpret_cast<PtTreeItem_t *>(*state->selected.begin());
-    else
-        for (PtGenTreeItem_t *each = state->first; each && found < count; each = NextItem(each))
-            if (Has(each, Pt_LIST_ITEM_SELECTED))
-                buffer[found++] = reinterpret_cast<PtTreeItem_t *>(each);
-    buffer[found] = nullptr;
+    buffer[0] = reinterpret_cast<PtTreeItem_t *>(state->current);
+    buffer[1] = nullptr;
     return buffer;
 }

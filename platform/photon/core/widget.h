@@ -8,7 +8,6 @@
 #include <span>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 /// How a resource is stored and handed out. An Alloc is a block of `len` bytes, a Link adds callbacks, an ActionText
@@ -125,7 +124,7 @@ constexpr unsigned kPtItemGrew = 1u << 31; ///< among `grown`
 /// The state of a tree beside its items. list.prev of an item is its previous brother (null for the first).
 struct PtTreeState {
     PtGenTreeItem_t *first = nullptr, *last = nullptr; ///< root level
-    size_t root_count = 0, item_count = 0, selected_count = 0;
+    size_t root_count = 0, item_count = 0;
     uint64_t generation = 0; ///< moves with every change in a level that the view may have read, other than rows
                              ///< appended at its end
     size_t appended = 0;     ///< root rows appended at the end since the last sync
@@ -133,10 +132,9 @@ struct PtTreeState {
                                           ///< good until `generation` moves, emptied by the view
     bool branches_changed = false;        ///< a row that the view has read can be opened now; cleared by the view
     bool texts_changed = false;
-    bool selection_changed = false; ///< by the program
-    bool expansion_changed = false; ///< by the program, or rows came that are open
-    PtGenTreeItem_t *current = nullptr;
-    std::unordered_set<PtGenTreeItem_t *> selected;
+    bool selection_changed = false;         ///< by the program
+    bool expansion_changed = false;         ///< by the program, or rows came that are open
+    PtGenTreeItem_t *current = nullptr;     ///< the one selected item
     std::vector<PtGenTreeItem_t *> watched; ///< items that callbacks run for; null when taken out meanwhile
     PtGenTreeItem_t *show = nullptr;        ///< to be scrolled to at the next sync
 };
@@ -160,12 +158,8 @@ void PtStoreString(PtWidget_t &widget, long resource, std::string text);
 void PtStoreScalar(PtWidget_t &widget, long resource, long value);
 void PtStoreFlags(PtWidget_t &widget, unsigned long bits, unsigned long mask);
 void PtStoreArea(PtWidget_t &widget, PhArea_t const &area);
-void PtStoreSelected(PtWidget_t &tree, PtGenTreeItem_t *item, bool selected); ///< other items are left as they are
-void PtStoreClearSelection(PtWidget_t &tree);
-void PtStoreCurrent(PtWidget_t &tree, PtGenTreeItem_t *item); ///< null for none
+void PtStoreCurrent(PtWidget_t &tree, PtGenTreeItem_t *item); ///< selects it in place of another; null for none
 void PtStoreExpanded(PtWidget_t &tree, PtGenTreeItem_t *item, bool expanded);
-/// The selected items that no collapsed ancestor hides: PtTreeCallback_t's nitems.
-unsigned PtVisibleSelected(PtWidget_t const &tree);
 
 /// Calls the widget's callbacks of `type` in the order attached, until one answers other than Pt_CONTINUE. Returns
 /// that answer. A widget destroyed on the way stays valid until this returns; the rest of its callbacks is not

@@ -205,22 +205,22 @@ void PtGenTreeFreeAllItems(PtWidget_t *tree);
 int PtGenTreeExpand(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event);
 /// Hides what is below an item, then calls Pt_CB_TREE_STATE (reason_subtype 0).
 void PtGenTreeCollapse(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event);
-/// Selects an item, in the single and browse modes instead of another. No callback.
+/// Selects an item in place of another; it is the current one, too. Outside a tree only the mark is set. No callback.
 void PtGenTreeSelect(PtWidget_t *tree, PtGenTreeItem_t *item);
 void PtGenTreeUnselect(PtWidget_t *tree, PtGenTreeItem_t *item);
 void PtGenTreeClearSelection(PtWidget_t *tree);
 /// Scrolls to an item.
 void PtGenTreeShow(PtWidget_t *tree, PtGenTreeItem_t *item);
-/// Makes an item the current one and scrolls to it.
+/// Selects an item and scrolls to it.
 void PtGenTreeGoto(PtWidget_t *tree, PtGenTreeItem_t *item);
 /// Has an item drawn anew.
 void PtGenTreeDamageItem(PtWidget_t *tree, PtGenTreeItem_t *item);
 /// The row of an item among the rows shown, from 1; 0 when a collapsed one hides it.
 int PtGenTreeItemIndex(PtWidget_t const *tree, PtGenTreeItem_t const *item);
-/// The current item, which need not be selected; null for none.
+/// The selected item while it is seen to be: null for none, and while a collapsed one hides it.
 PtTreeItem_t *PtTreeGetCurrent(PtWidget_t const *tree);
-/// The selected items, ended by null, in an array from malloc (freed by the caller) or in `buffer`; null when none
-/// is.
+/// The selected item, shown or hidden, and null, in an array from malloc (freed by the caller) or in `buffer`; null
+/// when none is.
 PtTreeItem_t **PtTreeSelectedItems(PtWidget_t const *tree, PtTreeItem_t **buffer);
 /// Gives an item a copy of `string` as its text. Returns 0, -1 when out of memory (the old text stays).
 int PtTreeModifyItemString(PtWidget_t *tree, PtTreeItem_t *item, char const *string);

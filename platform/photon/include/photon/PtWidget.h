@@ -149,9 +149,7 @@ enum : long {
     Pt_CB_WINDOW,
     Pt_CB_WINDOW_CLOSING,
     // lists and trees
-    Pt_ARG_SELECTION_MODE = 23000,
-    Pt_ARG_LIST_SEL_COUNT,
-    Pt_ARG_LIST_ITEM_COUNT,
+    Pt_ARG_LIST_ITEM_COUNT = 23002,
     Pt_ARG_TREE_IMAGES,
     Pt_ARG_TREE_FLAGS,
     Pt_CB_TREE_SELECTION = 23022,
@@ -182,7 +180,7 @@ enum : long {
 
 enum { Pt_Z_STRING = 0, Pt_IMAGE, Pt_TEXT_IMAGE };
 enum { Pt_LEFT = 0, Pt_CENTER = 1, Pt_RIGHT = 2 };
-enum { Pt_SINGLE_MODE = 0, Pt_MULTIPLE_MODE, Pt_BROWSE_MODE, Pt_EXTENDED_MODE, Pt_RANGE_MODE };
+enum { Pt_BROWSE_MODE = 2 };
 enum { Pt_EDITABLE = 1, Pt_CURSOR_VISIBLE = 2 };
 enum { Pt_MENU_TEXT = 0, Pt_MENU_RIGHT, Pt_MENU_DOWN };
 enum { Pt_TIMER_INITIAL_SUBTYPE = 1, Pt_TIMER_REPEAT_SUBTYPE = 2 };

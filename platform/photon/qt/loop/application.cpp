@@ -11,6 +11,7 @@
 #include <QEventLoop>
 #include <QIcon>
 #include <QPalette>
+#include <QSettings>
 #include <QStyle>
 #include <QStyleFactory>
 #include <QThread>
@@ -206,6 +207,18 @@ static void ShowPlaceholders() {
     QApplication::setPalette(palette);
 }
 
+static QtMessageHandler usual_messages = nullptr;
+
+/// Qt aborts when no plug-in of its can reach a display, as on Wayland alone without qt6-wayland.
+static void EndWithoutDisplay(QtMsgType type, QMessageLogContext const &context, QString const &text) {
+    if (type != QtFatalMsg)
+        return usual_messages(type, context, text);
+    fprintf(stderr, "PtInit: no window can be shown: %s\n", qUtf8Printable(text));
+    if (getenv("WAYLAND_DISPLAY") && !getenv("DISPLAY"))
+        fprintf(stderr, "For Wayland Qt needs its plug-in, the package qt6-wayland.\n");
+    _exit(1);
+}
+
 int PtInit(char const *) {
     if (application)
         return 0;
@@ -222,7 +235,12 @@ int PtInit(char const *) {
     static char *argv[] = {name, nullptr};
     QGuiApplication::setDesktopFileName(QStringLiteral("corvanta"));
     QCoreApplication::setApplicationName(QStringLiteral("Corvanta"));
+    QtMessageHandler const before = qInstallMessageHandler(EndWithoutDisplay);
+    usual_messages = before;
     application = new Application(argc, argv); // lives as long as the process; PtExit deletes it
+    qInstallMessageHandler(before);
+    // Qt's file dialog would note its size and its last directories in the user's configuration directory.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
     // Windows made in code and boxes have no icon of their own.
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/corvanta.svg")));
     // Dates and numbers on the wire and in files are not the user's language.

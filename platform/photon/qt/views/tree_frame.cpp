@@ -105,7 +105,10 @@ void TreeFrame::mousePressEvent(QMouseEvent *event) {
     if (Press(event, 1))
         return;
     QTreeView::mousePressEvent(event);
-    if (clicks_ > 0 && view_) // kept, should the list be built anew before the button is up
+    bool const beside = !indexAt(event->position().toPoint()).isValid();
+    if (beside)
+        selectionModel()->clear();
+    if ((clicks_ > 0 || beside) && view_) // stored now, should the list be built again before the button is up
         view_->StoreChoice();
 }
 
@@ -152,6 +155,13 @@ void TreeFrame::KeepAtTop(QModelIndex const &row) {
         verticalScrollBar()->setValue(verticalScrollBar()->value() + place.top() / place.height());
 }
 
+bool TreeFrame::ShowsCurrent() const {
+    for (QModelIndex above = currentIndex().parent(); above.isValid(); above = above.parent())
+        if (!isExpanded(above))
+            return false;
+    return currentIndex().isValid();
+}
+
 QPoint TreeFrame::CurrentPlace() const {
     QRect const row = visualRect(currentIndex().siblingAtColumn(0));
     return viewport()->mapToGlobal(row.isValid() ? row.bottomLeft() : QPoint(0, 0));
@@ -162,7 +172,7 @@ void TreeFrame::keyPressEvent(QKeyEvent *event) {
         return;
     int const key = event->key();
     if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space) {
-        if (!currentIndex().isValid()) {
+        if (!ShowsCurrent()) {
             event->ignore(); // a dialog's default button may want it
             return;
         }
@@ -184,9 +194,8 @@ void TreeFrame::paintEvent(QPaintEvent *event) {
     paint_cost_ = clock.nsecsElapsed() / 1000;
 }
 
-QItemSelectionModel::SelectionFlags TreeFrame::selectionCommand(QModelIndex const &index, QEvent const *event) const {
-    // Qt would unselect the one row on a click with Ctrl.
-    if (index.isValid() && selectionMode() == QAbstractItemView::SingleSelection)
-        return QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows;
-    return QTreeView::selectionCommand(index, event);
+QItemSelectionModel::SelectionFlags TreeFrame::selectionCommand(QModelIndex const &index, QEvent const *) const {
+    // Qt would unselect the row on a click with Ctrl, and when the pointer is dragged to where no row is.
+    return index.isValid() ? QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows
+                           : QItemSelectionModel::NoUpdate;
 }

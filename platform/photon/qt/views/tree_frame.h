@@ -46,6 +46,7 @@ class TreeFrame final : public QTreeView {
 
   private:
     bool OnDecoration(QPoint place) const;
+    bool ShowsCurrent() const;
     bool Press(QMouseEvent *event, int clicks);
 
     int clicks_ = 0; ///< of the press under way, 0 when it was on no row

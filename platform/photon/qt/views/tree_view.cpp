@@ -154,29 +154,20 @@ void TreeView::ExpandFrom(QModelIndex const &parent) {
 void TreeView::ShowSelection(PtWidget &widget) {
     PtTreeState &state = *widget.tree;
     QItemSelectionModel *selection = frame_->selectionModel();
+    QModelIndex const row = model_.IndexOf(state.current);
     QItemSelection rows;
-    int const last_column = model_.columnCount({}) - 1;
-    for (PtGenTreeItem_t *item : state.selected)
-        if (QModelIndex const row = model_.IndexOf(item); row.isValid())
-            rows.select(row, row.siblingAtColumn(last_column));
+    if (row.isValid())
+        rows.select(row, row.siblingAtColumn(model_.columnCount({}) - 1));
     // A row that becomes current is not to be scrolled to: where the list stands is the user's.
     bool const scrolls = frame_->hasAutoScroll();
     frame_->setAutoScroll(false);
-    selection->setCurrentIndex(model_.IndexOf(state.current), QItemSelectionModel::NoUpdate);
+    selection->setCurrentIndex(row, QItemSelectionModel::NoUpdate);
     selection->select(rows, QItemSelectionModel::ClearAndSelect);
     frame_->setAutoScroll(scrolls);
 }
 
 void TreeView::Apply(PtWidget &widget, long resource) {
     switch (resource) {
-    case Pt_ARG_SELECTION_MODE: {
-        long const mode = StoredNumber(widget, resource);
-        frame_->setSelectionMode(mode == Pt_MULTIPLE_MODE   ? QAbstractItemView::MultiSelection
-                                 : mode == Pt_EXTENDED_MODE ? QAbstractItemView::ExtendedSelection
-                                 : mode == Pt_RANGE_MODE    ? QAbstractItemView::ContiguousSelection
-                                                            : QAbstractItemView::SingleSelection);
-        break;
-    }
     case Pt_ARG_TREE_IMAGES: {
         PtValue const *value = PtValueOf(widget, resource);
         std::vector<PhImage *> images(value->bytes.size() / sizeof(PhImage *));
@@ -195,26 +186,19 @@ void TreeView::Apply(PtWidget &widget, long resource) {
 void TreeView::StoreChoice() {
     if (!widget() || PtIsBlocked(*widget()))
         return;
-    PtGenTreeItem_t *current = model_.Item(frame_->currentIndex());
-    std::vector<PtGenTreeItem_t *> selected;
-    for (QModelIndex const &row : frame_->selectionModel()->selectedRows())
-        if (PtGenTreeItem_t *item = model_.Item(row))
-            selected.push_back(item);
-    PtStoreClearSelection(*widget());
-    for (PtGenTreeItem_t *item : selected)
-        PtStoreSelected(*widget(), item, true);
-    PtStoreCurrent(*widget(), current);
+    QModelIndexList const rows = frame_->selectionModel()->selectedRows();
+    PtStoreCurrent(*widget(), rows.isEmpty() ? nullptr : model_.Item(rows.first()));
 }
 
 void TreeView::Choose(unsigned long event_type, int clicks) {
     StoreChoice();
-    PtGenTreeItem_t *item = widget() ? model_.Item(frame_->currentIndex()) : nullptr;
+    PtGenTreeItem_t *item = widget() ? widget()->tree->current : nullptr;
     if (!item)
         return;
     PtTreeCallback_t data{};
-    data.sel_mode = static_cast<unsigned>(StoredNumber(*widget(), Pt_ARG_SELECTION_MODE));
+    data.sel_mode = Pt_BROWSE_MODE;
     data.item = reinterpret_cast<PtTreeItem_t *>(item);
-    data.nitems = PtVisibleSelected(*widget());
+    data.nitems = 1;
     data.click_count = clicks;
     PhEvent_t event = *CurrentInput();
     event.type = event_type;
@@ -242,9 +226,9 @@ void TreeView::Expanded(QModelIndex const &index, bool expanded) {
     if (!item)
         return;
     PtTreeCallback_t data{};
-    data.sel_mode = static_cast<unsigned>(StoredNumber(*widget(), Pt_ARG_SELECTION_MODE));
+    data.sel_mode = Pt_BROWSE_MODE;
     data.item = reinterpret_cast<PtTreeItem_t *>(item);
-    data.nitems = PtVisibleSelected(*widget());
+    data.nitems = 1;
     data.click_count = 1;
     Call(Pt_CB_TREE_STATE, 0, &data);
     if (!widget())

@@ -52,6 +52,8 @@ std::vector<std::string> Candidates(std::string const &program) {
             directories.push_back(std::move(directory));
     std::string const name = helper_only ? "vserver" : program;
     std::vector<std::string> paths;
+    if (helper_only)
+        paths.push_back(program);
     for (std::string const &directory : directories)
         if (directory[0] == '/')
             paths.push_back(directory + "/" + name);

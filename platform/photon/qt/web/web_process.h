@@ -19,7 +19,7 @@ class WebProcess {
 
     /// Starts `command` (words parted by blanks) with "-r" and each of `roots` behind it, and waits up to 5 s for its
     /// hello. A command without "/" is looked for in the program's own directory of helpers first, then in PATH.
-    /// "/usr/photon/bin/vserver" is the one among the helpers. The child gets its end of the connection as descriptor
+    /// "/usr/photon/bin/vserver" is that file and, when it cannot be started, the one among the helpers. The child gets its end of the connection as descriptor
     /// 3, standard error, and nothing else of ours. Returns 0 or an errno: ENOENT, EACCES... when it cannot be
     /// started, ETIMEDOUT without hello, ECONNRESET when it ended before, EPROTO when it said something else.
     int Start(std::string const &command, std::vector<std::string> const &roots);

@@ -133,7 +133,11 @@ int WebView::Load(PtWidget &widget, std::string const &url) {
     if (answered_)
         return 0;
     ShowNothing();
-    return server_.Running() ? 0 : -1;
+    if (server_.Running())
+        return 0;
+    if (StoredNumber(widget, Pt_ARG_WEB_STARTUP_ERRNO) == 0) // it starts, and dies of each page
+        PtStoreScalar(widget, Pt_ARG_WEB_STARTUP_ERRNO, ECONNRESET);
+    return -1;
 }
 
 /// Takes everything that has arrived. False when the server has gone.
