@@ -56,6 +56,13 @@ void PartCollector::Add(char const *label, PartHeaders const &part) {
         message_.parts.push_back({label, part});
 }
 
+void PartCollector::ImageNotWritten(char const *path, int reason) {
+    if (!failedImage_.empty())
+        return;
+    failedImage_ = path;
+    failedReason_ = reason;
+}
+
 void ListAttachments(ShownMessage const &message) {
     PtTreeItem_t *last = nullptr;
     for (ShownPart const &shown : message.parts) {

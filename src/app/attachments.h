@@ -16,12 +16,18 @@ class PartCollector : public AttachmentSink {
 
     explicit PartCollector(ShownMessage &message) : message_(message) {}
     void Add(char const *label, PartHeaders const &part) override;
+    void ImageNotWritten(char const *path, int reason) override;
     /// True when the message has more than are kept.
     bool LeftOut() const { return leftOut_; }
+    /// The path of the first image that could not be written, with its errno; empty when all were.
+    std::string const &FailedImage() const { return failedImage_; }
+    int FailedReason() const { return failedReason_; }
 
   private:
     ShownMessage &message_;
     bool leftOut_ = false;
+    std::string failedImage_;
+    int failedReason_ = 0;
 };
 
 /// Lists the parts of the message that SetShownMessage was given in treeAttachments, which is to be empty before.

@@ -20,7 +20,7 @@ void Ghost(PtWidget_t *widget, bool ghost) {
 
 int OnFolderChosen(PtWidget_t *entry, void *move, PtCallbackInfo_t *) {
     std::string const folder = WidgetText(entry);
-    FileCurrentMessage(folder.c_str(), move != nullptr);
+    FileSelectedMessage(folder.c_str(), move != nullptr);
     return Pt_CONTINUE;
 }
 
@@ -50,7 +50,7 @@ void AddFolderMenu(PtWidget_t *button, MailProfile const *profile, bool move) {
 } // namespace
 
 int OnProfileTreeMenu(PtWidget_t *tree, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
-    PtTreeItem_t const *const item = PtTreeGetCurrent(tree);
+    PtTreeItem_t const *const item = SelectedItem(tree);
     ServerAccount const *const profile = ProfileOf(item);
     if (!profile)
         return Pt_CONTINUE;
@@ -62,19 +62,19 @@ int OnProfileTreeMenu(PtWidget_t *tree, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
 }
 
 int OnHeaderListMenu(PtWidget_t *tree, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
-    if (PtTreeGetCurrent(tree))
+    if (SelectedItem(tree))
         ApCreateModule(&ABM_mnuHeaders, tree, cbinfo);
     return Pt_CONTINUE;
 }
 
 int OnAttachmentListMenu(PtWidget_t *tree, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
-    if (PtTreeGetCurrent(tree))
+    if (SelectedItem(tree))
         ApCreateModule(&ABM_mnuAttachments, tree, cbinfo);
     return Pt_CONTINUE;
 }
 
 int SetUpProfileMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    ServerAccount const *const profile = ProfileOf(PtTreeGetCurrent(ABW_treeProfiles));
+    ServerAccount const *const profile = ProfileOf(SelectedItem(ABW_treeProfiles));
     bool const news = profile && profile->profileKind == kNewsProfile;
     Ghost(ABW_mnuProfile_AddFolder, !profile || news);
     Ghost(ABW_mnuProfile_Subscribe, !news);
@@ -82,7 +82,7 @@ int SetUpProfileMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int SetUpFolderMenu(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    PtTreeItem_t const *const item = PtTreeGetCurrent(ABW_treeProfiles);
+    PtTreeItem_t const *const item = SelectedItem(ABW_treeProfiles);
     Ghost(ABW_mnuFolder_Delete, !item || !IsDeletableFolder(item->string));
     return Pt_CONTINUE;
 }

@@ -3,7 +3,7 @@
 
 #include "Ap.h"
 
-/// Menu callbacks of the trees: open the menu of the current item, which the right button has chosen before.
+/// Menu callbacks of the trees: open the menu of the selected item; the right button has selected one before.
 int OnProfileTreeMenu(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 int OnHeaderListMenu(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 int OnAttachmentListMenu(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

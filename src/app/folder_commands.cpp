@@ -50,7 +50,7 @@ void RemoveFolderItem(ServerAccount const *account, std::string const &folder) {
 } // namespace
 
 int OnAddFolder(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    AccountRef<ServerAccount> const profile(ProfileOf(PtTreeGetCurrent(ABW_treeProfiles)));
+    AccountRef<ServerAccount> const profile(ProfileOf(SelectedItem(ABW_treeProfiles)));
     if (!profile || profile->profileKind == kNewsProfile)
         return Pt_CONTINUE;
     std::string const name = AskFolderName();
@@ -68,7 +68,7 @@ int OnAddFolder(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnDeleteFolder(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    PtTreeItem_t const *const item = PtTreeGetCurrent(ABW_treeProfiles);
+    PtTreeItem_t const *const item = SelectedItem(ABW_treeProfiles);
     AccountRef<ServerAccount> const profile(ProfileOf(item));
     if (!profile || profile->profileKind == kNewsProfile || !FatherOf(item) || !IsDeletableFolder(item->string))
         return Pt_CONTINUE;

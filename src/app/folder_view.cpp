@@ -4,13 +4,12 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "net/connection.h"
-#include "net/session_lock.h"
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "store/convert.h"
 #include "store/folder.h"
+#include "widgets/close_later.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
@@ -27,14 +26,11 @@ MailProfile *AsMail(ServerAccount *account) {
 /// Nothing of the folder that was open stays: rows, message, connection.
 void LeaveFolder() {
     LeaveMessage();
-    if (AccountRef<ServerAccount> const left = currentProfile) {
-        if (MailProfile *const mail = AsMail(left.Get()))
+    if (currentProfile) {
+        if (MailProfile *const mail = AsMail(currentProfile.Get()))
             mail->checkActive = 0;
-        StopDownload(*left);
-        if (left->serverSocket > 0) {
-            SessionLock const lock(*left, SessionLock::kCallback);
-            CloseConnection(*left, 0);
-        }
+        StopDownload(*currentProfile);
+        CloseWhenFree(*currentProfile, 0);
     }
     FreeHeaderList();
 }
@@ -102,12 +98,12 @@ int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
 }
 
 int OnProfileKey(PtWidget_t *tree, void *, PtCallbackInfo_t *) {
-    OpenItem(PtTreeGetCurrent(tree));
+    OpenItem(SelectedItem(tree));
     return Pt_CONTINUE;
 }
 
 int OnSubscribe(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
-    AccountRef<ServerAccount> const profile(ProfileOf(PtTreeGetCurrent(ABW_treeProfiles)));
+    AccountRef<ServerAccount> const profile(ProfileOf(SelectedItem(ABW_treeProfiles)));
     if (!profile || profile->profileKind != kNewsProfile)
         return Pt_CONTINUE;
     LeaveFolder();

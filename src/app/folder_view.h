@@ -8,7 +8,7 @@
 /// the next ones; a news profile by itself has nothing to show.
 int OnProfileSelected(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
-/// Return or Space in treeProfiles: the same for its current item, since the selection heeds clicks alone.
+/// Return or Space in treeProfiles: the same for its selected item, since the callback above heeds clicks alone.
 int OnProfileKey(PtWidget_t *tree, void *data, PtCallbackInfo_t *cbinfo);
 
 /// The menu's "Un/Subscribe" on a news profile: leaves what is open, makes the profile the open one, without a group,

@@ -4,159 +4,185 @@
 #include "base/paths.h"
 #include "mime/headers.h"
 #include "names/widgets.h"
-#include "net/connection.h"
-#include "net/line_io.h"
 #include "net/session_lock.h"
-#include "profiles/profile_tree.h"
+#include "pop/delete_message.h"
 #include "store/folder.h"
+#include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 #include "widgets/tree_walk.h"
 
+#include <cerrno>
 #include <cstring>
+#include <optional>
+#include <set>
 #include <string>
 
 namespace {
 
-constexpr int kDeleteReplyWidth = 1000;
-
-/// One command and its reply line, whose words do not matter. False when the connection is lost.
-bool Exchange(int socket, char const *command) {
-    char reply[kDeleteReplyWidth];
-    return WriteServerLine(socket, command) > 0 && ReadServerLine(socket, reply, sizeof reply) > 0;
+/// The rows that a worker is taking away, by their serial numbers: another Delete of them does nothing. Under the
+/// library lock.
+std::set<uint32_t> &Leaving() {
+    static auto *const leaving = new std::set<uint32_t>; // workers may outlive the program's end
+    return *leaving;
 }
 
-/// The next row, else the one before, takes the removed one's place: another Delete meets a row that is seen to be
-/// chosen. It is not opened.
-void RemoveCurrentRow(PtTreeItem_t *item) {
-    PtTreeItem_t *heir = BrotherOf(item);
-    if (!heir)
-        heir = reinterpret_cast<PtTreeItem_t *>(item->gen.list.prev);
-    RemoveHeaderRow(item);
-    if (!heir)
-        return;
-    PtGenTreeSelect(ABW_treeMessageHeaders, &heir->gen);
-    PtGenTreeGoto(ABW_treeMessageHeaders, &heir->gen);
+/// The selected row when it is one of the open mail profile.
+std::optional<RowIdentity> SelectedMail() {
+    HeaderRow const *const row = RowOf(SelectedItem(ABW_treeMessageHeaders));
+    if (!row || !CurrentMailProfile() || row->folder->account.Get() != CurrentMailProfile())
+        return std::nullopt;
+    return IdentityOf(*row);
 }
 
-/// The server numbers its messages afresh in its next session.
-void RenumberBehind(int32_t number) {
+MailProfile &MailOf(RowIdentity const &row) { return static_cast<MailProfile &>(*row.account); }
+
+/// The server numbers its messages from 1 on in its next session.
+void RenumberAfter(RowIdentity const &deleted, int32_t number) {
     for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders); item; item = BrotherOf(item))
-        if (HeaderRow *const row = RowOf(item); row && row->origin == kOnServer && row->number > number)
+        if (HeaderRow *const row = RowOf(item); row && row->origin == kOnServer && row->number > number &&
+                                                row->folder->account.Get() == deleted.account.Get())
             row->number--;
 }
 
-/// A QUIT may have been carried out whose reply was lost, and which numbers the messages have then is not known: the
-/// next check lists them anew.
-void ForgetServerRows(MailProfile &profile) {
-    for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeMessageHeaders), *next; item; item = next) {
-        next = BrotherOf(item);
-        if (HeaderRow const *const row = RowOf(item); row && row->origin == kOnServer)
-            RemoveHeaderRow(item);
-    }
-    profile.serverMessageCount = 0;
+/// Deletes the row's message on the server and takes the row away. The caller holds sessionLock and has a connection.
+Outcome DeleteFromServer(RowIdentity const &row, int32_t number, Stop const &stop) {
+    MailProfile &profile = MailOf(row);
+    Outcome outcome = DeleteOnServer(profile, number, stop);
+    if (!outcome)
+        return outcome;
+    ToolkitGuard const guard;
+    if (profile.serverMessageCount > 0)
+        profile.serverMessageCount--;
+    RemoveHeaderRow(FindHeaderRow(row.serial));
+    if (ABW_treeMessageHeaders)
+        RenumberAfter(row, number);
+    return outcome;
 }
 
-/// Deletes the row's message on the connected server and ends the session, which makes it real (RFC 1939 6). The
-/// caller holds sessionLock.
-void DeleteOnServer(MailProfile &profile, PtTreeItem_t *item) {
-    int32_t const number = RowOf(item)->number;
-    bool const marked = Exchange(profile.serverSocket, ("DELE " + std::to_string(number)).c_str());
-    bool const done = marked && Exchange(profile.serverSocket, "QUIT");
-    CloseConnection(profile);
-    if (!done) {
-        SetStatus(marked ? "The connection was lost; the next check shows whether the message is still on the server"
-                         : "The connection was lost; the message is still on the server");
-        if (marked)
-            ForgetServerRows(profile);
-        return;
-    }
-    profile.serverMessageCount--;
-    RemoveCurrentRow(item);
-    RenumberBehind(number);
-}
-
-/// The row still is the current one: the library was unlocked while another waited for sessionLock.
-bool StillCurrent(PtTreeItem_t const *item, int32_t number) {
-    return PtTreeGetCurrent(ABW_treeMessageHeaders) == item && RowOf(PtTreeGetCurrent(ABW_treeMessageHeaders)) &&
-           static_cast<HeaderRow *>(item->data)->number == number;
-}
-
-void DeleteStored(MailProfile const &profile, PtTreeItem_t *item) {
+Outcome DeleteStored(RowIdentity const &row) {
     if (!HomeDirectory())
-        return;
-    DeleteMessage(FolderDirectory(profile.name, currentFolder).c_str(), RowOf(item)->number);
-    RemoveCurrentRow(item);
+        return Failed("");
+    errno = 0;
+    int const deleted = DeleteMessage(FolderDirectory(row.account->name, row.folder).c_str(), row.number);
+    if (deleted != 0 && errno != 0 && errno != ENOENT) // without an errno it was deleted before
+        return Failed("Cannot delete message " + std::to_string(row.number) + " of " + row.folder + ": " +
+                      strerror(errno));
+    RemoveHeaderRow(FindHeaderRow(row.serial));
+    return {};
 }
 
 /// Stores the text in the folder and shows its row when that folder is open. A message that is to lose its original
-/// is brought to disk. Returns false with a word in lblStatus.
-bool StoreCopy(MailProfile const &profile, char const *folder, std::string_view text, bool durable) {
+/// is brought to disk. Any thread.
+Outcome StoreCopy(ServerAccount &profile, std::string const &folder, std::string const &text, bool durable) {
     std::string const path = FolderDirectory(profile.name, folder);
     int32_t const number = AppendMessage(path.c_str(), text);
-    if (number < 0 || (durable && !SyncFolder(path.c_str(), &number, 1))) {
-        SetStatus(std::string("The message could not be stored in ") + folder);
-        return false;
-    }
-    if (strcmp(folder, currentFolder) == 0) {
+    if (number < 0 || (durable && !SyncFolder(path.c_str(), &number, 1)))
+        return Failed("The message could not be stored in " + folder);
+    ToolkitGuard const guard;
+    if (currentProfile.Get() == &profile && folder == currentFolder) {
         char row[kRowWidth + 1];
-        AddHeaderRow(FormatHeaderRow(text.data(), row, sizeof row), kRowWidth, kStored, number,
+        AddHeaderRow(FormatHeaderRow(text.c_str(), row, sizeof row), kRowWidth, kStored, number,
                      ABW_treeMessageHeaders, lastHeaderItem);
     }
-    return true;
+    return {};
 }
 
-void FileStored(MailProfile const &profile, PtTreeItem_t *item, char const *folder, bool move) {
-    if (move && strcmp(folder, currentFolder) == 0)
-        return;
-    MessageText const text = StoredText(profile, currentFolder, RowOf(item)->number);
-    if (text && StoreCopy(profile, folder, text.Bytes(), move) && move)
-        DeleteStored(profile, item);
+Outcome FileStored(RowIdentity const &row, std::string const &folder, bool move) {
+    FetchedText const fetched = StoredText(row.account->name, row.folder, row.number);
+    if (!fetched.outcome)
+        return fetched.outcome;
+    Outcome const stored = StoreCopy(*row.account, folder, fetched.text, move);
+    return stored && move ? DeleteStored(row) : stored;
 }
 
-void FileFromServer(MailProfile &profile, PtTreeItem_t *item, char const *folder, bool move) {
-    int32_t const number = RowOf(item)->number;
-    SessionLock const lock(profile, SessionLock::kCallback);
-    if (!StillCurrent(item, number) || !EnsureConnected(profile))
+/// What the commands do on the server: store a copy in `folder`, unless that is empty, then delete the message.
+struct ServerWork {
+    RowIdentity row;
+    std::string folder;
+    bool deletes;
+};
+
+Outcome Do(ServerWork const &work, Stop const &stop) {
+    MailProfile &profile = MailOf(work.row);
+    SessionLock const lock(profile, stop);
+    int32_t const number = lock.Held() ? NumberNow(work.row) : 0;
+    if (number == 0 || stop())
+        return Stopped();
+    if (!work.folder.empty()) {
+        FetchedText const fetched = ServerText(profile, number, stop);
+        if (!fetched.outcome)
+            return fetched.outcome;
+        Outcome stored = StoreCopy(profile, work.folder, fetched.text, work.deletes);
+        if (!stored)
+            return stored;
+    }
+    if (!work.deletes)
+        return {};
+    Outcome connected = EnsureConnected(profile, stop);
+    return connected ? DeleteFromServer(work.row, number, stop) : connected;
+}
+
+void End(ServerWork const &work, Outcome const &outcome, std::string const &status) {
+    ToolkitGuard const guard;
+    EndActivity();
+    Leaving().erase(work.row.serial);
+    MarkHeaderRow(work.row.serial, false);
+    if (status == WidgetText(ABW_lblStatus))
+        SetStatus("");
+    if (outcome)
+        ClearProblem();
+    else
+        SetProblem(outcome.text);
+    PtFlush();
+}
+
+void Start(ServerWork const &work) {
+    uint32_t const serial = work.row.serial;
+    if (work.deletes && !Leaving().insert(serial).second)
         return;
-    MessageText const text = ServerText(profile, number);
-    if (text && StoreCopy(profile, folder, text.Bytes(), move) && move)
-        DeleteOnServer(profile, item);
+    if (work.deletes)
+        StopOperation(OperationKind::kMessage); // a message that leaves is not shown any more
+    std::string const what = work.folder.empty() ? "Deleting" : work.deletes ? "Moving" : "Copying";
+    std::string const status = what + " message " + std::to_string(work.row.number);
+    bool const started = StartOperation(OperationKind::kOther,
+                                        [work, status](Stop const &stop) { End(work, Do(work, stop), status); });
+    if (!started) {
+        Leaving().erase(serial);
+        SetProblem(what + " was not possible: the system has no thread for it");
+        return;
+    }
+    BeginActivity();
+    MarkHeaderRow(serial, true);
+    SetStatus(status);
+}
+
+void Tell(Outcome const &outcome) {
+    if (outcome)
+        ClearProblem();
+    else
+        SetProblem(outcome.text);
 }
 
 } // namespace
 
 int OnDeleteMessage(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    PtTreeItem_t *const item = PtTreeGetCurrent(ABW_treeMessageHeaders);
-    HeaderRow const *const row = RowOf(item);
-    AccountRef<MailProfile> const profile(CurrentMailProfile());
-    if (!row || !profile)
-        return Pt_CONTINUE;
-    if (row->origin == kStored)
-        DeleteStored(*profile, item);
-    if (row->origin != kOnServer)
-        return Pt_CONTINUE;
-    int32_t const number = row->number;
-    SessionLock const lock(*profile, SessionLock::kCallback);
-    if (!StillCurrent(item, number))
-        return Pt_CONTINUE;
-    if (!EnsureConnected(*profile))
-        return -1;
-    DeleteOnServer(*profile, item);
+    std::optional<RowIdentity> const row = SelectedMail();
+    if (row && row->origin == kStored)
+        Tell(DeleteStored(*row));
+    else if (row && row->origin == kOnServer)
+        Start({*row, "", true});
     return Pt_CONTINUE;
 }
 
 int OnDeleteKey(PtWidget_t *, void *, PtCallbackInfo_t *) { return OnDeleteMessage(nullptr, nullptr, nullptr); }
 
-void FileCurrentMessage(char const *folder, bool move) {
-    PtTreeItem_t *const item = PtTreeGetCurrent(ABW_treeMessageHeaders);
-    HeaderRow const *const row = RowOf(item);
-    AccountRef<MailProfile> const profile(CurrentMailProfile());
-    if (!row || !profile)
-        return;
-    if (row->origin == kStored)
-        FileStored(*profile, item, folder, move);
-    else if (row->origin == kOnServer)
-        FileFromServer(*profile, item, folder, move);
+void FileSelectedMessage(char const *folder, bool move) {
+    std::optional<RowIdentity> const row = SelectedMail();
+    if (row && row->origin == kStored && !(move && row->folder == folder))
+        Tell(FileStored(*row, folder, move));
+    else if (row && row->origin == kOnServer)
+        Start({*row, folder, move});
 }

@@ -1,85 +1,109 @@
 #include "app/message_source.h"
 
+#include "base/fd.h"
 #include "base/paths.h"
 #include "names/widgets.h"
 #include "net/connection.h"
+#include "net/session_lock.h"
 #include "news/article.h"
 #include "pop/message.h"
 #include "pop/pop_login.h"
 #include "pop/transfer.h"
-#include "store/folder.h"
 #include "widgets/server_calls.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <string>
+#include <fcntl.h>
 
 namespace {
 
-constexpr int kSpareBytes = 21;
+constexpr size_t kLargestMessageFile = INT32_MAX; ///< what the index and a part's length can count
 
-/// Says why something failed unless a lower layer has said it better since the status was cleared.
-void SetStatusUnlessTold(char const *text) {
-    if (!*WidgetText(ABW_lblStatus))
-        SetStatus(text);
+/// What a session writes into the status label during its life.
+class Told {
+  public:
+    Told() : before_(Status()) {}
+    /// That, else `text`.
+    std::string Or(char const *text) const {
+        std::string told = Status();
+        return told.empty() || told == before_ ? text : told;
+    }
+
+  private:
+    static std::string Status() {
+        ToolkitGuard const guard;
+        return WidgetText(ABW_lblStatus);
+    }
+    std::string const before_;
+};
+
+FetchedText NewsText(NewsProfile &profile, int32_t number) {
+    Told const told;
+    std::string answer;
+    size_t length = 0;
+    ArticleText const article =
+        GetNewsArticle(profile.serverSocket, profile, number, profile.userName, profile.password, answer, length);
+    if (!article)
+        return {Refused(answer.empty() ? told.Or("The article could not be fetched") : answer)};
+    length = UndoDots(article.get(), std::min(length, FindTextEnd({article.get(), length}, 0)));
+    return {{}, std::string(article.get(), length)};
 }
 
 } // namespace
 
-MessageText StoredText(MailProfile const &profile, char const *folder, int32_t number) {
+FetchedText StoredText(std::string const &profile, std::string const &folder, int32_t number) {
     if (!HomeDirectory())
-        return {};
-    errno = 0;
-    long length = 0;
-    MessageText text;
-    text.block.reset(ReadMessageFile(FolderDirectory(profile.name, folder).c_str(), number, kSpareBytes, &length));
-    text.length = static_cast<size_t>(length);
-    if (!text)
-        SetStatus("Cannot read message " + std::to_string(number) + " of " + folder +
-                  (errno ? std::string(": ") + strerror(errno) : ""));
-    return text;
+        return {Failed("")};
+    std::string const path = FolderDirectory(profile, folder) + std::to_string(number);
+    if (std::optional<std::string> text = ReadRegularFile(path, kLargestMessageFile, O_NOFOLLOW))
+        return {{}, std::move(*text)};
+    return {Failed("Cannot read message " + std::to_string(number) + " of " + folder + ": " + strerror(errno))};
 }
 
-bool EnsureConnected(MailProfile &profile) {
+int32_t NumberNow(RowIdentity const &row) {
+    ToolkitGuard const guard;
+    HeaderRow const *const now = RowOf(FindHeaderRow(row.serial));
+    return now ? now->number : 0;
+}
+
+Outcome EnsureConnected(MailProfile &profile, Stop const &stop) {
     if (profile.serverSocket >= 1)
-        return true;
-    SetStatus("");
-    profile.serverSocket = OpenMailConnection(profile, ABW_treeProfiles, kPop3);
-    if (profile.serverSocket < 0) {
-        SetStatusUnlessTold("Could not connect to mail server");
-        return false;
-    }
-    if (PopLogin(profile) == 1)
-        return true;
-    CloseConnection(profile);
-    SetStatusUnlessTold("The mail server refused the login");
-    return false;
-}
-
-MessageText ServerText(MailProfile &profile, int32_t number) {
-    SetStatus("");
-    MessageText text;
-    text.block.reset(getMessage(number, profile, 1, &text.length));
-    if (!text)
-        SetStatusUnlessTold("The message could not be fetched");
-    return text;
-}
-
-MessageText NewsText(NewsProfile &profile, int32_t number) {
-    SetStatus("");
-    std::string answer;
-    size_t length = 0;
-    ArticleText article =
-        GetNewsArticle(profile.serverSocket, profile, number, profile.userName, profile.password, answer, length);
-    if (!article) {
-        SetStatusUnlessTold(answer.empty() ? "The article could not be fetched" : answer.c_str());
         return {};
+    Told const told;
+    profile.serverSocket = OpenMailConnection(profile, ABW_treeProfiles, kPop3);
+    if (profile.serverSocket < 0)
+        return Failed(told.Or("Could not connect to mail server"));
+    if (PopLogin(profile) != 1) {
+        CloseConnection(profile);
+        return Refused(told.Or("The mail server refused the login"));
     }
-    MessageText text;
-    text.block.reset(article.release());
-    text.length = UndoDots(text.get(), std::min(length, FindTextEnd({text.get(), length}, 0)));
-    text.get()[text.length] = 0;
-    return text;
+    return stop() ? Stopped() : Outcome();
+}
+
+FetchedText ServerText(MailProfile &profile, int32_t number, Stop const &stop) {
+    Outcome connected = EnsureConnected(profile, stop);
+    if (!connected)
+        return {std::move(connected), {}, false};
+    Told const told;
+    size_t length = 0;
+    std::unique_ptr<char, void (*)(void *)> const text(getMessage(number, profile, 1, &length), free);
+    if (!text)
+        return {Lost(told.Or("The message could not be fetched"))};
+    return {{}, std::string(text.get(), length)};
+}
+
+FetchedText FetchText(RowIdentity const &row, Stop const &stop) {
+    if (row.origin == kStored)
+        return StoredText(row.account->name, row.folder, row.number);
+    SessionLock const lock(*row.account, stop);
+    int32_t const number = lock.Held() ? NumberNow(row) : 0;
+    if (number == 0 || stop())
+        return {Stopped(), {}, false};
+    if (row.origin == kArticle)
+        return NewsText(static_cast<NewsProfile &>(*row.account), number);
+    return ServerText(static_cast<MailProfile &>(*row.account), number, stop);
 }

@@ -2,38 +2,34 @@
 // The text of a message, wherever it lives.
 
 #include "base/account.h"
+#include "base/outcome.h"
+#include "widgets/header_list.h"
+#include "widgets/operation.h"
 
-#include <cstdlib>
-#include <memory>
-#include <string_view>
+#include <string>
 
-struct FreeText {
-    void operator()(char *text) const { free(text); }
+struct FetchedText {
+    Outcome outcome;
+    std::string text = {}; ///< all bytes of the message, which may hold NULs; only with kDone
+    bool reached = true;   ///< false when no connection could be had to ask for it
 };
 
-/// A NUL-terminated message text from malloc; empty when it could not be had. It may hold NULs: what is stored again
-/// goes by its bytes.
-struct MessageText {
-    std::unique_ptr<char, FreeText> block;
-    size_t length = 0;
+/// The text of message `number` in a local folder. kFailed: it cannot be read. Any thread.
+FetchedText StoredText(std::string const &profile, std::string const &folder, int32_t number);
 
-    char *get() const { return block.get(); }
-    std::string_view Bytes() const { return {block.get(), length}; }
-    explicit operator bool() const { return static_cast<bool>(block); }
-};
+/// The text of the message that a row stands for, from its folder, its mail server or its news server; an article as
+/// its author wrote it, without the end mark and the doubled dots that it is sent with. A row that was renumbered
+/// meanwhile is fetched with its new number. On a worker, without locks. Outcomes: kDone; kRefused in the server's
+/// words; kLost; kFailed; kStopped when stopped, and when the row was removed.
+FetchedText FetchText(RowIdentity const &row, Stop const &stop);
 
-/// The text of message `number` in a local folder, with 21 zero bytes behind it; a failure is told in lblStatus.
-MessageText StoredText(MailProfile const &profile, char const *folder, int32_t number);
+/// Makes sure that the profile has a connection that is logged in; a failed login closes it. kFailed, kRefused in the
+/// server's words, kLost, kStopped. On a worker that holds sessionLock.
+Outcome EnsureConnected(MailProfile &profile, Stop const &stop);
 
-/// Makes sure that the profile has a connection that is logged in; a failed login closes it. False with a word in
-/// lblStatus when there is none. The caller holds sessionLock.
-bool EnsureConnected(MailProfile &profile);
+/// FetchText of a message on the mail server, for a caller that holds the account's sessionLock.
+FetchedText ServerText(MailProfile &profile, int32_t number, Stop const &stop);
 
-/// The text of message `number` on the connected server; a failure is told in lblStatus. The caller holds
-/// sessionLock.
-MessageText ServerText(MailProfile &profile, int32_t number);
-
-/// The text of article `number` of the profile's open group, as its author wrote it: without the end mark and the
-/// doubled dots that it is sent with. A failure is told in lblStatus, in the server's words when it has some. The
-/// caller holds sessionLock.
-MessageText NewsText(NewsProfile &profile, int32_t number);
+/// The number that a row of the server has now; 0 when it was removed. Takes the library lock. The numbers change
+/// under the account's sessionLock only.
+int32_t NumberNow(RowIdentity const &row);

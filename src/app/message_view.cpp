@@ -9,12 +9,13 @@
 #include "mime/headers.h"
 #include "mime/render.h"
 #include "names/widgets.h"
-#include "net/session_lock.h"
 #include "photon/PtWebClient.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
+#include "widgets/tree_walk.h"
 
 #include <cerrno>
 #include <cstring>
@@ -29,13 +30,6 @@ constexpr char kEmptyPage[] = "<HTML><BODY></BODY></HTML>\n";
 /// The page server takes no larger one.
 constexpr off_t kLargestPage = off_t{16} << 20;
 
-struct Activity {
-    Activity() { BeginActivity(); }
-    ~Activity() { EndActivity(); }
-    Activity(Activity const &) = delete;
-    Activity &operator=(Activity const &) = delete;
-};
-
 /// A finished click or a key; the button's press and further clicks of a double click show nothing.
 bool Selects(PtCallbackInfo_t const &cbinfo) {
     int const clicks = static_cast<PtTreeCallback_t *>(cbinfo.cbdata)->click_count;
@@ -45,12 +39,12 @@ bool Selects(PtCallbackInfo_t const &cbinfo) {
 
 void TellCannotWrite(std::string const &path, int reason) {
     if (reason == ENOENT) // TempDir is made when a start finds the user's directory, so not by the very first one
-        SetStatus("Messages can be shown from the next start on: please close Corvanta and start it again");
+        SetProblem("Messages can be shown from the next start on: please close Corvanta and start it again");
     else
-        SetStatus("Cannot write " + path + ": " + strerror(reason));
+        SetProblem("Cannot write " + path + ": " + strerror(reason));
 }
 
-/// Opens a file of TempDir anew; a failure is told in lblStatus.
+/// Opens a file of TempDir for writing; a failure is told in lblStatus.
 Fd OpenScratch(std::string const &path) {
     Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.Valid())
@@ -79,80 +73,98 @@ bool WritePage(std::string const &path, ShownMessage &message, bool empty) {
                                : WriteMessagePage(file.Get(), message.source.c_str(), *headers, TempDir, parts);
     if (!written)
         TellCannotWrite(path, errno);
+    else if (!parts.FailedImage().empty())
+        TellCannotWrite(parts.FailedImage(), parts.FailedReason());
     else if (parts.LeftOut())
-        SetStatus("The message has more attachments than are listed");
+        SetProblem("The message has more attachments than are listed");
     else if (lseek(file.Get(), 0, SEEK_CUR) > kLargestPage)
-        SetStatus("The message is too large to be shown; its source can be viewed");
+        SetProblem("The message is too large to be shown; its source can be viewed");
     return written;
 }
 
-/// Shows a message, or an empty page when its text could not be had.
-void ShowText(RowIdentity row, MessageText const &text) {
+/// Shows a message, or an empty page and why its text could not be had.
+void ShowText(RowIdentity const &row, FetchedText const &fetched) {
+    ClearAttachments();
     SetShownMessage(nullptr);
     if (!TempDir[0]) {
         ShowHomePage();
-        SetStatus("Messages cannot be shown: the user has no home directory for their pages");
+        SetProblem("Messages cannot be shown: the user has no home directory for their pages");
         return;
     }
+    bool const had{fetched.outcome};
+    if (had)
+        ClearProblem();
     auto const message = std::make_shared<ShownMessage>();
-    message->row = std::move(row);
-    if (text)
-        message->source = text.Bytes();
+    message->row = row;
+    message->source = fetched.text;
     WriteOriginal(message->source.c_str());
     RemoveTempFiles(TempDir, false);
     std::string const path = std::string(TempDir) + "msg.html";
-    if (WritePage(path, *message, !text)) {
+    if (WritePage(path, *message, !had)) {
         message->page = path;
         ShowPage("file://" + path);
     }
-    if (text) {
+    if (had) {
         SetShownMessage(message);
         ListAttachments(*message);
     }
+    SetProblem(fetched.outcome.text);
 }
 
-int ShowServerMessage(MailProfile &profile, RowIdentity const &row) {
-    MessageText text;
-    {
-        SessionLock const lock(profile, SessionLock::kCallback);
-        if (profile.serverSocket < 1 && !EnsureConnected(profile))
-            return -1;
-        ClearAttachments();
-        text = ServerText(profile, row.number);
-    }
-    ShowText(row, text);
-    return Pt_CONTINUE;
+bool IsChosen(RowIdentity const &row) {
+    HeaderRow const *const chosen = ABW_treeMessageHeaders ? RowOf(SelectedItem(ABW_treeMessageHeaders)) : nullptr;
+    return chosen && chosen->serial == row.serial && row.account.Get() == currentProfile.Get();
 }
 
-void ShowArticle(NewsProfile &profile, RowIdentity const &row) {
-    MessageText text;
-    {
-        SessionLock const lock(profile, SessionLock::kCallback);
-        ClearAttachments();
-        text = NewsText(profile, row.number);
+/// The end of a fetch, on its worker. Without a connection everything stays as it was; a text that nobody waits for
+/// any more is dropped.
+void EndFetch(RowIdentity const &row, FetchedText const &fetched, std::string const &status, Stop const &stop) {
+    ToolkitGuard const guard;
+    EndActivity();
+    MarkHeaderRow(row.serial, false);
+    if (status == WidgetText(ABW_lblStatus))
+        SetStatus("");
+    bool const wanted = !stop() && fetched.outcome.ending != Ending::kStopped && IsChosen(row);
+    if (wanted && fetched.reached)
+        ShowText(row, fetched);
+    else if (wanted)
+        SetProblem(fetched.outcome.text);
+    PtFlush();
+}
+
+/// Fetches the message of a row from its server and shows it, unless another row is chosen meanwhile.
+void StartFetch(RowIdentity const &row) {
+    std::string const status =
+        (row.origin == kArticle ? "Fetching article " : "Fetching message ") + std::to_string(row.number);
+    bool const started = StartOperation(OperationKind::kMessage, [row, status](Stop const &stop) {
+        EndFetch(row, FetchText(row, stop), status, stop);
+    });
+    if (!started) {
+        SetProblem("The message could not be fetched: the system has no thread for it");
+        return;
     }
-    ShowText(row, text);
+    BeginActivity();
+    MarkHeaderRow(row.serial, true);
+    SetStatus(status);
 }
 
 } // namespace
 
 int OnHeaderSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
-    Activity const activity;
     HeaderRow const *const row =
         Selects(*cbinfo) ? RowOf(static_cast<PtTreeCallback_t *>(cbinfo->cbdata)->item) : nullptr;
     if (!row)
         return Pt_CONTINUE;
     RowIdentity const chosen = IdentityOf(*row);
-    AccountRef<MailProfile> const profile(CurrentMailProfile());
-    if (profile && chosen.origin == kOnServer)
-        return ShowServerMessage(*profile, chosen);
-    if (AccountRef<NewsProfile> const news(CurrentNewsProfile()); news && chosen.origin == kArticle) {
-        ShowArticle(*news, chosen);
+    bool const open = chosen.account && chosen.account.Get() == currentProfile.Get();
+    if (open && chosen.origin != kStored) {
+        StartFetch(chosen);
         return Pt_CONTINUE;
     }
-    ClearAttachments();
-    ShowText(chosen, profile && chosen.origin == kStored ? StoredText(*profile, chosen.folder.c_str(), chosen.number)
-                                                         : MessageText());
+    StopOperation(OperationKind::kMessage);
+    BeginActivity();
+    ShowText(chosen, open ? FetchText(chosen, Stop()) : FetchedText{Failed("")});
+    EndActivity();
     return Pt_CONTINUE;
 }
 
@@ -162,6 +174,7 @@ int OnHeadersGone(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnHome(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    StopOperation(OperationKind::kMessage);
     ClearAttachments();
     ShowHomePage();
     return Pt_CONTINUE;
@@ -179,6 +192,7 @@ int OnLinkPointed(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
 }
 
 void LeaveMessage() {
+    StopOperation(OperationKind::kMessage);
     ClearAttachments();
     SetShownMessage(nullptr);
     ReturnToHomePage();

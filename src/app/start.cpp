@@ -6,6 +6,7 @@
 #include "app/folder_view.h"
 #include "app/home_page.h"
 #include "app/message_commands.h"
+#include "app/timers.h"
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -184,6 +185,7 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     for (unsigned const key : {static_cast<unsigned>(Pk_Return), static_cast<unsigned>(' ')})
         PtAddHotkeyHandler(ABW_treeProfiles, key, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnProfileKey);
     PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);
+    PtAddHotkeyHandler(ABW_base, Pk_Escape, 0, Pt_HOTKEY_SYM, nullptr, OnStopKey);
     return Pt_CONTINUE;
 }
 

@@ -1,6 +1,7 @@
 #include "app/timers.h"
 
 #include "base/paths.h"
+#include "base/thread.h"
 #include "names/widgets.h"
 #include "net/connection.h"
 #include "net/line_io.h"
@@ -23,7 +24,7 @@ constexpr int kCheckTickSeconds = 5;
 constexpr int kCheckTickMilliseconds = kCheckTickSeconds * 1000;
 constexpr int kNoopReplyWidth = 100;
 
-/// The mail profiles of the tree. They are held because the tree may be rebuilt while one of them is talked to.
+/// The mail profiles of the tree, held: the tree may be rebuilt while one of them is talked to.
 std::vector<AccountRef<ServerAccount>> MailProfiles() {
     std::vector<AccountRef<ServerAccount>> profiles;
     for (PtTreeItem_t *item = PtTreeRootItem(ABW_treeProfiles); item; item = BrotherOf(item))
@@ -33,16 +34,18 @@ std::vector<AccountRef<ServerAccount>> MailProfiles() {
 }
 
 void KeepAlive(ServerAccount &account) {
-    if (account.serverSocket <= 0)
-        return;
     // A connection whose lock is taken is in use, so it is alive.
     SessionLock const lock = SessionLock::Try(account);
-    if (!lock.Held() || account.serverSocket <= 0)
+    Stream *const stream = lock.Held() ? StreamOf(account) : nullptr;
+    if (!stream)
         return;
-    char reply[kNoopReplyWidth] = "";
-    if (WriteServerLine(account.serverSocket, "NOOP") > 0)
-        ReadServerLine(account.serverSocket, reply, sizeof reply, kKeepAliveSeconds);
-    if (!reply[0])
+    stream->StopWhen({});
+    stream->BearSilence(std::chrono::seconds(kKeepAliveSeconds));
+    std::string_view reply;
+    if (stream->WriteLine("NOOP") > 0)
+        stream->ReadClassicLine(reply, kNoopReplyWidth - 1);
+    stream->BearSilence({});
+    if (reply.empty())
         CloseConnection(account);
 }
 
@@ -67,6 +70,8 @@ int OnStop(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
+int OnStopKey(PtWidget_t *, void *, PtCallbackInfo_t *) { return OnStop(nullptr, nullptr, nullptr); }
+
 int OnCheckEmailTimer(PtWidget_t *timer, ApInfo_t *, PtCallbackInfo_t *) {
     MailProfile *const profile = CurrentMailProfile();
     if (!profile || strcmp(currentFolder, kInbox) != 0)
@@ -82,8 +87,10 @@ int OnCheckEmailTimer(PtWidget_t *timer, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnNoopTimer(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    // No operation for Stop: it asks nothing of the user and is over in seconds.
     for (AccountRef<ServerAccount> const &profile : MailProfiles())
-        KeepAlive(*profile);
+        if (profile->serverSocket > 0)
+            StartDetached([profile] { KeepAlive(*profile); });
     return Pt_CONTINUE;
 }
 

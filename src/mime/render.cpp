@@ -10,6 +10,7 @@
 #include "mime/part_headers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -29,7 +30,6 @@ struct Page {
     BlockWriter &out;
     char const *directory;
     AttachmentSink &sink;
-    bool imagesWritten = true;
 };
 
 /// A content type as it is compared: behind the blanks that follow the colon.
@@ -48,19 +48,21 @@ char const *Label(PartHeaders const &part) {
     return part.fileName[0] ? part.fileName : part.name[0] ? part.name : "unknown";
 }
 
-/// Decodes an image's body into a file of its own. A file that cannot be opened is left out.
+/// Decodes an image's body into a file of its own.
 void WriteImageFile(Page &page, char const *name, PartHeaders const &part, std::string_view text,
                     std::string_view boundary) {
     char path[2048];
     if (!page.directory || !page.directory[0] || !PrintText(path, sizeof path, "%s%s", page.directory, name))
         return;
     Fd const file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
-    if (!file.Valid())
+    if (!file.Valid()) {
+        page.sink.ImageNotWritten(path, errno);
         return;
+    }
     BlockWriter out(file.Get());
     PutDecodedLines(out, text, static_cast<size_t>(part.bodyLength), PartLines::kImage, boundary);
     if (!out.Flush())
-        page.imagesWritten = false;
+        page.sink.ImageNotWritten(path, errno);
 }
 
 /// Writes an inline image's line and file. `text` is the message from the image's body on. Returns the line's length.
@@ -214,7 +216,7 @@ bool WriteMessagePage(int descriptor, char const *text, ParsedHeaders const &hea
     out.Put("\n");
     out.Put(kMessageEndMark);
     out.Put("\n</PRE>\n</FONT>\n</BODY></HTML>\n");
-    return out.Flush() && page.imagesWritten;
+    return out.Flush();
 }
 
 bool RenderMessageHtml(int descriptor, char const *bodyText, ParsedHeaders const &headers, char const *directory,
@@ -222,5 +224,5 @@ bool RenderMessageHtml(int descriptor, char const *bodyText, ParsedHeaders const
     BlockWriter out(descriptor);
     Page page{.out = out, .directory = directory, .sink = sink};
     PutBody(page, bodyText ? bodyText : "", headers);
-    return out.Flush() && page.imagesWritten;
+    return out.Flush();
 }

@@ -12,6 +12,8 @@ class AttachmentSink {
     /// `label` is the part's file name, else its name, else "unknown". The part's body lies in the message text:
     /// a sink that keeps the part copies it (CopyPart).
     virtual void Add(char const *label, PartHeaders const &part) = 0;
+    /// The file of an inline image could not be written; `reason` is the errno. The page has its place all the same.
+    virtual void ImageNotWritten(char const * /*path*/, int /*reason*/) {}
 };
 
 /// The marks around the message's own text in the page, and the mark of lines that are not quoted in a reply.
@@ -24,7 +26,8 @@ extern std::atomic<unsigned> ImageCounter;
 
 /// Writes the whole page of a message to `descriptor`: header table, marks and body. `text` is the raw message with
 /// its headers, NUL-terminated; null counts as empty. `directory` is where inline images go (a path ending in a
-/// slash; when empty none are written). Returns false when a write failed; the sink has every part all the same.
+/// slash; when empty none are written). Returns false when a write to `descriptor` failed; the sink has every part
+/// all the same.
 bool WriteMessagePage(int descriptor, char const *text, ParsedHeaders const &headers, char const *directory,
                       AttachmentSink &sink);
 

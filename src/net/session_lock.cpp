@@ -43,6 +43,13 @@ SessionLock::SessionLock(ServerAccount &account, Caller caller) : account_(&acco
         WaitOutsideLibrary(account.sessionLock);
 }
 
+SessionLock::SessionLock(ServerAccount &account, StopPredicate const &stopped) {
+    while (!WaitShortly(account.sessionLock))
+        if (stopped && stopped())
+            return;
+    account_ = AccountRef<ServerAccount>(&account);
+}
+
 SessionLock::SessionLock(ServerAccount &account, IfFree) {
     if (sem_trywait(&account.sessionLock) == 0)
         account_ = AccountRef<ServerAccount>(&account);

@@ -3,6 +3,7 @@
 // the one and asks for the other with every row it adds.
 
 #include "base/account.h"
+#include "net/stream.h"
 
 /// Holds sessionLock from construction to the end of its life (or to Unlock).
 class SessionLock {
@@ -12,6 +13,8 @@ class SessionLock {
         kCallback ///< holds it: leaves the library while waiting, keeping the window painted, and enters again
     };
     SessionLock(ServerAccount &account, Caller caller);
+    /// For a worker without locks: gives up within 0.1 s of `stopped` becoming true. Held() tells.
+    SessionLock(ServerAccount &account, StopPredicate const &stopped);
     ~SessionLock() { Unlock(); }
     SessionLock(SessionLock const &) = delete;
     SessionLock &operator=(SessionLock const &) = delete;

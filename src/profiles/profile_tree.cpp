@@ -3,10 +3,9 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "net/connection.h"
-#include "net/session_lock.h"
 #include "profiles/mail_profile_file.h"
 #include "profiles/news_profile_file.h"
+#include "widgets/close_later.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/pictures.h"
@@ -152,12 +151,9 @@ void ReloadProfileTree() {
 }
 
 void ForgetOpenProfile() {
-    AccountRef<ServerAccount> const profile = currentProfile;
-    if (profile)
-        StopDownload(*profile);
-    if (profile && profile->serverSocket > 0) {
-        SessionLock const lock(*profile, SessionLock::kCallback);
-        CloseConnection(*profile);
+    if (currentProfile) {
+        StopDownload(*currentProfile);
+        CloseWhenFree(*currentProfile);
     }
     currentProfile = {};
 }

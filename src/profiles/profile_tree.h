@@ -25,7 +25,8 @@ void FreeProfileTree(PtWidget_t *tree);
 /// Empties the main window's tree and fills it again with mail and news profiles.
 void ReloadProfileTree();
 
-/// Closes the open profile's connection, if any, without a word to the server, and forgets the open profile.
+/// Forgets the open profile and closes its connection, if any, without a word to the server; while a check or another
+/// session uses it, that ends first, on its worker.
 void ForgetOpenProfile();
 
 /// The profile that an item stands for or belongs to; null for a null item.

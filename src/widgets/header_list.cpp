@@ -4,8 +4,10 @@
 #include "names/widgets.h"
 #include "widgets/open_profile.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <deque>
+#include <map>
 
 PtTreeItem_t *lastHeaderItem = nullptr;
 unsigned headerListAge = 0;
@@ -54,6 +56,26 @@ PtGenTreeItem_t *NextItem(PtGenTreeItem_t *item) {
     return item ? item->brother : nullptr;
 }
 
+constexpr char kBusy[] = "\u2026";
+
+/// The marks of the rows that workers are busy with, and what stands in their first column otherwise.
+struct Mark {
+    int count = 0;
+    std::string column = {};
+};
+std::map<uint32_t, Mark> &Marks() {
+    static auto *const marks = new std::map<uint32_t, Mark>;
+    return *marks;
+}
+
+/// Returns what stood there before.
+std::string ReplaceFirstColumn(PtTreeItem_t *item, std::string const &column) {
+    std::string const text = item->string;
+    size_t const end = std::min(text.find('\t'), text.size());
+    PtTreeModifyItemString(ABW_treeMessageHeaders, item, (column + text.substr(end)).c_str());
+    return text.substr(0, end);
+}
+
 /// Frees the data of `top` and of all items below it. Threads may be as deep as their authors like, so this goes up
 /// by father pointers instead of recursing.
 void FreeData(PtGenTreeItem_t *top) {
@@ -93,6 +115,20 @@ PtTreeItem_t *FindHeaderRow(uint32_t serial) {
             return row;
     }
     return nullptr;
+}
+
+void MarkHeaderRow(uint32_t serial, bool busy) {
+    auto const place = Marks().try_emplace(serial).first;
+    Mark &mark = place->second;
+    mark.count += busy ? 1 : -1;
+    PtTreeItem_t *const item = FindHeaderRow(serial);
+    if (item && busy && mark.count == 1)
+        mark.column = ReplaceFirstColumn(item, kBusy);
+    if (mark.count > 0)
+        return;
+    if (item)
+        ReplaceFirstColumn(item, mark.column);
+    Marks().erase(place);
 }
 
 PtTreeItem_t *AddHeaderItem(char const *text, PtWidget_t *tree, PtTreeItem_t *&previous) {

@@ -41,6 +41,10 @@ RowIdentity IdentityOf(HeaderRow const &row);
 /// Under the library lock.
 PtTreeItem_t *FindHeaderRow(uint32_t serial);
 
+/// Marks a row in its first column as one that a worker is busy with, or takes one mark away; marks count. Nothing
+/// happens to the list when the row was removed. Under the library lock.
+void MarkHeaderRow(uint32_t serial, bool busy);
+
 /// Appends an item with `text` (cut at 8192 bytes) to `tree`: first at the root when `previous` is null, else after
 /// it; `previous` becomes the new item, which is returned. The caller holds the library lock. Null when out of
 /// memory.

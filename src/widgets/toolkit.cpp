@@ -14,6 +14,12 @@ constexpr LibraryCalls kCalls{[] { return PtLeave(0) >= 0; },
                                   PtEnter(0);
                                   PtFlush();
                               }};
+/// Never destroyed: workers may still fail while the program ends.
+std::string &Problem() {
+    static auto *const problem = new std::string;
+    return *problem;
+}
+
 [[maybe_unused]] bool const callsKnown = (libraryCalls = &kCalls) != nullptr;
 
 } // namespace
@@ -28,6 +34,21 @@ bool HoldsLibrary() {
 void SetStatus(std::string const &text) {
     ToolkitGuard const guard;
     SetWidgetText(ABW_lblStatus, text.c_str());
+}
+
+void SetProblem(std::string const &text) {
+    if (text.empty())
+        return;
+    ToolkitGuard const guard;
+    Problem() = text;
+    SetStatus(text);
+}
+
+void ClearProblem() {
+    ToolkitGuard const guard;
+    if (!Problem().empty() && Problem() == WidgetText(ABW_lblStatus))
+        SetStatus("");
+    Problem().clear();
 }
 
 void SetProgress(int percent) {

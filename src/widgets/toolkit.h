@@ -31,6 +31,13 @@ extern char AlertFont[80];
 /// Shows `text` in the main window's status label. Any thread. Does nothing when the window is gone.
 void SetStatus(std::string const &text);
 
+/// Shows what went wrong in the status label. Any thread. Empty: nothing is shown.
+void SetProblem(std::string const &text);
+
+/// Takes the problem that SetProblem has shown last out of the status label, when it is still there: something has
+/// worked since. Any thread.
+void ClearProblem();
+
 /// Sets the main window's progress bar, 0 to 100. Any thread.
 void SetProgress(int percent);
 
