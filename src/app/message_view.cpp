@@ -4,7 +4,7 @@
 #include "app/home_page.h"
 #include "app/message_source.h"
 #include "base/fd.h"
-#include "base/paths.h"
+#include "base/scratch.h"
 #include "message/shown_message.h"
 #include "mime/headers.h"
 #include "mime/render.h"

@@ -8,7 +8,7 @@
 #include "app/message_commands.h"
 #include "app/timers.h"
 #include "base/log.h"
-#include "base/paths.h"
+#include "base/scratch.h"
 #include "base/text.h"
 #include "names/widgets.h"
 #include "photon/PtWebClient.h"
@@ -190,7 +190,7 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnBaseUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    RemoveTempFiles(TempDir, true);
+    LeaveTempDir();
     return Pt_CONTINUE;
 }
 

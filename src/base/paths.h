@@ -6,10 +6,6 @@
 #include <string>
 #include <string_view>
 
-/// The scratch directory <home>/.Corvanta/.tmp/ (with the slash), or empty when the user has no
-/// password entry. Written once at start-up by SetTempDir, then read by every thread.
-extern char TempDir[1100];
-
 /// The folders that every mail profile has.
 constexpr char kInbox[] = "Inbox";
 constexpr char kOutbox[] = "Outbox";
@@ -28,13 +24,5 @@ std::string ConfigRoot();
 /// ConfigRoot/<profile>/<folder>/ with the slash. The names must have passed IsPlainName.
 std::string FolderDirectory(std::string_view profile, std::string_view folder);
 
-/// Fills TempDir from the password entry and makes the directory (mode 0700). On the very first start
-/// its parent does not exist yet and neither will it: the next start makes it.
-void SetTempDir();
-
 /// Makes all directories that `path` names before its last slash (mode 0700). Those that are there stay as they are.
 void MakeDirectories(std::string const &path);
-
-/// Removes the files of `directory` (a path ending in a slash), the raw message "originalmsg" and the
-/// page "msg.html" only when `removeAll`. Links are removed, never followed; of directories only empty ones go.
-void RemoveTempFiles(char const *directory, bool removeAll);

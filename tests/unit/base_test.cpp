@@ -2,6 +2,7 @@
 
 #include "base/account.h"
 #include "base/paths.h"
+#include "base/scratch.h"
 #include "base/text.h"
 #include "base/utf8.h"
 
@@ -12,6 +13,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace {
 
@@ -119,6 +123,37 @@ TEST(Paths, TempDirIsMadeOnlyBelowAnExistingParent) {
     std::filesystem::create_directory(home / ".Corvanta");
     SetTempDir();
     EXPECT_EQ(ModeOf(TempDir), 0700u);
+
+    // Another program that runs, one that was killed, and a link to somewhere else.
+    std::string const root = home / ".Corvanta/", own = root + ".tmp-" + std::to_string(getpid()) + "/";
+    std::filesystem::create_directory(root + ".tmp-1");
+    std::filesystem::create_directory(root + ".tmp-2");
+    WriteFile(root + ".tmp-1/msg.html", "x");
+    int const first = open((root + ".tmp").c_str(), O_RDONLY), third = open((root + ".tmp-2").c_str(), O_RDONLY);
+    ASSERT_EQ(flock(third, LOCK_EX | LOCK_NB), 0);
+    SetTempDir();
+    EXPECT_FALSE(exists(root + ".tmp-1"));
+    ASSERT_NE(flock(first, LOCK_EX | LOCK_NB), 0) << "held";
+    std::filesystem::rename(root + ".tmp", root + ".elsewhere");
+    WriteFile(root + ".elsewhere/msg.html", "x");
+    std::filesystem::create_directory_symlink(root + ".elsewhere", root + ".tmp");
+    RemoveTempFiles(TempDir, true);
+    SetTempDir();
+    EXPECT_EQ(TempDir, own);
+    EXPECT_TRUE(exists(root + ".elsewhere/msg.html"));
+    WriteFile(own + "msg.html", "x");
+    LeaveTempDir();
+    EXPECT_FALSE(exists(own));
+    std::filesystem::remove(root + ".tmp");
+    std::filesystem::rename(root + ".elsewhere", root + ".tmp");
+    ASSERT_EQ(flock(first, LOCK_EX | LOCK_NB), 0);
+    SetTempDir();
+    EXPECT_EQ(TempDir, own) << "another program shows its messages in the first one";
+    LeaveTempDir();
+    EXPECT_FALSE(exists(own));
+    EXPECT_TRUE(exists(root + ".tmp-2"));
+    close(first);
+    close(third);
 
     gPasswd.present = false;
     SetTempDir();

@@ -395,6 +395,11 @@ TEST_F(WebViewTest, LinksAreToldAndAskedAbout) {
     EXPECT_TRUE(lines.filter(QStringLiteral("Server: ")).value(0).endsWith(QStringLiteral("b.evil.example")));
     for (QString const &line : lines)
         EXPECT_LE(line.size(), 100);
+    EXPECT_EQ(
+        PlainLink(QUrl(QStringLiteral("mailto:a@b.example%0d%0aBcc:%20x,c@d?attach=/etc/passwd&SUBJECT=1%20%26%0A2&"
+                                      "bcc=e@f&body=3%0d%0a%234&cc=g@h&in-reply-to=i")))
+            .toString(QUrl::FullyEncoded),
+        QStringLiteral("mailto:a@b.exampleBcc%3A%20x,c@d?subject=1%20%262&body=3%0A%234&cc=g@h"));
     for (char const *scheme : {"http", "https", "mailto", "file"})
         QDesktopServices::unsetUrlHandler(QString::fromUtf8(scheme));
 }

@@ -8,6 +8,7 @@
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextTable>
+#include <QUrlQuery>
 
 #include <algorithm>
 #include <cmath>
@@ -234,6 +235,25 @@ bool IsOpenableLink(QUrl const &link) {
            !link.host().isEmpty();
 }
 
+QUrl PlainLink(QUrl const &link) {
+    if (link.scheme() != QLatin1String("mailto"))
+        return link;
+    auto const plain = [](QString text, bool lines) {
+        text.removeIf(
+            [lines](QChar each) { return each.category() == QChar::Other_Control && !(lines && each == u'\n'); });
+        return QString::fromLatin1(QUrl::toPercentEncoding(text, lines ? "" : "@,"));
+    };
+    QString fields;
+    for (auto const &[name, value] : QUrlQuery(link).queryItems(QUrl::FullyDecoded)) {
+        QString const field = name.toLower();
+        bool const body = field == QLatin1String("body");
+        if (body || field == QLatin1String("to") || field == QLatin1String("cc") || field == QLatin1String("subject"))
+            fields += (fields.isEmpty() ? QStringLiteral("?") : QStringLiteral("&")) + field + QStringLiteral("=") +
+                      plain(value, body);
+    }
+    return QUrl(QStringLiteral("mailto:") + plain(link.path(QUrl::FullyDecoded), false) + fields);
+}
+
 QString LinkQuestion(QUrl const &link) {
     constexpr int kLine = 80, kLines = 8;
     // Whose server it is stands at the end of its name.
@@ -252,7 +272,8 @@ QString LinkQuestion(QUrl const &link) {
     return question;
 }
 
-void WebBrowser::AskAboutLink(QUrl const &link) {
+void WebBrowser::AskAboutLink(QUrl const &address) {
+    QUrl const link = PlainLink(address);
     if (!IsOpenableLink(link))
         return;
     auto *const box = new QMessageBox(window());

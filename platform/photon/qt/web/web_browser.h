@@ -49,5 +49,8 @@ class WebBrowser : public QTextBrowser {
 
 /// The text of the question before a link is opened: where it really goes, in lines of bounded length.
 QString LinkQuestion(QUrl const &link);
+/// A link as it is shown and opened. Of a mailto link (RFC 6068) only recipients, subject and body stay: a mail
+/// program may take other fields for files to attach, say. Control characters stay in the body alone, as line ends.
+QUrl PlainLink(QUrl const &link);
 /// Whether a link may be handed to the desktop at all: http, https and mailto.
 bool IsOpenableLink(QUrl const &link);
