@@ -8,6 +8,7 @@
 #include "app/message_commands.h"
 #include "app/timers.h"
 #include "base/log.h"
+#include "base/paths.h"
 #include "base/scratch.h"
 #include "base/text.h"
 #include "names/widgets.h"

@@ -1,7 +1,7 @@
 #include "compose/open_file.h"
 
 #include "base/fd.h"
-#include "base/paths.h"
+#include "base/scratch.h"
 #include "base/text.h"
 #include "mime/render.h"
 
