@@ -1,11 +1,11 @@
 // Parsing, decoding and rendering, against memcpy of the same bytes.
 
+#include "mime/part_content.h"
+#include "mime/render.h"
 #include "reference.h"
 
 #include "base/fd.h"
 #include "mime/base64.h"
-#include "mime/headers.h"
-#include "mime/render.h"
 
 #include <cstdlib>
 #include <filesystem>

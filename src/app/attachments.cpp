@@ -4,6 +4,7 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "base/utf8.h"
+#include "mime/part_content.h"
 #include "names/widgets.h"
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"

@@ -6,7 +6,6 @@
 #include "base/fd.h"
 #include "base/scratch.h"
 #include "message/shown_message.h"
-#include "mime/headers.h"
 #include "mime/render.h"
 #include "names/widgets.h"
 #include "photon/PtWebClient.h"

@@ -1,7 +1,6 @@
 #pragma once
-// Characters of a text: a valid UTF-8 sequence (RFC 3629) is one, every other byte is one by itself. Text fields
-// count so, too. The toolkit below this program has a reader of its own, platform/photon/core/utf8.h, which src may
-// not use.
+// Characters of a text: a valid UTF-8 sequence (RFC 3629) is one, every other byte is one by itself, as text fields
+// count them. What a sequence is, system/utf8.h knows.
 
 #include <cstddef>
 #include <string_view>

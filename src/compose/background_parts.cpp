@@ -3,7 +3,6 @@
 #include "base/thread.h"
 #include "compose/compose_attachments.h"
 #include "compose/compose_window.h"
-#include "mime/render.h"
 #include "widgets/toolkit.h"
 
 #include <memory>

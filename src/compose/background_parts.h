@@ -2,7 +2,7 @@
 // Attachments that take a while to be made: files that are read, parts that are encoded.
 
 #include "compose/compose_state.h"
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 
 #include <functional>
 #include <string>

@@ -8,7 +8,7 @@
 #include "compose/forward_part.h"
 #include "compose/open_file.h"
 #include "mime/content_types.h"
-#include "mime/render.h"
+#include "mime/part_content.h"
 #include "profiles/profile_tree.h"
 #include "widgets/header_list.h"
 #include "widgets/pictures.h"

@@ -4,7 +4,7 @@
 
 #include "Pt.h"
 #include "compose/compose_state.h"
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 
 /// Appends a part, whose body is encoded, to the list under `label`; the list owns it from then on. False, with the
 /// part freed, when the window was closed or memory is out.

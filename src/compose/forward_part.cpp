@@ -2,7 +2,8 @@
 
 #include "base/text.h"
 #include "mime/base64.h"
-#include "mime/render.h"
+#include "mime/lines.h"
+#include "mime/part_content.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #pragma once
 // Attachments on their way into an outgoing message.
 
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 
 #include <cstddef>
 #include <functional>

@@ -3,7 +3,7 @@
 #include "base/fd.h"
 #include "base/scratch.h"
 #include "base/text.h"
-#include "mime/render.h"
+#include "mime/part_content.h"
 
 #include <algorithm>
 #include <cerrno>

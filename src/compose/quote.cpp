@@ -2,8 +2,8 @@
 
 #include "base/text.h"
 #include "base/utf8.h"
-#include "mime/headers.h"
 #include "mime/lines.h"
+#include "mime/recipients.h"
 #include "mime/render.h"
 
 #include <algorithm>

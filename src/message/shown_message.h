@@ -2,7 +2,7 @@
 // What the message view shows, as a record. Reply, forward, save attachment and view source take it; the files
 // "originalmsg" and "msg.html" are written for the page server and are never read back to learn what is shown.
 
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 #include "widgets/header_list.h"
 
 #include <deque>

@@ -6,8 +6,7 @@
 
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr unsigned kOutside = 63; ///< what a character outside the alphabet counts as, "=" included
+constexpr unsigned kOutside = 63; ///< kept: what a character outside the alphabet counts as, "=" included
 constexpr size_t kLineLength = 64;
 
 /// What a character at each of the four places of a group adds to the group's three bytes, the first of them lowest:
@@ -23,7 +22,7 @@ constexpr std::array<PlaceTable, 4> MakeTables() {
         for (uint32_t &entry : tables[place])
             entry = ThreeBytes(kOutside << shift);
         for (unsigned value = 0; value < 64; value++)
-            tables[place][static_cast<unsigned char>(kAlphabet[value])] = ThreeBytes(value << shift);
+            tables[place][static_cast<unsigned char>(kBase64Alphabet[value])] = ThreeBytes(value << shift);
     }
     return tables;
 }
@@ -48,14 +47,14 @@ using PairTable = std::array<uint16_t, 4096>;
 constexpr PairTable MakePairs() {
     PairTable table{};
     for (unsigned bits = 0; bits < table.size(); bits++)
-        table[bits] = static_cast<uint16_t>(kAlphabet[bits >> 6] | kAlphabet[bits & 63] << 8);
+        table[bits] = static_cast<uint16_t>(kBase64Alphabet[bits >> 6] | kBase64Alphabet[bits & 63] << 8);
     return table;
 }
 
 constexpr PairTable kPairs = MakePairs();
 
 constexpr size_t kLineBytes = kLineLength / 4 * 3; ///< encoded in one line
-constexpr size_t kReadAhead = 2;                   ///< EncodeLine looks at so many bytes behind its line
+constexpr size_t kReadAhead = 2;                   ///< EncodeLine looks at so many bytes past its line
 
 /// Encodes kLineBytes bytes into a whole line without its end: 6 bytes make 8 characters.
 void EncodeLine(char *out, unsigned char const *in) {
@@ -114,7 +113,7 @@ int32_t Base64Encode(char *out, char const *in, int32_t length) {
         to += kLineLength;
         *to++ = '\n';
     }
-    auto const put = [&](unsigned value) { *to++ = kAlphabet[value & 63]; };
+    auto const put = [&](unsigned value) { *to++ = kBase64Alphabet[value & 63]; };
     for (; done + 2 < count; done += 3) {
         unsigned const group = from[done] << 16u | from[done + 1] << 8u | from[done + 2];
         put(group >> 18);
@@ -133,10 +132,10 @@ int32_t Base64Encode(char *out, char const *in, int32_t length) {
         unsigned const group = from[done] << 16u | (pair ? from[done + 1] << 8u : 0);
         put(group >> 18);
         put(group >> 12);
-        *to++ = pair ? kAlphabet[group >> 6 & 63] : '=';
+        *to++ = pair ? kBase64Alphabet[group >> 6 & 63] : '=';
         *to++ = '=';
     }
-    // The terminator has always stood here, and readers of sent mail have the short last group: it stays.
+    // kept: the terminator cuts the last group short; every mail that was ever sent has it so
     last[1] = 0;
     return static_cast<int32_t>(last - out);
 }

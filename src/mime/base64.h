@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+constexpr char kBase64Alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 /// Decodes the NUL-terminated `in`, which has no line breaks, in groups of four characters; up to three left over
 /// are ignored. Any character outside the alphabet counts as 63. `out` must hold 3 * (length / 4) + 1 bytes and
 /// is terminated; it may be `in`. Returns the number of bytes: one or two less for a "=" or "==" at the end of the

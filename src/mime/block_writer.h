@@ -15,7 +15,7 @@ class BlockWriter {
     /// A place for `size` bytes (at most kMostRoom); Used tells how many were filled.
     char *Room(size_t size);
     void Used(size_t size) { used_ += size; }
-    /// How much more fits behind the last Room without another call of it.
+    /// How much more fits after the last Room without another call of it.
     size_t Free() const { return capacity_ - used_; }
     /// Writes what is left. Returns false when this or an earlier write failed.
     bool Flush();

@@ -2,19 +2,10 @@
 
 #include "base/text.h"
 
-#include <string_view>
-
 namespace {
 
-/// A type and the ends of names that stand for it, in any case and not bound to a dot ("cabin" ends in "bin"). The
-/// first end is the extension that a picture's file gets.
-struct TypeRow {
-    std::string_view ends[3];
-    char const *type;
-};
-
-// Searched from the first row on. "tgz" stands before "gz", which every ".tar.gz" falls to.
-constexpr TypeRow kTypes[] = {
+// kept: no end is bound to a dot, so "cabin" is a "bin": such names have always had these types
+constexpr ExtensionType kTypes[] = {
     {{"gif"}, "IMAGE/GIF"},
     {{"ez"}, "APPLICATION/ANDREW-INSET"},
     {{"xls"}, "APPLICATION/EXCEL"},
@@ -24,9 +15,9 @@ constexpr TypeRow kTypes[] = {
     {{"pgp"}, "APPLICATION/PGP"},
     {{"rtf"}, "APPLICATION/RTF"},
     {{"gtar"}, "APPLICATION/X-GTAR"},
-    {{"tgz"}, "APPLICATION/X-TAR-GZ\t"}, // the TAB is part of it: written so into every mail sent
-    {{"gz"}, "APPLICATION/X-GUNZIP"},
+    {{"gz"}, "APPLICATION/X-GUNZIP"}, // kept: ".tar.gz" and "tgz" without a dot end so, too, and this row comes first
     {{"tar"}, "APPLICATION/X-TAR"},
+    {{"tgz", "tar.gz"}, "APPLICATION/X-TAR-GZ\t"}, // kept: the TAB is part of it, written so into every mail sent
     {{"zip"}, "APPLICATION/X-ZIP-COMPRESSED"},
     {{"jpg", "jpeg", "jpe"}, "IMAGE/JPEG"},
     {{"html", "htm"}, "TEXT/HTML"},
@@ -43,24 +34,32 @@ constexpr TypeRow kTypes[] = {
     {{"xbm", "xpm"}, "IMAGE/X-XBITMAP"},
 };
 
-TypeRow const *FindType(std::string_view name) {
-    for (TypeRow const &row : kTypes)
+bool EndsWithNoCase(std::string_view name, std::string_view end) {
+    return name.size() >= end.size() && EqualNoCase(name.substr(name.size() - end.size()), end);
+}
+
+ExtensionType const *FindType(std::string_view name) {
+    // kept: the one name that passes the row of "gz" over
+    std::string_view const passedOver = EndsWithNoCase(name, ".tgz") ? "gz" : "";
+    for (ExtensionType const &row : kTypes)
         for (std::string_view end : row.ends)
-            if (!end.empty() && name.size() >= end.size() && EqualNoCase(name.substr(name.size() - end.size()), end))
+            if (!end.empty() && end != passedOver && EndsWithNoCase(name, end))
                 return &row;
     return nullptr;
 }
 
 } // namespace
 
+std::span<ExtensionType const> const ExtensionTypeTable = kTypes;
+
 int ContentTypeForFileName(char *type, size_t width, char const *name) {
-    TypeRow const *const row = FindType(name);
+    ExtensionType const *const row = FindType(name);
     CopyText(type, width, row ? row->type : "unknown");
     return row ? 1 : 0;
 }
 
 int AppendImageExtension(char const *name, char *path, size_t width) {
-    TypeRow const *const row = FindType(name);
+    ExtensionType const *const row = FindType(name);
     if (!row)
         return 0;
     AppendText(path, width, ".");

@@ -53,22 +53,13 @@ template <LineFeed lineFeed> void PutText(BlockWriter &out, std::string_view tex
             place += copied;
             if (copied == piece)
                 continue;
-            // The step kept free behind `limit` holds any escape.
+            // The step kept free after `limit` holds any escape.
             std::string_view const escape = *at == '<' ? kLess : *at == '\n' ? kBreak : std::string_view();
             place += escape.copy(place, escape.size());
             at++;
         }
         out.Used(static_cast<size_t>(place - start));
     }
-}
-
-int WriteEscaped(int descriptor, char const *bytes, int count, LineFeed lineFeed) {
-    if (count <= 0)
-        return 0;
-    BlockWriter out(descriptor);
-    PutEscaped(out, {bytes, static_cast<size_t>(count)}, lineFeed);
-    out.Flush();
-    return count;
 }
 
 } // namespace
@@ -78,14 +69,6 @@ void PutEscaped(BlockWriter &out, std::string_view text, LineFeed lineFeed) {
         PutText<LineFeed::kKept>(out, text);
     else
         PutText<LineFeed::kBroken>(out, text);
-}
-
-int HtmlEscapeToFile(int descriptor, char const *bytes, int count) {
-    return WriteEscaped(descriptor, bytes, count, LineFeed::kBroken);
-}
-
-int PlainTextToFile(int descriptor, char const *bytes, int count) {
-    return WriteEscaped(descriptor, bytes, count, LineFeed::kKept);
 }
 
 int HtmlEscapeAppend(char *destination, size_t width, char const *source) {
@@ -102,11 +85,4 @@ int HtmlEscapeAppend(char *destination, size_t width, char const *source) {
     if (used < width)
         destination[used] = 0;
     return 1;
-}
-
-int HtmlEscapeToString(char *destination, size_t width, char const *source) {
-    if (width == 0)
-        return 1;
-    destination[0] = 0;
-    return HtmlEscapeAppend(destination, width, source);
 }

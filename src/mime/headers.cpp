@@ -2,29 +2,39 @@
 
 #include "base/text.h"
 #include "mime/escape.h"
+#include "mime/lines.h"
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 namespace {
 
 constexpr size_t kLineWidth = 10240;
 constexpr char kBoundaryParameter[] = "BOUNDARY=\"";
 
-enum class Header { kNone, kFrom, kSubject, kDate, kTo, kCc, kContentType, kNewsgroups };
-
-struct HeaderName {
-    Header header;
+/// A header that is recognised, and where its value goes.
+struct KnownHeader {
     std::string_view name;
+    HeaderState state; ///< what the lines that continue it belong to
+    char *(*field)(ParsedHeaders &);
+    size_t width;
 };
-constexpr HeaderName kNames[] = {
-    {Header::kFrom, "from:"},
-    {Header::kSubject, "subject:"},
-    {Header::kDate, "date:"},
-    {Header::kTo, "to:"},
-    {Header::kCc, "cc:"},
-    {Header::kContentType, "content-type:"},
-    {Header::kNewsgroups, "newsgroups:"},
+
+template <auto Member> constexpr KnownHeader Known(std::string_view name, HeaderState state) {
+    using Field = std::remove_reference_t<decltype(std::declval<ParsedHeaders &>().*Member)>;
+    return {name, state, [](ParsedHeaders &headers) -> char * { return headers.*Member; }, sizeof(Field)};
+}
+
+constexpr KnownHeader kHeaders[] = {
+    Known<&ParsedHeaders::from>("from:", HeaderState::kFrom),
+    Known<&ParsedHeaders::subject>("subject:", HeaderState::kSubject),
+    Known<&ParsedHeaders::date>("date:", HeaderState::kDate),
+    Known<&ParsedHeaders::to>("to:", HeaderState::kTo),
+    Known<&ParsedHeaders::cc>("cc:", HeaderState::kCc),
+    Known<&ParsedHeaders::contentType>("content-type:", HeaderState::kContentType),
+    Known<&ParsedHeaders::newsgroups>("newsgroups:", HeaderState::kNone),
 };
 
 /// The lines of a NUL-terminated text whose length is not known, each byte looked at once.
@@ -51,24 +61,24 @@ class LineCursor {
     void FindEnd() { end_ = strchrnul(at_, '\n'); }
 
     char const *at_;
-    char const *end_; ///< the LF or NUL behind the current line
+    char const *end_; ///< the LF or NUL after the current line
 };
 
-/// The header that a line is, and its value. A header without a value is none.
-Header Recognize(std::string_view line, std::string_view &value) {
-    for (HeaderName const &known : kNames)
+/// The header that a line is, and its value; null for any other line. kept: a header without a value is none
+KnownHeader const *Recognize(std::string_view line, std::string_view &value) {
+    for (KnownHeader const &known : kHeaders)
         if (line.size() > known.name.size() && StartsWithNoCase(line, known.name)) {
             value = line.substr(known.name.size());
-            return known.header;
+            return &known;
         }
-    return Header::kNone;
+    return nullptr;
 }
 
 bool IsContinuation(std::string_view line) { return line[0] == '\t' || line[0] == ' '; }
 
 /// Goes through the header lines of `text` and calls `visit(line)` for each, the last control or 8-bit byte of the
-/// line (its CR) cut off. The headers end at a line of less than three bytes, and a line that nothing follows is not
-/// one of them. Returns the length of the header lines.
+/// line (its CR) cut off. Returns the length of the header lines. kept: the headers end at a line of less than three
+/// bytes, a line that nothing follows is not one of them, and a last 8-bit byte is cut like a CR
 template <class Visit> uint32_t WalkHeaders(char const *text, Visit visit) {
     LineCursor lines(text);
     size_t length = 0;
@@ -108,56 +118,38 @@ template <size_t Width> void AppendContinuation(char (&field)[Width], std::strin
     HtmlEscapeAppend(field, Width, text);
 }
 
-Header ContinueHeader(Header current, std::string_view line, ParsedHeaders &headers) {
-    if (current == Header::kCc)
+/// kept: only these three go on in further lines
+void ContinueHeader(HeaderState state, std::string_view line, ParsedHeaders &headers) {
+    if (state == HeaderState::kCc)
         AppendContinuation(headers.cc, line);
-    else if (current == Header::kTo)
+    else if (state == HeaderState::kTo)
         AppendContinuation(headers.to, line);
-    else if (current == Header::kContentType)
+    else if (state == HeaderState::kContentType)
         TakeBoundary(line, headers);
-    return current;
 }
 
-/// Stores a header's value and returns the header that continuation lines belong to.
-Header StoreHeader(std::string_view line, ParsedHeaders &headers) {
+/// Stores a header's value and returns what the lines that continue it belong to.
+HeaderState StoreHeader(std::string_view line, ParsedHeaders &headers) {
     std::string_view value;
-    Header const header = Recognize(line, value);
-    switch (header) {
-    case Header::kFrom:
-        CopyText(headers.from, value);
-        break;
-    case Header::kSubject:
-        CopyText(headers.subject, value);
-        break;
-    case Header::kDate:
-        CopyText(headers.date, value);
-        break;
-    case Header::kTo:
-        CopyText(headers.to, value);
-        break;
-    case Header::kCc:
-        CopyText(headers.cc, value);
-        break;
-    case Header::kContentType:
-        CopyText(headers.contentType, value);
+    KnownHeader const *const known = Recognize(line, value);
+    if (!known)
+        return HeaderState::kNone;
+    CopyText(known->field(headers), known->width, value);
+    if (known->state == HeaderState::kContentType)
         TakeBoundary(line, headers);
-        break;
-    case Header::kNewsgroups:
-        CopyText(headers.newsgroups, value);
-        return Header::kNone;
-    case Header::kNone:
-        break;
-    }
-    return header;
+    return known->state;
 }
 
 } // namespace
 
 int ParseHeaders(char const *text, ParsedHeaders &headers) {
     memset(&headers, 0, sizeof headers);
-    Header current = Header::kNone;
+    HeaderState state = HeaderState::kNone;
     headers.headerLength = WalkHeaders(text ? text : "", [&](std::string_view line) {
-        current = IsContinuation(line) ? ContinueHeader(current, line, headers) : StoreHeader(line, headers);
+        if (IsContinuation(line))
+            ContinueHeader(state, line, headers);
+        else
+            state = StoreHeader(line, headers);
     });
     return 1;
 }
@@ -166,19 +158,16 @@ char *FormatHeaderRow(char const *text, char *row, int width) {
     std::string_view subject, from, date;
     WalkHeaders(text ? text : "", [&](std::string_view line) {
         std::string_view value;
-        switch (Recognize(line, value)) {
-        case Header::kSubject:
-            subject = value.substr(0, sizeof ParsedHeaders::subject - 1);
-            break;
-        case Header::kFrom:
-            from = value.substr(0, sizeof ParsedHeaders::from - 1);
-            break;
-        case Header::kDate:
-            date = value.substr(0, sizeof ParsedHeaders::date - 1);
-            break;
-        default:
-            break;
-        }
+        KnownHeader const *const known = Recognize(line, value);
+        if (!known)
+            return;
+        value = value.substr(0, known->width - 1);
+        if (known->state == HeaderState::kSubject)
+            subject = value;
+        else if (known->state == HeaderState::kFrom)
+            from = value;
+        else if (known->state == HeaderState::kDate)
+            date = value;
     });
     if (width < 1)
         return row;

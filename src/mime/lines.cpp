@@ -1,7 +1,5 @@
 #include "mime/lines.h"
 
-#include "mime/headers.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -30,20 +28,9 @@ std::string_view TakeLine(std::string_view &rest, size_t width) {
     return line;
 }
 
-std::string_view BehindLine(std::string_view text) {
+std::string_view AfterLine(std::string_view text) {
     size_t const end = text.find('\n');
     return end == text.npos ? text.substr(text.size()) : text.substr(end + 1);
-}
-
-char const *ReadTextLine(char const *text, char *buffer, int width) {
-    if (width < 1)
-        return text;
-    int length = 0;
-    while (length < width - 1 && text[length] && text[length] != '\n')
-        length++;
-    memcpy(buffer, text, static_cast<size_t>(length));
-    buffer[length] = 0;
-    return text + length + (text[length] == '\n' ? 1 : 0);
 }
 
 char const *FindNoCase(char const *haystack, char const *needle, int length) {

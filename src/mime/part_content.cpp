@@ -5,7 +5,6 @@
 #include "mime/base64.h"
 #include "mime/block_writer.h"
 #include "mime/lines.h"
-#include "mime/render.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -19,7 +18,8 @@ constexpr size_t kDecodedRoom = 68; ///< 19 groups of 3 bytes and the decoder's 
 /// Control and 8-bit bytes, which no base64 line holds.
 bool IsControl(char byte) { return static_cast<signed char>(byte) < 32; }
 
-/// Cuts the line end: the byte before the last when it is a control byte, then the last.
+/// Cuts the line end: the byte before the last when it is a control byte, then the last. kept: of a line that ends in
+/// an 8-bit byte the last two go
 std::string_view CutLineEnd(std::string_view line) {
     if (line.size() >= 2 && IsControl(line[line.size() - 2]))
         line.remove_suffix(2);
@@ -32,8 +32,9 @@ std::string_view CutLineEnd(std::string_view line) {
 
 void PutDecodedLines(BlockWriter &out, std::string_view text, size_t bodyLength, PartLines kind,
                      std::string_view boundary) {
-    size_t const behind = text.size() > bodyLength ? text.size() - bodyLength : 0;
-    while (text.size() > behind) {
+    // kept: pieces of 79 characters, of which the last three make no group; lines of other lengths come out so, too
+    size_t const left = text.size() > bodyLength ? text.size() - bodyLength : 0;
+    while (text.size() > left) {
         std::string_view line = TakeLine(text, kLineWidth);
         if (kind == PartLines::kImage && !line.empty() && IsControl(line[0]))
             line.remove_prefix(1);
@@ -50,13 +51,14 @@ bool WritePartContent(int descriptor, PartHeaders const &part) {
     std::string_view const body(part.body, static_cast<size_t>(part.bodyLength));
     if (!part.encoding[0])
         return WriteAll(descriptor, body);
+    // kept: whatever the encoding is called, it is taken for base64
     BlockWriter out(descriptor);
     PutDecodedLines(out, body, body.size(), PartLines::kSaved, {});
     return out.Flush();
 }
 
 PartHeaders *CopyPart(PartHeaders const &part) {
-    constexpr size_t kSpare = 5; // readers of the body look a few bytes behind it
+    constexpr size_t kSpare = 5; // kept: readers of the body may look a few bytes past it
     std::unique_ptr<PartHeaders, decltype(&FreePart)> copy(static_cast<PartHeaders *>(calloc(1, sizeof(PartHeaders))),
                                                            FreePart);
     if (!copy)

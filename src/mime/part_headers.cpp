@@ -2,6 +2,7 @@
 
 #include "base/text.h"
 #include "mime/lines.h"
+#include "mime/recipients.h"
 
 #include <algorithm>
 #include <cstring>
@@ -17,8 +18,8 @@ template <size_t Width> void TakeParameter(char (&field)[Width], std::string_vie
     StripQuotes(field);
 }
 
-/// Copies a parameter that begins a continuation line: from `offset` on without the line's last two bytes, taken for
-/// a quote and a CR. What was in the field behind the copy stays.
+/// Copies a parameter that starts a continuation line. kept: it comes from `offset` on without the line's last two
+/// bytes, taken for a quote and a CR, and what was in the field after the copy stays
 template <size_t Width> void TakeBlankParameter(char (&field)[Width], std::string_view line, size_t offset) {
     if (line.size() <= offset + 2)
         return;
@@ -61,7 +62,7 @@ void TakeHeaderLine(PartHeaders &part, std::string_view line, LineState &state) 
     }
     if (StartsWithNoCase(line, "Content-Disposition:"))
         state.pending = true;
-    // Mailers write "=" and a quote behind these; neither is looked at.
+    // kept: mailers write "=" and a quote after these; neither is looked at
     if (line.size() > 9 && StartsWithNoCase(line, " filename"))
         TakeBlankParameter(part.fileName, line, 10);
     if (line.size() > 5 && StartsWithNoCase(line, " name")) {
@@ -99,6 +100,7 @@ PartPlace ParsePart(std::string_view text, std::string_view boundary, PartHeader
 
     PartPlace place{.body = text.size() - rest.size(), .next = text.npos, .resume = 0};
     part.body = rest.data();
+    // kept: the two bytes before the boundary are taken for its line end
     place.next = FindText(text, boundary, place.body);
     if (place.next != text.npos && place.next > headerBytes + 2)
         part.bodyLength =
@@ -111,9 +113,4 @@ PartPlace ParsePart(std::string_view text, std::string_view boundary, PartHeader
         StripQuotes(part.fileName);
     }
     return place;
-}
-
-char const *ParsePartHeaders(char const *partStart, void *, PartHeaders &part, char const *boundary) {
-    PartPlace const place = ParsePart(partStart, boundary, part);
-    return partStart + place.resume;
 }

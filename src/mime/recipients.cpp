@@ -1,4 +1,4 @@
-#include "mime/headers.h"
+#include "mime/recipients.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,10 +8,10 @@ namespace {
 
 bool EndsRecipient(char byte) { return byte == 0 || byte == ',' || byte == ';'; }
 
-/// Bytes that are left out wherever they stand.
+/// kept: these are left out wherever they stand, of names, too.
 bool IsDropped(char byte) { return memchr("\t\n\r \"'=", byte, 7) != nullptr; }
 
-/// Moves the bare address (between "<" and ">" around the last "@") to the begin of `out`.
+/// Moves the bare address (between "<" and ">" around the last "@") to the start of `out`.
 void KeepAddress(char *out) {
     std::string_view const all = out;
     if (all.size() == 1) {
@@ -25,15 +25,6 @@ void KeepAddress(char *out) {
     size_t const length = std::min(run.find_first_of("> "), run.size());
     memmove(out, run.data(), length);
     out[length] = 0;
-}
-
-/// Copies `text` onto itself without the bytes that `drop` names.
-template <class Drop> void RemoveBytes(char *text, Drop drop) {
-    char *to = text;
-    for (char const *from = text; *from; from++)
-        if (!drop(*from))
-            *to++ = *from;
-    *to = 0;
 }
 
 } // namespace
@@ -64,20 +55,4 @@ char const *ExtractRecipient(char const *list, char *out, int width, bool addres
     return *at ? at + 1 : at;
 }
 
-void StripQuotes(char *text) {
-    text[strcspn(text, "\r\n")] = 0;
-    RemoveBytes(text, [](char byte) { return byte == '"'; });
-}
-
-void RemoveSpaces(char *text) {
-    RemoveBytes(text, [](char byte) { return byte == ' '; });
-}
-
-void TrimLeadingSpaces(char *text) {
-    char const *const start = text + strspn(text, " ");
-    memmove(text, start, strlen(start) + 1);
-}
-
-void RemoveLineBreaks(char *text) {
-    RemoveBytes(text, [](char byte) { return byte == '\r' || byte == '\n'; });
-}
+void StripQuotes(char *text) { *std::remove(text, text + strcspn(text, "\r\n"), '"') = 0; }

@@ -32,7 +32,7 @@ struct Page {
     AttachmentSink &sink;
 };
 
-/// A content type as it is compared: behind the blanks that follow the colon.
+/// A content type as it is compared: after the blanks that follow the colon.
 std::string_view TypeText(char const *contentType) {
     std::string_view const text = contentType;
     return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
@@ -115,12 +115,12 @@ class PartWalk {
     }
 
   private:
-    /// Parses the part behind the next boundary.
+    /// Parses the part after the next boundary.
     bool FindPart() {
         delimiter_ = FindText(text_, boundary_, position_);
         if (delimiter_ == text_.npos)
             return false;
-        std::string_view const rest = BehindLine(text_.substr(delimiter_));
+        std::string_view const rest = AfterLine(text_.substr(delimiter_));
         size_t const start = text_.size() - rest.size();
         PartPlace const place = ParsePart(rest, boundary_, part_);
         body_ = start + place.body;
@@ -140,13 +140,14 @@ class PartWalk {
             PutAttachment(page, part_);
     }
 
-    /// Whether enough is left for another part. Behind an image the text's length counts as that of the image's line,
-    /// which has always been built at the begin of the text; the difference then wraps round and the walk goes on.
+    /// kept: whether enough is left for another part. After an image the text's length counts as that of the image's
+    /// line, which has always been built at the start of the text; the difference then wraps round and the walk goes
+    /// on.
     bool Continues() const {
         return lengthSeen_ - (body_ + static_cast<size_t>(part_.bodyLength)) - boundary_.size() > 10;
     }
 
-    /// The step takes the header block as at least as long as the boundary. It never leads behind the next boundary,
+    /// The step takes the header block as at least as long as the boundary. It never leads past the next boundary,
     /// which would hide that part, and never back into a header block again and again.
     void Advance() {
         size_t const step = delimiter_ + static_cast<size_t>(part_.bodyLength) + 2 * boundary_.size();
@@ -162,7 +163,7 @@ class PartWalk {
     size_t position_ = 0;
     size_t delimiter_ = 0; ///< where the current part's boundary stands
     size_t body_ = 0;
-    size_t next_ = 0; ///< where the boundary behind its body stands
+    size_t next_ = 0; ///< where the boundary after its body stands
     PartHeaders part_;
 };
 

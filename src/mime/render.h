@@ -2,6 +2,7 @@
 // The HTML page of a message, and the attachments found on the way.
 
 #include "mime/headers.h"
+#include "mime/part_headers.h"
 
 #include <atomic>
 
@@ -36,12 +37,3 @@ bool WriteMessagePage(int descriptor, char const *text, ParsedHeaders const &hea
 /// nothing. Returns false when a write failed.
 bool RenderMessageHtml(int descriptor, char const *bodyText, ParsedHeaders const &headers, char const *directory,
                        AttachmentSink &sink);
-
-/// A copy of `part` with a body of its own (terminated), to be freed with FreePart. Null when out of memory.
-PartHeaders *CopyPart(PartHeaders const &part);
-/// Frees a part and its body, both from malloc. Null is allowed.
-void FreePart(PartHeaders *part);
-
-/// Writes a part to `descriptor` as "Save Attachment" does: without an encoding the bytes as they are, with any
-/// encoding decoded as base64 line by line. Returns false when a write failed.
-bool WritePartContent(int descriptor, PartHeaders const &part);

@@ -12,14 +12,12 @@
 
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 /// The four characters of one group of `count` (1 to 3) bytes.
 void EncodeGroup(char *to, char const *from, int count) {
     auto const byte = [&](int at) { return at < count ? static_cast<unsigned char>(from[at]) : 0u; };
     unsigned const bits = byte(0) << 16 | byte(1) << 8 | byte(2);
     for (int at = 0; at < 4; at++)
-        to[at] = at <= count ? kAlphabet[bits >> (18 - 6 * at) & 63] : '=';
+        to[at] = at <= count ? kBase64Alphabet[bits >> (18 - 6 * at) & 63] : '=';
 }
 
 void AppendEncoded(std::string &text, ServerAccount const &account) {

@@ -1,8 +1,7 @@
 // A part never leads out of its text. The input's first line is the boundary.
 
 #include "fuzz_input.h"
-
-#include "mime/headers.h"
+#include "mime/interface_only.h"
 
 #include <memory>
 

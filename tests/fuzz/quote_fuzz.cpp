@@ -2,10 +2,9 @@
 // sources: src/compose/quote.cpp
 
 #include "fuzz_input.h"
+#include "mime/render.h"
 
 #include "compose/quote.h"
-#include "mime/headers.h"
-#include "mime/render.h"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 // A list comes apart into entries that fit their buffer and hold none of the bytes that are left out.
 
 #include "fuzz_input.h"
-
-#include "mime/headers.h"
+#include "mime/interface_only.h"
+#include "mime/recipients.h"
 
 #include <cstring>
 #include <vector>

@@ -2,7 +2,7 @@
 // and every attachment can be copied and saved.
 
 #include "fuzz_input.h"
-
+#include "mime/part_content.h"
 #include "mime/render.h"
 
 #include <cstring>

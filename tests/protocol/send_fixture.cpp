@@ -1,8 +1,7 @@
 #include "protocol/send_fixture.h"
+#include "mime/part_content.h"
 
 #include "base/paths.h"
-#include "mime/headers.h"
-#include "mime/render.h"
 #include "store/folder.h"
 #include "widgets/toolkit.h"
 

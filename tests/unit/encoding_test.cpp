@@ -3,6 +3,7 @@
 #include "mime/base64.h"
 #include "mime/content_types.h"
 #include "mime/escape.h"
+#include "mime/interface_only.h"
 
 #include "scratch.h"
 
@@ -111,7 +112,8 @@ TEST(ContentTypes, ByTheEndOfTheName) {
     for (Case const &c : std::initializer_list<Case>{{"photo.JPEG", "IMAGE/JPEG", ".jpg"},
                                                      {"../../x.tiff", "IMAGE/TIFF", ".tif"},
                                                      {"cabin", "APPLICATION/OCTET-STREAM", ".bin"},
-                                                     {"a.tgz", "APPLICATION/X-TAR-GZ\t", ".tgz"},
+                                                     {"a.TGZ", "APPLICATION/X-TAR-GZ\t", ".tgz"},
+                                                     {"atgz", "APPLICATION/X-GUNZIP", ".gz"},
                                                      {"a.tar.gz", "APPLICATION/X-GUNZIP", ".gz"},
                                                      {"a.gtar", "APPLICATION/X-GTAR", ".gtar"},
                                                      {"", "unknown", ""},

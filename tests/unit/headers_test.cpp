@@ -1,4 +1,7 @@
-#include "mime/headers.h"
+
+#include "mime/interface_only.h"
+#include "mime/lines.h"
+#include "mime/recipients.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include "compose/forward_part.h"
 #include "compose/quote.h"
 #include "mime/base64.h"
-#include "mime/render.h"
+#include "mime/part_content.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -1,5 +1,7 @@
 // Messages as pages: what is shown, what is attached, and that mail written to hurt is shown in linear time.
 
+#include "mime/part_content.h"
+#include "mime/render.h"
 #include "unit/rendered.h"
 
 namespace {

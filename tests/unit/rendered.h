@@ -1,6 +1,7 @@
 #pragma once
 // Messages as pages, with what they attach.
 
+#include "mime/part_content.h"
 #include "mime/render.h"
 #include "unit/scratch.h"
 

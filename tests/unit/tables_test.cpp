@@ -2,6 +2,9 @@
 
 #include "compose/quote.h"
 #include "fixtures/dialogue.h"
+#include "mime/headers.h"
+#include "mime/interface_only.h"
+#include "mime/recipients.h"
 #include "unit/rendered.h"
 
 #include <gtest/gtest.h>

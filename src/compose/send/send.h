@@ -2,7 +2,7 @@
 // The face of sending: a draft in, an outcome out. It knows no windows; send_thread and send_window have those.
 
 #include "base/outcome.h"
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 
 #include <cstdint>
 #include <functional>

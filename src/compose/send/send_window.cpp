@@ -2,7 +2,7 @@
 
 #include "compose/compose_window.h"
 #include "compose/send/outbox_list.h"
-#include "mime/render.h"
+#include "mime/part_content.h"
 #include "names/widgets.h"
 #include "widgets/toolkit.h"
 

@@ -3,7 +3,7 @@
 // know its form, which is not quite that of RFC 2046: see WriteMessageBody.
 
 #include "compose/send/classic/message_sink.h"
-#include "mime/headers.h"
+#include "mime/part_headers.h"
 
 #include <ctime>
 #include <functional>

@@ -2,7 +2,7 @@
 
 #include "base/text.h"
 #include "compose/send/classic/dialogue.h"
-#include "mime/headers.h"
+#include "mime/recipients.h"
 
 #include <algorithm>
 #include <cstring>
