@@ -3,8 +3,6 @@
 
 #include "Pt.h"
 
-#include <QModelIndex>
-
 #include <gtest/gtest.h>
 
 /// Calls `look` under the library lock.
@@ -15,10 +13,6 @@ template <class Look> auto Locked(Look look) {
     return seen;
 }
 
-/// The number of rows that a list shows.
-int RowCount(char const *name);
-/// A click in the middle of the n-th row. False when there is no such row.
-bool ClickOn(char const *name, int number, Qt::MouseButton button = Qt::LeftButton);
 /// Clicks the button until the window is closed; alerts may come in between and take the click.
 void CloseBy(char const *button, char const *window);
 

@@ -86,7 +86,8 @@ bool AnswerBox(char const *name, QString const &button, std::function<void(QWidg
     return true;
 }
 
-/// All rows below an index, depth first.
+/// All rows below an index, depth first. Threads grow while a worker adds answers: the walk is under the library's
+/// lock.
 void Collect(QAbstractItemModel const &model, QModelIndex const &parent, QList<QModelIndex> &rows) {
     for (int row = 0; row < model.rowCount(parent); row++) {
         QModelIndex const index = model.index(row, 0, parent);
@@ -131,8 +132,9 @@ QList<QModelIndex> AllRows(char const *name) {
     WaitFor(
         [&] {
             rows.clear();
-            Collect(*Tree(name)->model(), {}, rows);
+            QTreeView const *const tree = Tree(name);
             ToolkitGuard const guard;
+            Collect(*tree->model(), {}, rows);
             PtWidget_t *const widget = Named(name);
             if (!widget)
                 return true;
@@ -329,6 +331,33 @@ bool ClickEntry(QString const &label) {
             }
     }
     return false;
+}
+
+int RowCount(char const *name) {
+    QTreeView const *const tree = Tree(name);
+    QList<QModelIndex> rows;
+    ToolkitGuard const guard;
+    Collect(*tree->model(), {}, rows);
+    return static_cast<int>(rows.size());
+}
+
+bool ClickOn(char const *name, int number, Qt::MouseButton button) {
+    QTreeView *const tree = Tree(name);
+    QRect place;
+    {
+        ToolkitGuard const guard;
+        QList<QModelIndex> rows;
+        Collect(*tree->model(), {}, rows);
+        if (number >= rows.size())
+            return false;
+        tree->scrollTo(rows[number]);
+        place = tree->visualRect(rows[number].siblingAtColumn(tree->model()->columnCount({}) > 1 ? 1 : 0));
+    }
+    if (place.isEmpty())
+        return false;
+    QTest::mousePress(tree->viewport(), button, {}, place.center());
+    QTest::mouseRelease(tree->viewport(), button, {}, place.center());
+    return true;
 }
 
 QStringList Rows(char const *tree) {

@@ -40,6 +40,11 @@ bool PageShows(QString const &text);
 /// Opens the menu of the menu bar that holds the entry, and clicks it.
 void ChooseFromMenuBar(char const *entry);
 
+/// The number of rows that a list shows, all levels.
+int RowCount(char const *list);
+/// A click in the middle of the n-th row of a list as it happens to be. False when there is no such row.
+bool ClickOn(char const *list, int number, Qt::MouseButton button = Qt::LeftButton);
+
 /// The rows of a list, columns joined by "|", blanks around a column cut.
 QStringList Rows(char const *tree);
 /// Clicks the first row (or folder of the profile tree) whose text contains `text`; fails when there is none.
