@@ -6,18 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-/// Descriptor 0 is no file's: it was free because a standard stream is missing.
-bool WriteNewFile(std::string const &path, std::string_view bytes) {
-    unlink(path.c_str());
-    Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-    bool const written = file.Get() >= 1 && WriteAll(file.Get(), bytes) && fsync(file.Get()) == 0;
-    return file.Reset() && written;
-}
-
-} // namespace
-
 long ReadAll(int descriptor, char *buffer, size_t size) {
     size_t done = 0;
     while (done < size) {
@@ -49,6 +37,14 @@ std::optional<std::string> ReadRegularFile(std::string const &path, size_t limit
         return std::nullopt;
     text.resize(static_cast<size_t>(length));
     return text;
+}
+
+bool WriteNewFile(std::string const &path, std::string_view bytes) {
+    unlink(path.c_str());
+    Fd file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+    // Descriptor 0 is not for files: it was free because a standard stream is missing.
+    bool const written = file.Get() >= 1 && WriteAll(file.Get(), bytes) && fsync(file.Get()) == 0;
+    return file.Reset() && written;
 }
 
 bool ReplaceFile(std::string const &path, std::string const &beside, std::string_view bytes) {

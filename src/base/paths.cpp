@@ -25,6 +25,7 @@ std::optional<std::string> FindConfigRoot() {
     return home ? std::optional(*home + kConfigDirectory) : std::nullopt;
 }
 
+// kept: without a password entry the paths lead to the root of the file system
 std::string ConfigRoot() { return FindConfigRoot().value_or(kConfigDirectory); }
 
 std::string FolderDirectory(std::string_view profile, std::string_view folder) {

@@ -11,7 +11,7 @@
 /// Stops at the first NUL of `source`. Returns the number of bytes copied. Width 0 writes nothing.
 size_t CopyText(char *field, size_t width, std::string_view source);
 
-/// Appends `source` behind the text that `field` holds, with the bound of CopyText.
+/// Appends `source` to the text that `field` holds, with the bound of CopyText.
 /// Returns the new length of the field's text.
 size_t AppendText(char *field, size_t width, std::string_view source);
 
@@ -44,5 +44,5 @@ bool IsPlainName(std::string_view name);
 /// True when the two texts are equal without regard to the case of ASCII letters.
 bool EqualNoCase(std::string_view left, std::string_view right);
 
-/// True when `text` begins with `prefix` without regard to the case of ASCII letters.
+/// True when `text` starts with `prefix` without regard to the case of ASCII letters.
 bool StartsWithNoCase(std::string_view text, std::string_view prefix);

@@ -107,7 +107,7 @@ int OnEditAccount(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 int OnSaveAccount(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     AccountRef<MailProfile> const profile(new MailProfile);
     TakeFields(*profile);
-    if (!*profile->name) {
+    if (!*profile->name) { // kept: without a name nothing is said
         BlockList(kDialog, false);
         return Pt_CONTINUE;
     }
@@ -136,6 +136,7 @@ int OnAccountNameVerify(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     auto *const change = static_cast<PtTextCallback_t *>(cbinfo->cbdata);
     if (change->length <= 0 || !change->text)
         return Pt_CONTINUE;
+    // kept: of a pasted name only the first character counts
     char const first = change->text[0];
     bool const letter = (first >= 'a' && first <= 'z') || (first >= 'A' && first <= 'Z');
     if (!letter && !(first >= '0' && first <= '9'))

@@ -9,8 +9,9 @@ int OnNewAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo)
 int OnEditAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 int OnDeleteAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
-/// Saves the fields as a profile, returns to list mode, drops the open profile and fills all trees anew. Returns -1
-/// when the user has no password entry.
+/// Saves the fields as a profile, returns to list mode, drops the open profile and fills all trees again. A file that
+/// cannot be written is told in an alert; a name that is refused, too, and the fields stay. Returns -1 when the user
+/// has no password entry, else Pt_CONTINUE.
 int OnSaveAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 int OnCancelAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 

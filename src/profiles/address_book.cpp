@@ -70,9 +70,8 @@ void FillBooks(std::string const &root, std::string const &book) {
     SetWidgetText(ABW_cmbAddressBook, book.c_str());
 }
 
-/// After every change: sorted, shown anew, nothing pending.
-void SortAndLoad(std::string const &root, std::string const &book) {
-    SortBook(BookPath(root, book));
+/// After every change: shown as it is on disk, nothing pending.
+void ShowChanged(std::string const &root, std::string const &book) {
     Load(root, book);
     FillBooks(root, book);
     SetWidgetText(ABW_lblContactJob, "");
@@ -227,7 +226,7 @@ int OnDeleteContact(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     PutBack();
     WriteBook(BookPath(*root, *book), ListText(item));
     FoldAndClear();
-    SortAndLoad(*root, *book);
+    ShowChanged(*root, *book);
     return Pt_CONTINUE;
 }
 
@@ -244,7 +243,7 @@ int OnSaveContacts(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
         return Pt_CONTINUE;
     if (Store(BookPath(*root, *book), add))
         FoldAndClear();
-    SortAndLoad(*root, *book);
+    ShowChanged(*root, *book);
     return Pt_CONTINUE;
 }
 

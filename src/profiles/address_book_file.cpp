@@ -25,7 +25,7 @@ constexpr size_t kAddressBytes = 1000;
 constexpr size_t kLargestBook = 256 << 20;
 constexpr std::string_view kBesideEnd = ".new";
 
-/// `path`'s file name with a dot before and ".new" behind it: two leading dots are never a book's.
+/// `path`'s file name with a dot before and ".new" after it: two leading dots are never a book's.
 std::string BesidePath(std::string const &path) {
     size_t const name = path.rfind('/') + 1;
     return path.substr(0, name) + "." + path.substr(name) + std::string(kBesideEnd);
@@ -35,6 +35,15 @@ std::string BesidePath(std::string const &path) {
 std::optional<std::string> ReadBook(std::string const &path) {
     std::optional<std::string> text = ReadRegularFile(path, kLargestBook);
     return text || errno != EINVAL ? std::move(text) : std::string();
+}
+
+/// Sorts the lines of a file in place and brings them to disk. False when they may not be whole.
+bool Sort(std::string const &file) {
+    char const *const path = file.c_str();
+    if (spawnl(P_WAIT, "/usr/bin/sort", "/usr/bin/sort", "-o", path, path, nullptr) != 0)
+        return false;
+    Fd const sorted(open(path, O_RDONLY | O_CLOEXEC));
+    return sorted.Valid() && fsync(sorted.Get()) == 0;
 }
 
 } // namespace
@@ -69,6 +78,7 @@ std::string LoadBook(std::string const &path) {
     return std::move(text).value_or("");
 }
 
+// kept: the first empty line ends a book
 std::vector<std::string_view> BookRows(std::string_view text) {
     std::vector<std::string_view> rows;
     text = text.substr(0, text.find('\0'));
@@ -87,6 +97,7 @@ std::string ContactRow(Contact const &contact) {
     return std::string(CutToCharacters(row, kRowWidth - 1));
 }
 
+// kept: runs of TABs part the fields, so an empty one moves the later ones up
 Contact SplitContact(std::string_view row) {
     std::array<std::string_view, 3> fields;
     for (std::string_view &field : fields) {
@@ -115,8 +126,12 @@ bool AppendToBook(std::string const &path, std::string_view row) {
     return WriteBook(path, whole.append(row).append("\n"));
 }
 
-bool WriteBook(std::string const &path, std::string_view text) { return ReplaceFile(path, BesidePath(path), text); }
-
-void SortBook(std::string const &path) {
-    spawnl(P_WAIT, "/usr/bin/sort", "/usr/bin/sort", "-o", path.c_str(), path.c_str(), nullptr);
+bool WriteBook(std::string const &path, std::string_view text) {
+    std::string const copy = BesidePath(path);
+    bool const written = WriteNewFile(copy, text);
+    // On a full disk sort may leave a part of what it was given.
+    if (written && (Sort(copy) || WriteNewFile(copy, text)) && rename(copy.c_str(), path.c_str()) == 0)
+        return true;
+    unlink(copy.c_str());
+    return false;
 }

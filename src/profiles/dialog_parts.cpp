@@ -83,7 +83,7 @@ int DeleteSelected(AccountDialog const &dialog) {
         RemoveProfile(*root + dialog.folder + name);
         RefillList(dialog);
     }
-    RefreshMainWindow();
+    RefreshMainWindow(); // kept: also when the answer was no
     return Pt_CONTINUE;
 }
 
@@ -105,6 +105,6 @@ int ChooseSignature(AccountDialog const &dialog) {
     PtFileSelectionInfo_t info{};
     PtFileSelection(dialog.window, nullptr, "Signature File", home.c_str(), "*", "Select", "Cancel", nullptr, &info,
                     0);
-    SetWidgetText(dialog.signatureFile, info.path);
+    SetWidgetText(dialog.signatureFile, info.path); // kept: cancelling clears the field
     return Pt_CONTINUE;
 }

@@ -25,7 +25,7 @@ void BlockList(AccountDialog const &dialog, bool blocked);
 void EnterEditMode(AccountDialog const &dialog, char const *title, bool nameBlocked);
 /// Back to list mode; the common fields are emptied.
 void LeaveEditMode(AccountDialog const &dialog);
-/// Fills the list anew.
+/// Fills the list again.
 void RefillList(AccountDialog const &dialog);
 
 /// The record's common fields into the dialog's and back; the password is shown as asterisks.
@@ -43,7 +43,7 @@ template <class Profile> void TakeAccount(AccountDialog const &dialog, Profile &
 void RefreshMainWindow();
 
 /// Asks, then removes the selected profile's directory and record; in every case the open profile is dropped and the
-/// main window's tree filled anew. Returns -1 when the user has no password entry, else Pt_CONTINUE.
+/// main window's tree filled again. Returns -1 when the user has no password entry, else Pt_CONTINUE.
 int DeleteSelected(AccountDialog const &dialog);
 
 /// Modify-verify of the password: the change goes to the hidden field, this one shows asterisks.

@@ -37,7 +37,7 @@ int ReadMailProfile(char const *name, MailProfile &profile) {
     if (!root)
         return -1;
     ReadMailProfileFile(*root + name + ".dat", name, profile);
-    return 1;
+    return 1; // kept: also without a file
 }
 
 bool WriteMailProfile(std::string const &directory, MailProfile const &profile) {

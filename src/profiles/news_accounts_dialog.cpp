@@ -36,11 +36,15 @@ void LeaveNewsEditMode() {
     SetWidgetText(ABW_txtNewsAccount_NEWSServer, "");
 }
 
-/// Why the profile may not be saved as it is; null when it may.
-char const *Objection(NewsProfile const &profile) {
+/// Says why the profile may not be saved as it is. False when it may not.
+bool MayBeSaved(NewsProfile const &profile) {
     if (!IsProfileName(profile.name))
-        return "A profile cannot have this name.";
-    return NewsPasswordFits(profile) ? nullptr : "The password is too long: at most 48 bytes fit.";
+        ShowError(ABW_dlgNewsAccounts, "Error", "A profile cannot have this name.");
+    else if (!NewsPasswordFits(profile))
+        ShowError(ABW_dlgNewsAccounts, "Error Saving Profile", "The password is too long: at most 48 bytes fit.");
+    else
+        return true;
+    return false;
 }
 
 bool StoreProfile(std::string const &root, NewsProfile const &profile) {
@@ -86,10 +90,8 @@ int OnSaveNewsAccount(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     std::optional<std::string> const root = FindConfigRoot();
     if (!root)
         return -1;
-    if (char const *const objection = Objection(*profile)) {
-        ShowError(ABW_dlgNewsAccounts, "Error Saving Profile", objection);
+    if (!MayBeSaved(*profile))
         return Pt_CONTINUE;
-    }
     if (StoreProfile(*root + "news/", *profile))
         LeaveNewsEditMode();
     else

@@ -11,7 +11,8 @@ int OnEditNewsAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cb
 int OnDeleteNewsAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Saves the fields as a profile with its directories, returns to list mode, drops the open profile and fills all
-/// trees anew. What cannot be saved stays in the fields. Returns -1 when the user has no password entry.
+/// trees again. What cannot be saved is told in an alert and stays in the fields. Returns -1 when the user has no
+/// password entry, else Pt_CONTINUE.
 int OnSaveNewsAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 int OnCancelNewsAccount(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr size_t kEncodedPasswordBytes = 64;
+constexpr size_t kEncodedPasswordBytes = 64; // kept: the room that the record has always had
 
 } // namespace
 

@@ -32,13 +32,13 @@ void AppendEncoded(std::string &text, ServerAccount const &account) {
 int EncodeFieldBase64(char *destination, size_t width, char const *source, int length) {
     if (width == 0)
         return 0;
-    memset(destination, 0, std::min<size_t>(width, 64));
+    memset(destination, 0, std::min<size_t>(width, 64)); // kept: 64 bytes, whatever the field
     size_t at = 0;
     int counted = 0;
     for (int done = 0; done < length && at + 4 < width; done += 3, at += 4) {
         int const count = std::min(length - done, 3);
         EncodeGroup(destination + at, source + done, count);
-        if (count == 3)
+        if (count == 3) // kept: a padded group does not count
             counted += 4;
     }
     destination[at] = 0;
@@ -61,6 +61,7 @@ RecordLines::RecordLines(std::string_view text) : rest_(text.substr(0, kProfileF
     rest_ = rest_.substr(0, rest_.find('\0'));
 }
 
+// kept: empty lines are skipped, so an empty field moves the later ones up; files that were saved so are read so
 std::string_view RecordLines::Next() {
     rest_.remove_prefix(std::min(rest_.find_first_not_of('\n'), rest_.size()));
     std::string_view const line = rest_.substr(0, rest_.find('\n'));

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/// What a reader takes of a profile file; the rest of a longer one does not count.
+/// kept: what a reader takes of a profile file; the rest of a longer one does not count.
 constexpr size_t kProfileFileBytes = 1000;
 
 /// Encodes `length` bytes as base64 (RFC 4648 4, padded, without line breaks) into `destination` of `width` bytes,

@@ -91,7 +91,7 @@ void AddGroups(PtWidget_t *tree, PtTreeItem_t *profileItem, std::string const &d
 int EachProfile(std::string const &directory, std::function<void(std::string const &)> const &add) {
     Directory const opened = OpenDirectory(directory);
     if (!opened) {
-        mkdir(directory.c_str(), 0700);
+        mkdir(directory.c_str(), 0700); // kept: an empty tree, this once
         return -1;
     }
     for (std::string const &name : NamesIn(opened.get()))

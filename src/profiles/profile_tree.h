@@ -16,7 +16,7 @@ enum TreeMode { kProfilesOnly = 1, kWithFolders = 2 };
 /// made (mode 0700). Returns 1, or -1 when it was not there or the user has no password entry; the tree stays empty.
 int LoadMailProfiles(PtWidget_t *tree, int mode);
 
-/// The same for the news profiles of ConfigRoot/news and their subscribed groups, behind the items that are there.
+/// The same for the news profiles of ConfigRoot/news and their subscribed groups, after the items that are there.
 int LoadNewsProfiles(PtWidget_t *tree, int mode);
 
 /// Drops the records of all root items and frees all items.
@@ -25,7 +25,7 @@ void FreeProfileTree(PtWidget_t *tree);
 /// Empties the main window's tree and fills it again with mail and news profiles.
 void ReloadProfileTree();
 
-/// Forgets the open profile and closes its connection, if any, without a word to the server; while a check or another
+/// Forgets the open profile and closes its connection, if any, without telling the server; while a check or another
 /// session uses it, that ends first, on its worker.
 void ForgetOpenProfile();
 

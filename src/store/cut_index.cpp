@@ -24,9 +24,9 @@ int32_t NumberOfName(std::string_view name) {
 /// wasted numbers leave such an index, too.
 bool LostRecords(std::string_view path, IndexState const &state, int32_t last) {
     bool const deleted = state.records > 0 && last == 0;
-    bool const behind = !deleted && last < state.lastNumber - 1;
+    bool const missing = !deleted && last < state.lastNumber - 1;
     bool const unlisted = last != state.lastNumber && HasText(path, state.lastNumber);
-    return (behind || unlisted) && !IsFreshConversion(path, state);
+    return (missing || unlisted) && !IsFreshConversion(path, state);
 }
 
 } // namespace

@@ -67,13 +67,11 @@ TEST(AddressBookFile, ChangesAreWholeOrNone) {
     std::string const book = root / ".global";
     EXPECT_TRUE(AppendToBook(book, "Bob\tb@x\t"));
     EXPECT_TRUE(AppendToBook(book, "Ann\ta@x\t"));
-    EXPECT_EQ(ReadFile(book), "Bob\tb@x\t\nAnn\ta@x\t\n");
+    EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\nBob\tb@x\t\n") << "sorted";
     EXPECT_EQ(ModeOf(book), 0600u);
-    SortBook(book);
-    EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\nBob\tb@x\t\n");
     WriteFile(book, "by hand\th@x\t");
     EXPECT_TRUE(AppendToBook(book, "Ann\ta@x\t"));
-    EXPECT_EQ(ReadFile(book), "by hand\th@x\t\nAnn\ta@x\t\n") << "a last line without its end stays a line";
+    EXPECT_EQ(ReadFile(book), "Ann\ta@x\t\nby hand\th@x\t\n") << "a last line without its end stays a line";
     EXPECT_TRUE(WriteBook(book, "Ann\ta@x\t\n"));
     EXPECT_EQ(root.Names(), std::vector<std::string>{".global"});
 
