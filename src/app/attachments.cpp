@@ -1,9 +1,8 @@
 #include "app/attachments.h"
 
 #include "base/fd.h"
+#include "base/file_name.h"
 #include "base/paths.h"
-#include "base/text.h"
-#include "base/utf8.h"
 #include "mime/part_content.h"
 #include "names/widgets.h"
 #include "widgets/header_list.h"
@@ -25,9 +24,11 @@ ShownPart const *PartOf(ShownMessage const &message, PtTreeItem_t const *item) {
     return nullptr;
 }
 
-/// Returns 0, or the errno of what failed; a pipe that nobody reads is not waited for.
-int SavePart(char const *path, PartHeaders const &part) {
-    Fd file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0600));
+/// Returns 0, or the errno of what failed. Without `replace` a file that is there (or a link) is EEXIST. The reader
+/// of a pipe is not waited for.
+int SavePart(char const *path, PartHeaders const &part, bool replace) {
+    int const mode = replace ? O_TRUNC : O_EXCL;
+    Fd file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | mode, 0600));
     if (!file.Valid())
         return errno;
     errno = EIO;
@@ -38,15 +39,9 @@ int SavePart(char const *path, PartHeaders const &part) {
     return file.Reset() ? 0 : errno;
 }
 
-/// What a file system takes of a name that is too long for it: whole characters of UTF-8, and a short extension.
-std::string CutFileName(std::string_view name) {
-    constexpr size_t kLongest = 255, kLongestExtension = 16;
-    if (name.size() <= kLongest)
-        return std::string(name);
-    size_t const dot = name.rfind('.');
-    std::string_view const extension =
-        dot != name.npos && name.size() - dot <= kLongestExtension ? name.substr(dot) : std::string_view();
-    return std::string(CutToCharacters(name, kLongest - extension.size())).append(extension);
+bool AskToReplace(char const *path) {
+    std::string const question = std::string("There is a file of this name already:\n") + path;
+    return AskTwo(ABW_base, "Save Attachment", question.c_str(), "&Cancel", "&Replace it");
 }
 
 } // namespace
@@ -79,27 +74,29 @@ void ClearAttachments() {
         PtGenTreeFreeAllItems(ABW_treeAttachments);
 }
 
-std::string ProposedFileName(std::string_view label) {
-    if (IsPlainName(label))
-        return CutFileName(label);
-    std::string_view const last = label.substr(label.rfind('/') + 1);
-    return IsPlainName(last) ? CutFileName(last) : "attachment";
-}
-
 int OnSaveAttachment(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     // Other messages may be shown while the question is open: this one is held until it is answered.
     ShownMessageRef const message = ChosenMessage();
     ShownPart const *const shown = message ? PartOf(*message, SelectedItem(ABW_treeAttachments)) : nullptr;
     if (!shown)
         return Pt_CONTINUE;
-    std::string const proposed = HomeDirectory().value_or("") + "/" + ProposedFileName(shown->label);
+    std::string const proposed = HomeDirectory().value_or("") + "/" + SafeFileName(shown->label);
     PtFileSelectionInfo_t info{};
     PtFileSelection(ABW_base, nullptr, "Save Attachment", proposed.c_str(), "*", "Save", "Cancel", nullptr, &info,
-                    Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
+                    Pt_FSR_NO_FCHECK);
     if (info.ret != Pt_FSDIALOG_BTN1 || !info.path[0])
         return Pt_CONTINUE;
-    if (int const reason = SavePart(info.path, shown->part))
-        SetStatus(std::string("Cannot write ") + info.path + ": " + strerror(reason));
+    // The dialog could ask only about what it sees: a link that leads nowhere is there, too, and another program may
+    // make the file meanwhile.
+    int reason = SavePart(info.path, shown->part, false);
+    if (reason == EEXIST && !AskToReplace(info.path))
+        return Pt_CONTINUE;
+    if (reason == EEXIST)
+        reason = SavePart(info.path, shown->part, true);
+    if (reason == 0)
+        ClearProblem();
+    else
+        SetProblem(std::string("Cannot write ") + info.path + ": " + strerror(reason));
     return Pt_CONTINUE;
 }
 

@@ -6,7 +6,6 @@
 #include "mime/render.h"
 
 #include <string>
-#include <string_view>
 
 /// Keeps what the renderer finds as parts of a message, up to kMostListed.
 class PartCollector : public AttachmentSink {
@@ -37,11 +36,8 @@ void ListAttachments(ShownMessage const &message);
 /// Empties treeAttachments. Under the library lock.
 void ClearAttachments();
 
-/// The file name proposed for an attachment: a plain label as it is, of any other the last path component,
-/// "attachment" when that is no plain name either; cut to 255 bytes, a short extension kept.
-std::string ProposedFileName(std::string_view label);
-
-/// Asks where to and saves the current attachment; a failure is told in lblStatus.
+/// Asks where to and saves the selected attachment of the message that commands act on (ChosenMessage); a file that
+/// is there is replaced only after another question. A failure is told in lblStatus.
 int OnSaveAttachment(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Unrealized callback of treeAttachments.

@@ -24,6 +24,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <malloc.h>
 #include <string_view>
 #include <sys/prctl.h>
@@ -57,6 +58,7 @@ void StartPageServer() {
     if (int const error = WebStartError()) {
         errno = error;
         perror("Error setting up vserver\n");
+        SetStatus(std::string("Messages cannot be shown: the page server could not be started: ") + strerror(error));
     }
 }
 

@@ -197,6 +197,10 @@ void AddSteps() {
         EXPECT_FALSE(idle.isNull());
     });
     Journey::AddStep("expect the star at rest", [] { EXPECT_TRUE(WaitFor([] { return Star() == idle; })); });
+    for (bool const usable : {false, true})
+        Journey::AddStep(usable ? "expect Stop to be usable" : "expect Stop to be greyed", [usable] {
+            EXPECT_TRUE(WaitFor([usable] { return Find("btnStop")->isEnabled() == usable; }));
+        });
     Journey::AddStep("turn the star", [] {
         {
             ToolkitGuard const guard;

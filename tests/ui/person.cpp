@@ -187,7 +187,9 @@ void WatchBoxes() {
         bool const same = std::exchange(*answered, boxes.size()) == boxes.size() && open;
         *seconds = same ? *seconds + 1 : 0;
         if (*seconds > kLongestBoxSeconds)
-            EndNow("a box is open that was not expected");
+            EndNow(("a box is open that was not expected: " + box->objectName().toStdString() + " " +
+                    box->windowTitle().toStdString())
+                       .c_str());
     });
     timer->start(1000);
 }

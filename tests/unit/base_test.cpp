@@ -1,6 +1,7 @@
 // Bounded texts, names that may become paths, and the paths themselves.
 
 #include "base/account.h"
+#include "base/file_name.h"
 #include "base/paths.h"
 #include "base/scratch.h"
 #include "base/text.h"
@@ -92,6 +93,25 @@ TEST(Names, LeadNowhereElse) {
     }
     EXPECT_TRUE(IsGroupName(std::string(199, 'g')));
     EXPECT_FALSE(IsGroupName(std::string(200, 'g')));
+}
+
+TEST(FileNames, AreSafeToSaveUnder) {
+    std::string const x100(100, 'x');
+    constexpr char kEuro[] = "\xe2\x82\xac";
+    std::string const cases[][2] = {
+        {"r\xe9sum\xe9 (1).pdf", "r\xe9sum\xe9 (1).pdf"},
+        {"/etc/../.bashrc", "bashrc"},
+        {"..", "attachment"},
+        {"a/", "attachment"},
+        {" . .x", "x"},
+        {"a\nb\tc\x7f\xc2\x85.txt", "abc.txt"},
+        {"photo\xe2\x80\xaegpj.exe", "photogpj.exe"},
+        {"a.pdf" + x100 + "  \xc2\xa0 \xe3\x80\x80.exe  ", "a.pdf" + x100 + ".exe"},
+        {x100 + x100 + kEuro + ".jpeg", (x100 + x100).substr(5) + ".jpeg"},
+        {x100 + kEuro + x100 + x100, x100 + kEuro + x100.substr(3)},
+    };
+    for (auto const &[name, safe] : cases)
+        EXPECT_EQ(SafeFileName(name), safe);
 }
 
 TEST(NoCase, FoldsAsciiOnly) {
