@@ -16,7 +16,7 @@ packages() {
     case "$1" in
         # gtest, benchmark and python3: configuring looks for them.
         build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev qt6-tools-dev libqt6svg6 $qt libgtest-dev \
-            libssl-dev libgsasl-dev libtomlplusplus-dev libsecret-1-dev pkgconf \
+            libssl-dev libgsasl-dev libtomlplusplus-dev libsecret-1-dev libgmime-3.0-dev libidn2-dev pkgconf \
             libbenchmark-dev python3 ;;
         test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-dev clang-format \
             poppler-utils fonts-dejavu-core lintian desktop-file-utils ;;

@@ -11,6 +11,9 @@ constexpr char kInbox[] = "Inbox";
 constexpr char kOutbox[] = "Outbox";
 constexpr char kSaved[] = "Saved";
 
+/// Where the standard way keeps what went out; made when the first message does.
+constexpr char kSent[] = "Sent";
+
 /// The home directory from the password entry of the real user id; nothing when there is none.
 std::optional<std::string> HomeDirectory();
 

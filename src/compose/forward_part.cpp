@@ -81,7 +81,22 @@ PartHeaders *WithBody(PartHeaders const &part, std::string_view body) {
     return CopyPart(copy);
 }
 
+// kept: Base64Encode cuts the last group after its first character.
+bool endsWhole = false;
+
+/// The rest of the last group, of which Base64Encode has written the first character.
+std::string RestOfGroup(std::string_view bytes) {
+    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    auto const first = static_cast<unsigned char>(bytes[0]);
+    if (bytes.size() == 1)
+        return {kAlphabet[first << 4 & 63], '=', '='};
+    auto const second = static_cast<unsigned char>(bytes[1]);
+    return {kAlphabet[(first << 4 | second >> 4) & 63], kAlphabet[second << 2 & 63], '='};
+}
+
 } // namespace
+
+void EndBodiesWhole() { endsWhole = true; }
 
 char *EncodeInSlices(size_t size, std::function<bool(char *, size_t)> const &read, int32_t &length) {
     if (size > kLargestAttachment)
@@ -99,7 +114,14 @@ char *EncodeInSlices(size_t size, std::function<bool(char *, size_t)> const &rea
             static_cast<size_t>(Base64Encode(encoded.get() + written, slice.data(), static_cast<int32_t>(now)));
         done += now;
     }
-    length = static_cast<int32_t>(written + strlen(encoded.get() + written));
+    written += strlen(encoded.get() + written);
+    if (size_t const over = size % 3; endsWhole && over > 0) {
+        size_t const last = (size - 1) % kSlice + 1; // bytes of the last slice
+        std::string const rest = RestOfGroup({slice.data() + last - over, over});
+        memcpy(encoded.get() + written, rest.data(), rest.size());
+        written += rest.size();
+    }
+    length = static_cast<int32_t>(written);
     return encoded.release();
 }
 

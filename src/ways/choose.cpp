@@ -3,6 +3,8 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/way.h"
+#include "compose/forward_part.h"
+#include "compose/send/send.h"
 #include "net/tls/tls.h"
 #include "state/certificates.h"
 
@@ -31,6 +33,10 @@ void ChooseWay() {
     SetAcceptedFingerprint(AcceptedCertificate);
     Settings &settings = ProgramSettings();
     SetClassic(settings.Bool(kClassicKey, HasData()));
+    if (!Classic()) {
+        SendTheStandardWay();
+        EndBodiesWhole();
+    }
     if (settings.Exists() || Classic())
         return;
     settings.Set(kClassicKey, false);

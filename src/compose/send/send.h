@@ -14,7 +14,7 @@ struct Draft {
     bool article = false; ///< to be posted to groups; else a mail
     std::string profile;  ///< the name of the account it goes out from
     std::string to;       ///< for an article its groups
-    std::string cc, subject, text;
+    std::string cc, bcc, subject, text;
     std::string references;                 ///< what the article answers
     std::vector<PartHeaders const *> parts; ///< attachments in their order, bodies encoded; they stay the caller's
 };
@@ -38,6 +38,9 @@ struct SendResult {
     bool textIsSafe = false;  ///< not sent, and the window may close: `status` says where the text is
     OutboxChange outbox = {}; ///< of a mail
 };
+
+/// Binds this face to the standard way. Once, at the start; without it sending is classic.
+void SendTheStandardWay();
 
 /// Looks whether the draft can be sent at all, without doing anything. Any thread. kDone, or kFailed with a text,
 /// which is empty when the user is not to be told.

@@ -40,6 +40,7 @@ bool ReadDraft(ComposeState &state, Draft &draft) {
              .profile = WidgetText(state.profileChooser),
              .to = WidgetText(state.toField),
              .cc = WidgetText(state.ccField),
+             .bcc = {},
              .subject = WidgetText(state.subjectField),
              .text = WidgetText(state.messageText),
              .references = state.references,

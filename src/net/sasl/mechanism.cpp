@@ -90,7 +90,7 @@ void SetBindings(Gsasl_session *session, SaslPlace const &place) {
 } // namespace
 
 std::unique_ptr<Mechanism> NewMechanism(std::string const &name, Credentials const &credentials,
-                                        SaslPlace const &place, bool plusOffered) {
+                                        SaslPlace const &place) {
     if (name == "OAUTHBEARER" || name == "XOAUTH2")
         return NewTokenMechanism(name, credentials, place);
     Gsasl_session *session = nullptr;
@@ -100,9 +100,9 @@ std::unique_ptr<Mechanism> NewMechanism(std::string const &name, Credentials con
     gsasl_property_set(session, GSASL_PASSWORD, credentials.secret.c_str());
     gsasl_property_set(session, GSASL_SERVICE, place.service.c_str());
     gsasl_property_set(session, GSASL_HOSTNAME, place.host.c_str());
-    // Without -PLUS the binding tells the server that it could have had one, so that somebody who took the -PLUS out
-    // of its offer is found out (RFC 5802 6). Where it was offered and not chosen that would be wrong.
-    if (name.ends_with("-PLUS") || !plusOffered)
+    // Without -PLUS the library takes no binding (its 2.2 answers with an error), so a server is not told that one
+    // could have been had (RFC 5802 6).
+    if (name.ends_with("-PLUS"))
         SetBindings(session, place);
     bool const serverFirst = name == "CRAM-MD5" || name == "LOGIN";
     return std::make_unique<LibraryMechanism>(session, !serverFirst);

@@ -22,7 +22,7 @@ class Mechanism {
 
 /// Null when the library does not know it.
 std::unique_ptr<Mechanism> NewMechanism(std::string const &name, Credentials const &credentials,
-                                        SaslPlace const &place, bool plusOffered);
+                                        SaslPlace const &place);
 
 /// Base64 (RFC 4648 4) without line breaks, and back. False for what is none.
 std::string ToBase64(std::string_view bytes);

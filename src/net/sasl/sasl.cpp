@@ -16,13 +16,7 @@ bool Offers(std::vector<std::string> const &offered, std::string_view name) {
     return std::any_of(offered.begin(), offered.end(), [&](auto const &one) { return EqualNoCase(one, name); });
 }
 
-bool OffersPlus(std::vector<std::string> const &offered) {
-    return std::any_of(offered.begin(), offered.end(), [](std::string const &one) {
-        return one.size() > 5 && EqualNoCase(std::string_view(one).substr(one.size() - 5), "-PLUS");
-    });
-}
-
-/// Whoever reads it on the way can sign in with it.
+/// Who reads it on the way can sign in with it.
 bool IsClear(std::string_view name) { return name == "PLAIN" || name == "LOGIN"; }
 
 bool HasBinding(SaslPlace const &place) { return !place.bindingExporter.empty() || !place.bindingUnique.empty(); }
@@ -51,8 +45,8 @@ std::string ChooseMechanism(std::vector<std::string> const &offered, Credentials
 }
 
 Outcome SignInWith(std::string const &mechanism, Credentials const &credentials, SaslPlace const &place,
-                   std::vector<std::string> const &offered, size_t longestLine, SaslAsk const &ask) {
-    std::unique_ptr<Mechanism> const exchange = NewMechanism(mechanism, credentials, place, OffersPlus(offered));
+                   size_t longestLine, SaslAsk const &ask) {
+    std::unique_ptr<Mechanism> const exchange = NewMechanism(mechanism, credentials, place);
     if (!exchange)
         return Failed("Signing in with " + mechanism + " is not possible here");
     std::string line = "AUTH " + mechanism, response, challenge, text;

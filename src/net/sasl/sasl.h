@@ -47,4 +47,4 @@ using SaslAsk = std::function<SaslReply(std::string const &line, std::string &te
 /// then has at most `longestLine` bytes. Refused with the server's words; Failed when the server's side of the
 /// exchange is wrong, as with a server that does not prove that it knows the password.
 Outcome SignInWith(std::string const &mechanism, Credentials const &credentials, SaslPlace const &place,
-                   std::vector<std::string> const &offered, size_t longestLine, SaslAsk const &ask);
+                   size_t longestLine, SaslAsk const &ask);

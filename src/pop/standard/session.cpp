@@ -119,8 +119,7 @@ Outcome PopSession::SignIn(ReceiveRequest const &request, bool &refused) {
     Outcome outcome;
     if (!mechanism.empty())
         outcome = SignInWith(
-            mechanism, request.who, place, mechanisms_, kLongestCommand - 2,
-            [this](std::string const &line, std::string &text) {
+            mechanism, request.who, place, kLongestCommand - 2, [this](std::string const &line, std::string &text) {
                 std::string_view reply;
                 if (stream_->WriteLine(line) < 0 || !stream_->ReadLine(reply, kReplyWidth)) {
                     text = EndOfConnection().text;

@@ -2,7 +2,7 @@
 // A mail: over SMTP, with a copy in the Outbox that is kept whole whatever becomes of the message.
 
 #include "compose/send/classic/delivery.h"
-#include "compose/send/classic/outbox_copy.h"
+#include "compose/send/outbox_copy.h"
 
 /// Sends a draft through the mail profile that it names. The copy is reserved in the Outbox before connecting; only a
 /// stop before the message's final dot takes it away again.

@@ -2,7 +2,7 @@
 // The text of an outgoing mail: header fields, wrapped text, signature, attachments. Readers of this system's mail
 // know its form, which is not quite that of RFC 2046: see WriteMessageBody.
 
-#include "compose/send/classic/message_sink.h"
+#include "compose/send/message_sink.h"
 #include "mime/part_headers.h"
 
 #include <ctime>

@@ -2,7 +2,7 @@
 // The NNTP dialogue that posts one article (RFC 3977 6.3.1), over a connection that is open.
 
 #include "base/outcome.h"
-#include "compose/send/classic/message_sink.h"
+#include "compose/send/message_sink.h"
 #include "net/stream.h"
 
 #include <functional>

@@ -1,4 +1,4 @@
-#include "compose/send/classic/outbox_copy.h"
+#include "compose/send/outbox_copy.h"
 
 #include "base/paths.h"
 #include "store/folder.h"
@@ -6,8 +6,8 @@
 
 #include <cstring>
 
-OutboxCopy::OutboxCopy(std::string profile)
-    : profile_(std::move(profile)), folder_(FolderDirectory(profile_, kOutbox)) {
+OutboxCopy::OutboxCopy(std::string profile, std::string folder)
+    : profile_(std::move(profile)), name_(std::move(folder)), folder_(FolderDirectory(profile_, name_)) {
     int32_t number = 0;
     file_ = Fd(ReserveMessage(folder_.c_str(), number));
     if (!file_.Valid())
@@ -20,8 +20,8 @@ bool OutboxCopy::Keep(std::string &row) {
     if (settled_)
         return false;
     char bytes[kRowWidth];
-    char const *const text = ReadMessageRow(profile_.c_str(), kOutbox, number_, bytes);
-    if (UpdateIndexRow(profile_.c_str(), kOutbox, number_, 0, text) == 0)
+    char const *const text = ReadMessageRow(profile_.c_str(), name_.c_str(), number_, bytes);
+    if (UpdateIndexRow(profile_.c_str(), name_.c_str(), number_, 0, text) == 0)
         row.assign(text, strnlen(text, kRowWidth));
     if (!file_.Reset()) { // the last of it could not be written
         row.clear();

@@ -1,4 +1,4 @@
-#include "compose/send/classic/message_sink.h"
+#include "compose/send/message_sink.h"
 
 #include "base/fd.h"
 

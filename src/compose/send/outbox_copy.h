@@ -1,18 +1,20 @@
 #pragma once
-// The copy of an outgoing message in its profile's Outbox.
+// The copy of an outgoing message in a folder of its profile: the Outbox, or Sent.
 
 #include "base/fd.h"
+#include "base/paths.h"
 
 #include <cstdint>
 #include <string>
 
-/// One reserved message of the Outbox. What is neither kept nor removed is removed at the end of its life. Any
+/// One reserved message of the folder. What is neither kept nor removed is removed at the end of its life. Any
 /// thread.
 class OutboxCopy {
   public:
-    /// Reserves the next message of the profile's Outbox. The name must have passed IsPlainName. Its file stays locked
-    /// until it is kept, which tells it from what a program left that was killed while it sent (TakeBackReserved).
-    explicit OutboxCopy(std::string profile);
+    /// Reserves the next message of the profile's folder. The names must have passed IsPlainName. Its file stays
+    /// locked until it is kept, which tells it from what a program left that was killed while it sent
+    /// (TakeBackReserved).
+    explicit OutboxCopy(std::string profile, std::string folder = kOutbox);
     ~OutboxCopy() { Remove(); }
     OutboxCopy(OutboxCopy const &) = delete;
     OutboxCopy &operator=(OutboxCopy const &) = delete;
@@ -29,7 +31,7 @@ class OutboxCopy {
     void Remove();
 
   private:
-    std::string profile_;
+    std::string profile_, name_;
     std::string folder_; ///< its path
     int32_t number_ = 0;
     bool settled_ = true; ///< kept or removed
