@@ -59,6 +59,7 @@ void WriteImageFile(Page &page, char const *name, PartHeaders const &part, std::
         page.sink.ImageNotWritten(path, errno);
         return;
     }
+    // kept: whatever encoding an image names, it is taken for base64
     BlockWriter out(file.Get());
     PutDecodedLines(out, text, static_cast<size_t>(part.bodyLength), PartLines::kImage, boundary);
     if (!out.Flush())
@@ -78,7 +79,8 @@ size_t PutImage(Page &page, PartHeaders const &part, std::string_view text, std:
     return strlen(line);
 }
 
-/// Writes an attachment's table, all on one line so that the skip mark keeps it out of quotes.
+/// Writes an attachment's table, all on one line so that the skip mark keeps it out of quotes. kept: its fields are
+/// not escaped; the page server cleans the page
 void PutAttachment(Page &page, PartHeaders const &part) {
     page.sink.Add(Label(part), part);
     page.out.Put(kSkipMark);
@@ -172,6 +174,7 @@ void PutBody(Page &page, std::string_view body, ParsedHeaders const &headers) {
         PutEscaped(page.out, body, LineFeed::kKept);
         return;
     }
+    // kept: a message of one part that is no plain text shows nothing but its header table
     int const length = static_cast<int>(strlen(headers.contentType));
     if (!FindNoCase(headers.contentType, "multipart", length) || !headers.boundary[0])
         return;
@@ -208,16 +211,17 @@ void PutHeaderTable(BlockWriter &out, ParsedHeaders const &headers) {
 bool WriteMessagePage(int descriptor, char const *text, ParsedHeaders const &headers, char const *directory,
                       AttachmentSink &sink) {
     BlockWriter out(descriptor);
-    Page page{.out = out, .directory = directory, .sink = sink};
     PutHeaderTable(out, headers);
     out.Put("<FONT SIZE=-1><PRE>\n");
     out.Put(kMessageStartMark);
-    std::string_view const message = text ? text : "";
-    PutBody(page, message.substr(std::min<size_t>(headers.headerLength, message.size())), headers);
+    text = text ? text : "";
+    bool const before = out.Flush();
+    bool const body =
+        RenderMessageHtml(descriptor, text + strnlen(text, headers.headerLength), headers, directory, sink);
     out.Put("\n");
     out.Put(kMessageEndMark);
     out.Put("\n</PRE>\n</FONT>\n</BODY></HTML>\n");
-    return out.Flush();
+    return out.Flush() && before && body;
 }
 
 bool RenderMessageHtml(int descriptor, char const *bodyText, ParsedHeaders const &headers, char const *directory,
