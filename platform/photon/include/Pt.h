@@ -18,8 +18,8 @@ int PtBkgdHandlerProcess(void);
 typedef struct PtAppContext *PtAppContext_t;
 typedef struct PtWorkProcId PtWorkProcId_t;
 /// Calls `work` from the main loop, under the lock, between events; again as long as it returns Pt_CONTINUE. Before
-/// the program's first window has been painted nothing is called. `app` may be null. Main thread only; null when
-/// called elsewhere or before PtInit. The id is only good for telling.
+/// the program's first window has been painted nothing that the main thread adds is called. `app` may be null. For
+/// any thread that holds the lock; null for others and before PtInit. The id is only good for telling.
 PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t app, int (*work)(void *data), void *data);
 void PtExit(int status) __attribute__((noreturn));
 

@@ -297,10 +297,14 @@ struct PtWorkProcId {
 
 PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t, int (*work)(void *data), void *data) {
     static PtWorkProcId last;
-    if (!application || !PtOnGuiThread() || !work)
+    if (!application || !PtLockHeld() || !work)
         return nullptr;
     last = {work, data};
-    application->PostPainted([proc = last]() mutable { proc.Run(); });
+    auto const run = [proc = last]() mutable { proc.Run(); };
+    if (PtOnGuiThread())
+        application->PostPainted(run);
+    else
+        application->Post(run);
     return &last;
 }
 
