@@ -9,7 +9,7 @@
 #include "core/lock.h"
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
-#include "news/header_download.h"
+#include "news/nntp.h"
 #include "ui/links.h"
 
 #include <QApplication>

@@ -12,6 +12,7 @@
 #include "widgets/close_later.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 #include "widgets/tree_walk.h"
 
@@ -29,7 +30,7 @@ void LeaveFolder() {
     if (currentProfile) {
         if (MailProfile *const mail = AsMail(currentProfile.Get()))
             mail->checkActive = 0;
-        StopDownload(*currentProfile);
+        StopOperation(OperationKind::kGroup);
         CloseWhenFree(*currentProfile, 0);
     }
     FreeHeaderList();

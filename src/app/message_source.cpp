@@ -5,7 +5,8 @@
 #include "names/widgets.h"
 #include "net/connection.h"
 #include "net/session_lock.h"
-#include "news/article.h"
+#include "news/alerts.h"
+#include "news/session/article.h"
 #include "pop/message.h"
 #include "pop/pop_login.h"
 #include "pop/transfer.h"
@@ -41,16 +42,18 @@ class Told {
     std::string const before_;
 };
 
-FetchedText NewsText(NewsProfile &profile, int32_t number) {
-    Told const told;
-    std::string answer;
-    size_t length = 0;
-    ArticleText const article =
-        GetNewsArticle(profile.serverSocket, profile, number, profile.userName, profile.password, answer, length);
-    if (!article)
-        return {Refused(answer.empty() ? told.Or("The article could not be fetched") : answer)};
-    length = UndoDots(article.get(), std::min(length, FindTextEnd({article.get(), length}, 0)));
-    return {{}, std::string(article.get(), length)};
+FetchedText NewsText(NewsProfile &profile, int32_t number, Stop const &stop, SessionLock &lock) {
+    FetchedArticle article = [&] {
+        NewsSession session(profile, stop);
+        return FetchArticle(session, number);
+    }();
+    lock.Unlock();
+    ShowAlerts(article.outcome);
+    if (!article.text)
+        return {std::move(article.outcome)};
+    char *const text = article.text.get();
+    size_t const length = UndoDots(text, std::min(article.length, FindTextEnd({text, article.length}, 0)));
+    return {{}, std::string(text, length)};
 }
 
 } // namespace
@@ -99,11 +102,11 @@ FetchedText ServerText(MailProfile &profile, int32_t number, Stop const &stop) {
 FetchedText FetchText(RowIdentity const &row, Stop const &stop) {
     if (row.origin == kStored)
         return StoredText(row.account->name, row.folder, row.number);
-    SessionLock const lock(*row.account, stop);
+    SessionLock lock(*row.account, stop);
     int32_t const number = lock.Held() ? NumberNow(row) : 0;
     if (number == 0 || stop())
         return {Stopped(), {}, false};
     if (row.origin == kArticle)
-        return NewsText(static_cast<NewsProfile &>(*row.account), number);
+        return NewsText(static_cast<NewsProfile &>(*row.account), number, stop, lock);
     return ServerText(static_cast<MailProfile &>(*row.account), number, stop);
 }

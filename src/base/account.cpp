@@ -24,11 +24,6 @@ NewsProfile::NewsProfile() : ServerAccount(*this) { sem_init(&sessionLock, 0, 1)
 
 NewsProfile::~NewsProfile() { Discard(*this); }
 
-void StopDownload(ServerAccount &account) {
-    if (account.profileKind == kNewsProfile)
-        static_cast<NewsProfile &>(account).downloadTicket++;
-}
-
 bool MailProfile::LeavesMailOnServer() const { return strcmp(leaveOnServer, "LEAVEONSERVER") == 0; }
 
 bool IsGroupName(std::string_view group) {

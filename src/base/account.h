@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <semaphore.h>
+#include <string>
 #include <string_view>
 
 class Stream;
@@ -83,15 +84,11 @@ struct NewsProfile : ServerAccount {
     std::atomic<int32_t> batchSize = 0;     ///< headers of the next download; 0: ask the user, or nothing
     sem_t sessionLock;
     int32_t profileKind = kNewsProfile;
-    std::atomic<uint32_t> downloadTicket = 0; ///< counted up to stop the running download, which compares it
+    std::string noNumbers; ///< the server's words when it refused the numbers of the open group's articles
 
     NewsProfile();
     ~NewsProfile() override;
 };
-
-/// Makes a header download of the account stop at its next line, within 0.1 s of silence. Mail accounts have none.
-/// Any thread, no lock needed.
-void StopDownload(ServerAccount &account);
 
 /// True when a group's name may become part of a path and of a command: not empty, not "." or "..", without "/" and
 /// control characters, at most 199 bytes (the field for the open group). A stored name may end in a blank.

@@ -58,6 +58,15 @@ int32_t DecimalPrefix(std::string_view text) {
     return static_cast<int32_t>(negative ? -value : value);
 }
 
+std::optional<int32_t> LeadingNumber(std::string_view text) {
+    std::string_view digits = text.substr(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+    if (digits.starts_with('-') || digits.starts_with('+'))
+        digits.remove_prefix(1);
+    if (digits.empty() || !IsDigit(digits[0]))
+        return std::nullopt;
+    return DecimalPrefix(text);
+}
+
 std::string_view FirstLine(std::string_view text) { return text.substr(0, text.find_first_of("\r\n")); }
 
 bool IsPlainName(std::string_view name) {

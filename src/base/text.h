@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,9 @@ std::string_view FieldText(char const *field, size_t width);
 /// The decimal number at the start of `text` (leading blanks, an optional sign, digits), as atoi
 /// reads it but saturating at the ends of int32. Text without a number gives 0.
 int32_t DecimalPrefix(std::string_view text);
+
+/// DecimalPrefix; nothing for a text without a number.
+std::optional<int32_t> LeadingNumber(std::string_view text);
 
 /// `text` up to its first CR or LF: anything from outside that goes into a protocol line passes
 /// here, so that it can never become a command of its own (RFC 1939 3, RFC 3977 3.1).

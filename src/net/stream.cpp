@@ -123,6 +123,12 @@ bool Stream::Fill() {
 
 bool Stream::HasLine() const { return HasMore() && memchr(buffer_.data() + taken_, '\n', buffer_.size() - taken_); }
 
+bool Stream::LineArrived() {
+    if (!HasLine() && state_ == StreamState::kOpen)
+        TakeArrived();
+    return HasLine();
+}
+
 bool Stream::ReadLine(std::string_view &line, size_t most) {
     size_t searched = 0, dropped = 0;
     for (;;) {
@@ -198,10 +204,13 @@ std::string_view Stream::Peek(size_t least) {
 void Stream::Take(size_t count) { taken_ += std::min(count, buffer_.size() - taken_); }
 
 void Stream::DropArrived() {
+    size_t const most = received_ + limits_.longestLine;
     do {
         buffer_.clear();
         taken_ = 0;
-    } while (TakeArrived() == ChannelState::kMoved && !Stopped());
+        if (received_ > most)
+            End(StreamState::kTooLong);
+    } while (state_ == StreamState::kOpen && TakeArrived() == ChannelState::kMoved && !Stopped());
     buffer_.clear();
 }
 

@@ -65,7 +65,8 @@ class Stream {
     /// Takes the first `count` held bytes.
     void Take(size_t count);
 
-    /// Drops what is held and what has arrived, without waiting: nothing of it is an answer to what is asked next.
+    /// Drops what is held and what has arrived, without waiting: nothing of it is an answer to what is asked next. A
+    /// peer that sends limits.longestLine of it is given up (kTooLong).
     void DropArrived();
 
     /// Puts bytes in front of what is held: the next read sees them first.
@@ -73,6 +74,9 @@ class Stream {
 
     /// True when the next ReadLine need not wait for the network.
     bool HasLine() const;
+
+    /// Takes over what has arrived, without waiting. True when the next ReadLine need not wait for the network.
+    bool LineArrived();
 
     /// True when bytes were read that nothing has taken.
     bool HasMore() const { return taken_ < buffer_.size(); }

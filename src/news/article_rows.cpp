@@ -2,9 +2,7 @@
 
 #include "base/text.h"
 #include "names/widgets.h"
-#include "news/header_download.h"
 #include "news/thread_tree.h"
-#include "widgets/header_list.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>
@@ -39,19 +37,19 @@ bool Fail(char const *message) {
     return false;
 }
 
-Data MakeData(OverviewLine const &article) {
+Data MakeData(OverviewLine const &article, int32_t number) {
     size_t const size = offsetof(ArticleRow, references) + article.references.size() + 1;
     Data data(static_cast<ArticleRow *>(calloc(1, std::max(size, sizeof(ArticleRow)))), free);
     if (!data)
         return data;
-    data->header = MakeHeaderRow(kArticle, article.number);
+    data->header = MakeHeaderRow(kArticle, number);
     CopyText(data->messageId, article.messageId);
     char *const references = reinterpret_cast<char *>(data.get()) + offsetof(ArticleRow, references);
     CopyText(references, article.references.size() + 1, article.references);
     return data;
 }
 
-/// The row that `article` answers; null when it begins a thread.
+/// The row that `article` answers; null when it starts a thread.
 ThreadedRow *ParentRow(OverviewLine const &article) {
     std::string_view const parent = ParentOf(article.references);
     char key[sizeof ArticleRow::messageId]; // rows know Message-IDs as far as their field goes
@@ -79,8 +77,8 @@ void BeginArticleRows() {
     Known().age = headerListAge;
 }
 
-bool AddArticleRow(PtWidget_t *list, OverviewLine const &article) {
-    Data data = MakeData(article);
+bool AddArticleRow(PtWidget_t *list, OverviewLine const &article, int32_t number) {
+    Data data = MakeData(article, number);
     if (!data)
         return Fail(kNoRecord);
     char text[kOverviewWidth + 1];

@@ -2,13 +2,12 @@
 
 #include "base/text.h"
 #include "names/widgets.h"
-#include "news/header_download.h"
-#include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -17,8 +16,8 @@ namespace {
 constexpr unsigned short kWaitCursor = 0xE908;
 
 /// What the dialog is open for. Never destroyed: the program may end while it is open.
-AccountRef<NewsProfile> &Asked() {
-    static auto &asked = *new AccountRef<NewsProfile>;
+std::optional<GroupRun> &Asked() {
+    static auto &asked = *new std::optional<GroupRun>;
     return asked;
 }
 
@@ -35,42 +34,43 @@ int32_t WholeRest(NewsProfile const &profile) {
 
 } // namespace
 
-void AskHowManyHeaders(NewsProfile &profile) {
-    Asked() = AccountRef<NewsProfile>(&profile);
+void AskHowManyHeaders(GroupRun const &run) {
+    Asked() = run;
     PtWidget_t *const window = ApCreateModule(&ABM_dlgDownloadNewsPrompt, nullptr, nullptr);
     if (window) {
         PtMakeModal(window, kWaitCursor, 0);
         return;
     }
-    Asked() = {};
-    EndNewsThread("The headers cannot be asked for");
+    Asked().reset();
+    EndGroupRun(run, "The headers cannot be asked for");
 }
 
 int OnDownloadPromptRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     if (Asked())
-        SetWidgetText(ABW_lblTotalNewsMessages, std::to_string(Asked()->articleCount).c_str());
+        SetWidgetText(ABW_lblTotalNewsMessages, std::to_string(Asked()->profile->articleCount).c_str());
     SetWidgetText(ABW_numNewsCount, "500");
     PtContainerGiveFocus(ABW_numNewsCount, nullptr);
     return Pt_CONTINUE;
 }
 
 int OnDownloadPromptUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    AccountRef<NewsProfile> const profile = std::exchange(Asked(), {});
-    if (!profile)
+    std::optional<GroupRun> const run = std::exchange(Asked(), {});
+    if (!run)
         return Pt_CONTINUE;
+    NewsProfile &profile = *run->profile;
     int32_t total = DecimalPrefix(WidgetText(ABW_numNewsCount));
     if (WantsAll()) {
         total = DecimalPrefix(WidgetText(ABW_lblTotalNewsMessages));
-        profile->batchSize = WholeRest(*profile);
+        profile.batchSize = WholeRest(profile);
         printf("-You want %ld messages\n", long{total});
         fflush(stdout);
     } else {
-        profile->batchSize = total;
+        profile.batchSize = total;
     }
     // The group may have been left, and the program may be about to end.
-    if (profile.Get() == currentProfile.Get() && PtWidgetIsRealized(ABW_treeMessageHeaders))
-        StartNewsHeaderThread(*profile, total);
+    if (IsWanted(*run) && PtWidgetIsRealized(ABW_treeMessageHeaders))
+        DownloadHeaders(*run, total);
     else
-        EndNewsThread("");
+        EndGroupRun(*run, "");
     return Pt_CONTINUE;
 }

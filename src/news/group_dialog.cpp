@@ -2,24 +2,31 @@
 
 #include "base/account.h"
 #include "base/fd.h"
+#include "base/paths.h"
 #include "names/widgets.h"
 #include "net/session_lock.h"
-#include "news/answer_copy.h"
-#include "news/listing.h"
-#include "news/news_files.h"
-#include "news/nntp.h"
+#include "news/alerts.h"
+#include "news/session/answer_copy.h"
+#include "news/session/connection.h"
+#include "news/session/group_list.h"
+#include "news/session/listing.h"
+#include "news/session/news_files.h"
 #include "profiles/dialog_parts.h"
 #include "profiles/profile_tree.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 #include "widgets/tree_walk.h"
 
+#include <chrono>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unistd.h>
 
@@ -31,6 +38,12 @@ constexpr int kRowsBetweenFlushes = 102;
 /// No server has as many groups. One that claims more shall not take all memory.
 constexpr int kMostRows = 1'000'000;
 constexpr unsigned kSpace = ' ';
+/// How long a worker that adds rows keeps the library at a time.
+constexpr auto kTurn = std::chrono::milliseconds(40);
+
+/// What was chosen last for the list, and the last refresh. Both are counted up when the dialog closes, so that what
+/// a worker brings later is not shown. Under the library lock.
+unsigned lastList = 0, lastRefresh = 0;
 
 void SetTitle(char const *title) {
     if (ABW_dlgNews)
@@ -48,24 +61,27 @@ void EmptyTree() {
         PtGenTreeFreeAllItems(ABW_treeNews);
 }
 
-/// Shows all groups of the server as they were stored last. The window is painted now and then meanwhile.
-void ShowCompleteList(NewsProfile const &profile) {
+/// Shows all groups of a stored list. `pause` comes now and then and says whether to go on.
+void ShowCompleteList(std::string const &listing, std::function<bool()> const &pause) {
     if (!ABW_treeNews)
         return;
     SetWidgetText(ABW_lblDlgNews, "Complete Group List");
     PtFlush();
     EmptyTree();
     SetTitle("Loading Newsgroup List... Please be Patient");
-    std::string const listing = ReadRegularFile(ListingPath(profile.name), kLargestAnswer).value_or("");
     ListingReader reader(listing);
     PtTreeItem_t *previous = nullptr;
     int added = 0;
     while (char const *const row = added < kMostRows ? reader.Next() : nullptr)
-        if (AddHeaderItem(row, ABW_treeNews, previous) && ++added % kRowsBetweenFlushes == 0)
-            PtFlush();
+        if (AddHeaderItem(row, ABW_treeNews, previous) && ++added % kRowsBetweenFlushes == 0 && !pause())
+            return;
     if (added == kMostRows)
         SetHint("The list is too long: only its first million groups are shown.");
     SetTitle(kTitle);
+}
+
+std::string StoredListing(NewsProfile const &profile) {
+    return ReadRegularFile(ListingPath(profile.name), kLargestAnswer).value_or("");
 }
 
 void ShowSubscribed(NewsProfile const &profile) {
@@ -78,30 +94,97 @@ void ShowSubscribed(NewsProfile const &profile) {
             AddHeaderItem((std::string("S\t") + entry->d_name).c_str(), ABW_treeNews, previous);
 }
 
-/// Fetches the group list into its file, on a connection of its own. False when there is none to be had.
-bool FetchListing(NewsProfile &profile) {
-    SessionLock const lock(profile, SessionLock::kCallback);
-    Fd const connection(httpget(profile.server));
-    if (!connection.Valid()) {
-        SetHint("Could not connect to the news server.");
-        return false;
+/// Fetching the group list into its file, on a connection of its own, and showing it. A worker runs it.
+class Refresh {
+  public:
+    Refresh(NewsProfile &profile, unsigned list, unsigned refresh)
+        : profile_(profile), list_(list), refresh_(refresh) {}
+    void Run(Stop const &stop);
+
+  private:
+    NewsOutcome Fetch(Stop const &stop);
+    void ShowEnd(NewsOutcome const &end, std::string const &listing);
+    void ShowList(std::string const &listing);
+
+    NewsProfile &profile_;
+    unsigned list_, refresh_;
+    bool connected_ = false;
+    std::optional<ToolkitGuard> library_;
+};
+
+NewsOutcome Refresh::Fetch(Stop const &stop) {
+    SessionLock const lock(profile_, stop);
+    if (!lock.Held())
+        return {Stopped()};
+    OpenedStream const opened = OpenNewsStream(profile_.server, stop);
+    if (!opened.outcome)
+        return {opened.outcome};
+    connected_ = true;
+    library_.emplace();
+    if (list_ == lastList)
+        EmptyTree();
+    if (refresh_ == lastRefresh)
+        SetHint("Fetching the group list from the server. Please be patient.");
+    library_.reset();
+    opened.stream->StopWhen(stop);
+    return FetchGroupList(*opened.stream, ListingPath(profile_.name).c_str(), {profile_.userName, profile_.password});
+}
+
+char const *HintOf(NewsOutcome const &end, bool connected, bool any) {
+    if (end)
+        return kHint;
+    if (end.ending == Ending::kStopped)
+        return "Stopped.";
+    if (!connected)
+        return "Could not connect to the news server.";
+    if (end.ending == Ending::kLost && any)
+        return "The connection was lost: the list may not be whole.";
+    return "The news server gave no group list.";
+}
+
+void Refresh::ShowEnd(NewsOutcome const &end, std::string const &listing) {
+    if (refresh_ == lastRefresh)
+        ShowAlerts(end); // the user can choose something else meanwhile
+    if (refresh_ == lastRefresh) {
+        SetHint(HintOf(end, connected_, !listing.empty()));
+        if (!end && end.ending != Ending::kStopped)
+            SetStatus(end.text);
     }
-    EmptyTree();
-    SetHint("Fetching the group list from the server. Please be patient.");
-    if (getnewsgrouplisting(connection.Get(), profile, ListingPath(profile.name).c_str(), profile.userName,
-                            profile.password) == 1)
-        SetHint(kHint);
-    else
-        SetHint("The news server gave no group list.");
-    return true;
+    if (connected_ && list_ == lastList)
+        ShowList(listing);
+}
+
+/// The main thread has its turns meanwhile, and what the user chooses in them ends this.
+void Refresh::ShowList(std::string const &listing) {
+    auto turn = std::chrono::steady_clock::now();
+    ShowCompleteList(listing, [&] {
+        PtFlush();
+        if (std::chrono::steady_clock::now() - turn > kTurn) {
+            library_.reset();
+            library_.emplace();
+            turn = std::chrono::steady_clock::now();
+        }
+        return list_ == lastList;
+    });
+}
+
+void Refresh::Run(Stop const &stop) {
+    NewsOutcome const end = Fetch(stop);
+    std::string const listing = connected_ ? StoredListing(profile_) : "";
+    library_.emplace();
+    ShowEnd(end, listing);
+    EndActivity();
+    library_.reset();
 }
 
 /// Subscribes to the row's group or unsubscribes it: the mark in the row, and the group's file.
 void Toggle(NewsProfile const &profile, PtTreeItem_t *item) {
     std::string row = item->string;
     std::string const group(GroupOfRow(row));
-    if (row.empty() || !IsGroupName(group))
+    if (row.empty())
         return;
+    if (!IsGroupName(group))
+        return SetHint("This group cannot be subscribed to: its name is too long.");
     bool const subscribe = row[0] == ' ';
     row[0] = subscribe ? 'S' : ' ';
     PtTreeModifyItemString(ABW_treeNews, item, row.c_str());
@@ -122,7 +205,7 @@ int OnToggleKey(PtWidget_t *tree, void *, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
-/// The next row behind the current one that has the text; the current one comes last. Null when none has it.
+/// The next row after the current one that has the text; the current one comes last. Null when none has it.
 PtTreeItem_t *FindRow(char const *text) {
     PtTreeItem_t *const root = PtTreeRootItem(ABW_treeNews);
     PtTreeItem_t *item = PtTreeGetCurrent(ABW_treeNews);
@@ -149,7 +232,7 @@ void BlockMainWindow(bool blocked) {
 
 int OnNewsRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     BlockMainWindow(true);
-    if (AccountRef<NewsProfile> const profile(CurrentNewsProfile()); profile)
+    if (AccountRef<NewsProfile> const profile(CurrentNewsProfile()); profile && FindConfigRoot())
         ShowSubscribed(*profile);
     PtAddHotkeyHandler(ABW_treeNews, kSpace, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnToggleKey);
     PtContainerGiveFocus(ABW_txtNewsFind, nullptr);
@@ -157,6 +240,9 @@ int OnNewsRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnNewsUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    lastList++;
+    lastRefresh++;
+    StopOperation(OperationKind::kListing);
     BlockMainWindow(false);
     // At the end of the program the tree goes as well.
     if (PtWidgetIsRealized(ABW_treeProfiles))
@@ -170,11 +256,18 @@ int OnGetNewsListing(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     AccountRef<NewsProfile> const profile(CurrentNewsProfile());
     if (!profile)
         return Pt_CONTINUE;
+    if (!FindConfigRoot())
+        return -1;
     SetHint("Connecting to the news server.");
     BeginActivity();
-    if (FetchListing(*profile))
-        ShowCompleteList(*profile);
+    bool const started = StartOperation(OperationKind::kListing,
+                                        [profile, list = ++lastList, refresh = ++lastRefresh](Stop const &stop) {
+                                            Refresh(*profile, list, refresh).Run(stop);
+                                        });
+    if (started)
+        return Pt_CONTINUE;
     EndActivity();
+    SetHint("The group list cannot be fetched: too much runs already.");
     return Pt_CONTINUE;
 }
 
@@ -189,14 +282,27 @@ int OnNewsFind(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnShowNewsList(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    if (AccountRef<NewsProfile> const profile(CurrentNewsProfile()); profile)
-        ShowCompleteList(*profile);
+    AccountRef<NewsProfile> const profile(CurrentNewsProfile());
+    if (!profile)
+        return Pt_CONTINUE;
+    if (!FindConfigRoot())
+        return -1;
+    lastList++;
+    ShowCompleteList(StoredListing(*profile), [] {
+        PtFlush();
+        return true;
+    });
     return Pt_CONTINUE;
 }
 
 int OnShowSubscribedNewsList(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
-    if (AccountRef<NewsProfile> const profile(CurrentNewsProfile()); profile)
-        ShowSubscribed(*profile);
+    AccountRef<NewsProfile> const profile(CurrentNewsProfile());
+    if (!profile)
+        return Pt_CONTINUE;
+    if (!FindConfigRoot())
+        return -1;
+    lastList++;
+    ShowSubscribed(*profile);
     return Pt_CONTINUE;
 }
 

@@ -1,242 +1,195 @@
 #include "news/header_download.h"
 
+#include "Ap.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "news/answer_copy.h"
-#include "news/article_rows.h"
-#include "news/download_run.h"
-#include "news/news_files.h"
-#include "news/nntp_ask.h"
-#include "news/number_list.h"
-#include "news/overview.h"
+#include "net/session_lock.h"
+#include "news/alerts.h"
+#include "news/download_prompt.h"
+#include "news/header_rows.h"
+#include "news/session/group.h"
+#include "widgets/activity.h"
+#include "widgets/header_list.h"
+#include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
+#include <atomic>
+#include <memory>
 #include <optional>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+constexpr int32_t kBatch = 500;
 
-constexpr int32_t kHeadFollows = 221;
-constexpr int kProgressLines = 50;
-/// To wait for the paint of every progress text would take longer than the download.
-constexpr auto kPaintPeriod = std::chrono::milliseconds(40);
-/// A server that sends this many lines more than the range can have, or this much in all, has no end. No more rows
-/// than the last come in one go: a server may claim any number of articles, and memory ends.
-constexpr int64_t kMoreLines = 100'000;
-constexpr int64_t kMostRows = 4'000'000;
-constexpr size_t kLargestOverview = size_t{2} << 30;
-constexpr size_t kLargestHead = size_t{16} << 20;
+std::atomic<int> runningDownloads{0};
 
-bool IsGood(int32_t code) { return code / 100 == 2; }
-/// RFC 3977 6.1.4, 6.2.2: 420 no current article, 421 no next one, 423 none of that number.
-bool IsNoArticle(int32_t code) { return code / 10 == 42; }
+/// Runs that hold the window. Under the library lock.
+int unended = 0;
+/// The number of the last run, and whether it holds the window. Under the library lock.
+unsigned lastRun = 0;
+bool lastHolds = false;
+/// Its group and its account, which is only compared.
+std::string lastGroup;
+NewsProfile const *lastProfile = nullptr;
 
-/// The number behind a status line's code.
-int32_t NumberIn(std::string_view answer) {
-    return DecimalPrefix(answer.substr(std::min(answer.find(' '), answer.size())));
+/// The two buttons that would disturb a download: checking again, and taking rows away. The menu's check is the same
+/// command as the first.
+void SetDownloadWidgetsBlocked(bool blocked) {
+    for (PtWidget_t *widget : {ABW_btnCheckEmail, ABW_btnDelete, ABW_mnuFile_Check})
+        SetBlockedBy(kDownloadBlocks, widget, blocked);
 }
 
-class Download {
-  public:
-    Download(int socket, NewsProfile &profile, int32_t count, int32_t total, DownloadStart const &start)
-        : socket_(socket), profile_(profile), count_(count), total_(total), start_(start) {}
-    int Run();
-    /// After a failed run: why, when the person shall know.
-    std::string const &Problem() const { return problem_; }
-
-  private:
-    bool Stopped() const { return gone_ || profile_.downloadTicket != start_.ticket; }
-    NntpReader Reader() const {
-        return AnswerReader(socket_, [this] { return Stopped(); });
-    }
-    /// A connection with half an answer on it is of no use to anybody.
-    int Drop(char const *problem) {
-        DropNewsConnection(profile_, socket_);
-        return Fail(problem);
-    }
-    int Fail(std::string const &problem) {
-        if (!Stopped()) {
-            LogError("Headers of %s: %s", profile_.currentGroup, problem.c_str());
-            problem_ = problem;
-        }
-        return -1;
-    }
-    int32_t AskForHead(std::string &answer);
-    bool PlaceCursor();
-    bool FindEnd();
-    void EnterLibrary();
-    int TakeOverview(NntpReader &reader);
-    bool TakeLine(std::string_view line);
-    bool TooMuch(NntpReader const &reader) const;
-    void ShowProgress();
-
-    int socket_;
-    NewsProfile &profile_;
-    int32_t count_, total_;
-    DownloadStart start_;
-    int32_t end_ = 0; ///< the range's last article
-    int64_t mostLines_ = 0;
-    int64_t counted_ = 1; ///< lines; the status line is one
-    bool gone_ = false;   ///< the list was freed
-    std::string problem_;
-    Clock::time_point painted_{};
-};
-
-/// Asks for the current article's head and reads it to its end. Returns the answer's number, -1 when there is no
-/// whole answer.
-int32_t Download::AskForHead(std::string &answer) {
-    NntpReader reader = Reader();
-    int32_t const code = AskNews(reader, socket_, "HEAD", answer);
-    std::string_view line;
-    while (code == kHeadFollows && line != ".")
-        if (reader.Received() > kLargestHead || !reader.ReadLine(line, kOverviewWidth))
-            return -1;
-    return code;
+GroupRun HoldWindow(AccountRef<NewsProfile> const &profile) {
+    lastGroup = currentFolder;
+    lastProfile = profile.Get();
+    lastHolds = true;
+    unended++;
+    SetDownloadWidgetsBlocked(true);
+    BeginActivity();
+    return {profile, lastGroup, ++lastRun};
 }
 
-/// Lets the server say which article it stands at. Reading an article moves it, and so it never takes a group that
-/// was begun back to what was downloaded.
-bool Download::PlaceCursor() {
-    std::string answer;
-    int32_t code = AskForHead(answer);
-    if (code >= 0 && !IsGood(code)) {
-        NntpReader reader = Reader();
-        code = AskNews(reader, socket_, "NEXT", answer);
-    }
-    if (code < 0) {
-        if (!Stopped())
-            perror("getnewsheaders: select() 1");
-        Drop(ReasonOf(AnswerEnd::kLost));
-    }
-    // The group is at its end, or empty: nothing new. Any other refusal the person shall know, and another connection
-    // may do better.
-    if (code >= 0 && !IsGood(code) && !IsNoArticle(code))
-        Drop(answer.c_str());
-    if (!IsGood(code))
-        return false;
-    if (int32_t const number = NumberIn(answer); number > 0)
-        profile_.articleCursor =
-            profile_.headersDone > 0 ? std::max<int32_t>(profile_.articleCursor, number) : number;
-    return true;
+/// The label stays when the window shows something newer.
+void ReleaseWindow(GroupRun const &run, std::string const &status) {
+    if (--unended == 0)
+        SetDownloadWidgetsBlocked(false);
+    EndActivity();
+    if (IsWanted(run))
+        SetStatus(status);
+    if (run.number == lastRun)
+        lastHolds = false;
 }
 
-/// Where the range ends. False when the numbers of the group are not known.
-bool Download::FindEnd() {
-    if (count_ < 1) {
-        end_ = profile_.lastArticle;
-        mostLines_ = std::max<int64_t>(0, int64_t{end_} - profile_.articleCursor);
-    } else {
-        std::string const path = NumberListPath(profile_.name, profile_.currentGroup);
-        std::optional<int32_t> const end = EndOfBatch(path, profile_.articleCursor, count_);
-        if (!end)
-            return false;
-        end_ = *end;
-        mostLines_ = count_;
-    }
-    mostLines_ = std::min(mostLines_ + kMoreLines, kMostRows);
-    return true;
-}
-
-void Download::EnterLibrary() {
-    PtEnter(0);
-    gone_ = gone_ || headerListAge != start_.listAge || !ABW_treeMessageHeaders;
-}
-
-/// Shows how far it is, and lets the main thread have the library: a fast server never leaves a gap for it.
-void Download::ShowProgress() {
-    SetStatus("rcvd " + std::to_string(counted_) + " of " + std::to_string(total_));
-    if (Clock::now() - painted_ < kPaintPeriod)
+void ShowStep(GroupRun const &run, char const *step) {
+    ToolkitGuard const guard;
+    if (!IsWanted(run))
         return;
+    SetStatus(step);
     PtFlush();
-    PtLeave(0);
-    EnterLibrary();
-    painted_ = Clock::now();
 }
 
-bool Download::TakeLine(std::string_view line) {
-    OverviewLine const article = ParseOverviewLine(line);
-    if (article.number != 0)
-        profile_.articleCursor = article.number;
-    profile_.headersDone++;
-    if (!AddArticleRow(ABW_treeMessageHeaders, article))
-        return false;
-    if (++counted_ % kProgressLines == 0)
-        ShowProgress();
-    return true;
+/// Rows of articles would come a second time: a group that is selected starts at its first article.
+void DropArticleRows(GroupRun const &run) {
+    ToolkitGuard const guard;
+    HeaderRow const *const first = IsWanted(run) ? RowOf(PtTreeRootItem(ABW_treeMessageHeaders)) : nullptr;
+    if (first && first->origin == kArticle)
+        FreeHeaderList();
 }
 
-bool Download::TooMuch(NntpReader const &reader) const {
-    return counted_ > mostLines_ || reader.Received() >= kLargestOverview;
+/// Makes the account's connection have the run's group selected, unless it has.
+NewsOutcome Open(NewsSession &session, GroupRun const &run) {
+    if (session.Wire() && run.group == session.Profile().currentGroup)
+        return {};
+    NewsOutcome end = OpenGroup(session, run.group, [&](char const *step) { ShowStep(run, step); });
+    if (end)
+        DropArticleRows(run);
+    return end;
 }
 
-/// Reads the overview into rows. The library is left only while the server has nothing to read.
-int Download::TakeOverview(NntpReader &reader) {
-    reader.beforeWait = [] { PtLeave(0); };
-    reader.afterWait = [this] { EnterLibrary(); };
-    BeginArticleRows();
-    std::string_view line;
-    while (!Stopped() && !TooMuch(reader) && reader.ReadLine(line, kOverviewWidth) && !Stopped()) {
-        if (line == ".") {
-            if (lastHeaderItem)
-                PtGenTreeShow(ABW_treeMessageHeaders, &lastHeaderItem->gen);
-            return 1;
+NewsOutcome Download(NewsSession &session, GroupRun const &run, int32_t total) {
+    std::optional<HeaderRows> rows;
+    {
+        ToolkitGuard const guard; // the list is the group's as long as the run is wanted
+        if (IsWanted(run))
+            rows.emplace(total);
+    }
+    if (!rows)
+        return {Stopped()};
+    NewsOutcome end = FetchHeaders(session, session.Profile().batchSize, *rows);
+    if (end)
+        rows->ShowLast();
+    return end;
+}
+
+/// What the window shows of the end, and the log.
+void TellEnd(GroupRun const &run, NewsOutcome const &end) {
+    if (!end && end.ending != Ending::kStopped)
+        LogError("Headers of %s: %s", run.group.c_str(), end.text.c_str());
+    ToolkitGuard const guard;
+    if (IsWanted(run))
+        ShowAlerts(end); // the user can click on meanwhile
+    ReleaseWindow(run, end.ending == Ending::kStopped ? "Stopped" : end.text);
+}
+
+/// The prompt opens on the main thread.
+int Ask(void *argument) {
+    std::unique_ptr<GroupRun> const run(static_cast<GroupRun *>(argument));
+    if (IsWanted(*run))
+        AskHowManyHeaders(*run);
+    else
+        EndGroupRun(*run, "");
+    return Pt_END;
+}
+
+/// The first part of a run: the group is opened, and its headers downloaded unless the user has to be asked.
+void OpenAndDownload(GroupRun const &run, Stop const &stop) {
+    NewsProfile &profile = *run.profile;
+    NewsOutcome end{Stopped()};
+    bool ask = false;
+    if (SessionLock const lock(profile, stop); lock.Held() && !stop()) {
+        NewsSession session(profile, stop);
+        end = Open(session, run);
+        if (end) {
+            ShowStep(run, "Downloading headers");
+            ask = profile.batchSize == 0 && profile.articleCount - profile.headersDone > kBatch;
         }
-        if (!TakeLine(line))
-            return Drop("Not enough memory for the headers");
+        if (end && !ask) {
+            profile.batchSize = kBatch;
+            end = Download(session, run, 0);
+        }
     }
-    return Drop(ReasonOf(TooMuch(reader) ? AnswerEnd::kTooLarge : AnswerEnd::kLost));
+    ToolkitGuard const guard;
+    auto asking = std::make_unique<GroupRun>(run);
+    if (end && ask && PtAppAddWorkProc(nullptr, Ask, asking.get()))
+        static_cast<void>(asking.release()); // Ask frees it
+    else
+        TellEnd(run, end);
 }
 
-int Download::Run() {
-    if (profile_.lastArticle == 0 || count_ == 0)
-        return 1;
-    if (!PlaceCursor())
-        return -1;
-    if (!FindEnd()) {
-        SetStatus("Done.");
-        return -1;
+/// The second part, after the user was asked.
+void DownloadAsked(GroupRun const &run, int32_t total, Stop const &stop) {
+    NewsOutcome end{Stopped()};
+    if (SessionLock const lock(*run.profile, stop); lock.Held() && !stop()) {
+        NewsSession session(*run.profile, stop);
+        end = Download(session, run, total);
     }
-    std::string const command = "XOVER " + std::to_string(profile_.articleCursor) + "-" + std::to_string(end_);
-    std::string answer;
-    NntpReader reader = Reader();
-    int32_t const code = AskNews(reader, socket_, command, answer);
-    if (code < 0) {
-        if (!Stopped()) {
-            perror("getnewsheaders: select() 2");
-            SetStatus("Done.");
-        }
-        return Drop(ReasonOf(AnswerEnd::kLost));
-    }
-    // Behind any other answer no line comes.
-    if (!IsGood(code))
-        return Fail(answer);
-    EnterLibrary();
-    int const result = TakeOverview(reader);
-    PtLeave(0);
-    return result;
+    TellEnd(run, end);
+}
+
+void Start(GroupRun const &run, std::function<void(GroupRun const &, Stop const &)> work) {
+    runningDownloads++;
+    bool const started = StartOperation(OperationKind::kGroup, [run, work = std::move(work)](Stop const &stop) {
+        work(run, stop);
+        runningDownloads--;
+    });
+    if (started)
+        return;
+    runningDownloads--;
+    EndGroupRun(run, "The header download could not be started");
 }
 
 } // namespace
 
-DownloadStart StartOfDownload(NewsProfile const &profile) { return {profile.downloadTicket, headerListAge}; }
+int RunningDownloads() { return runningDownloads; }
 
-int DownloadHeaders(int socket, NewsProfile &profile, int32_t count, int32_t total, DownloadStart const &start,
-                    std::string &problem) {
-    Download download(socket, profile, count, total, start);
-    int const result = download.Run();
-    problem = download.Problem();
-    return result;
+bool IsWanted(GroupRun const &run) {
+    return run.number == lastRun && CurrentNewsProfile() == run.profile.Get() && run.group == currentFolder &&
+           ABW_treeMessageHeaders;
 }
 
-int getnewsheaders(int socket, NewsProfile &profile, int32_t count, int32_t total) {
-    PtEnter(0);
-    DownloadStart const start = StartOfDownload(profile);
-    PtLeave(0);
-    std::string problem;
-    return DownloadHeaders(socket, profile, count, total, start, problem);
+void EndGroupRun(GroupRun const &run, char const *status) { ReleaseWindow(run, status); }
+
+void DownloadHeaders(GroupRun const &run, int32_t total) {
+    Start(run, [total](GroupRun const &each, Stop const &stop) { DownloadAsked(each, total, stop); });
+}
+
+void StartNewsThread() {
+    AccountRef<NewsProfile> const profile(CurrentNewsProfile());
+    // A group that is being downloaded may be clicked again.
+    bool const same = lastHolds && lastProfile == profile.Get() && lastGroup == currentFolder;
+    if (!profile || (same && IsRunning(OperationKind::kGroup)))
+        return;
+    Start(HoldWindow(profile), OpenAndDownload);
 }

@@ -1,37 +1,34 @@
 #pragma once
-// Downloading the headers of a group and threading them into the header list.
+// Opening a group in the main window and downloading its headers, on a worker.
 
 #include "base/account.h"
-#include "widgets/header_list.h"
 
-#include <cstddef>
 #include <cstdint>
-
-/// The data of an article's row: what every row has (origin kArticle), and what threads it. Allocated to the length
-/// it needs, by malloc.
-struct ArticleRow {
-    HeaderRow header;
-    char messageId[100]; ///< with its angle brackets; cut to the field
-    char references[1];  ///< as long as it is, terminated
-};
+#include <string>
 
 /// Opens the selected group of the open news profile: connects, selects the group unless it is open already, asks how
-/// many headers when there are more than 500 new ones (dlgDownloadNewsPrompt) and starts the download. Main thread,
-/// under the library lock.
+/// many headers when there are more than 500 new ones (dlgDownloadNewsPrompt) and downloads them. All of it happens
+/// on a worker; lblStatus says what runs and why it failed. Another group that is being opened is given up for it;
+/// the same one goes on. Main thread, under the library lock.
 void StartNewsThread();
 
-/// Starts the detached download of `profile.batchSize` headers; `total` is what "rcvd n of m" shows last. Under the
-/// library lock. Called by StartNewsThread and by the prompt when it closes.
-void StartNewsHeaderThread(NewsProfile &profile, int32_t total);
+/// One opening of a group, from the click to the last header. What it does to the window counts only as long as it is
+/// the last one and its group the one that the window shows.
+struct GroupRun {
+    AccountRef<NewsProfile> profile;
+    std::string group;
+    unsigned number; ///< of this run of the program
+};
 
-/// Undoes what StartNewsThread did to the window: buttons, star, label (null: the label stays). For whoever does not
-/// start the download after all. Under the library lock.
-void EndNewsThread(char const *status);
+/// True as long as the run's results are to be shown. Under the library lock.
+bool IsWanted(GroupRun const &run);
 
-/// Downloads `count` headers from articleCursor on (below 1: all the rest) into the header list. Returns 1 after a
-/// complete download, -1 on failure or when stopped. A worker calls it with sessionLock held, without the library
-/// lock.
-int getnewsheaders(int socket, NewsProfile &profile, int32_t count, int32_t total);
+/// Goes on with the download of `profile.batchSize` headers; `total` is what "rcvd n of m" shows last. Main thread,
+/// under the library lock. Called when the prompt closes.
+void DownloadHeaders(GroupRun const &run, int32_t total);
 
-/// Downloads that run or wait, for tests and the end of the program.
+/// Ends the run without a download and gives the window back: buttons, star, label. Under the library lock.
+void EndGroupRun(GroupRun const &run, char const *status);
+
+/// Workers that open a group or download headers, or wait to do so, for tests. Not while the prompt is open.
 int RunningDownloads();

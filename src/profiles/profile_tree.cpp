@@ -8,6 +8,7 @@
 #include "widgets/close_later.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/pictures.h"
 #include "widgets/tree_walk.h"
 
@@ -152,7 +153,7 @@ void ReloadProfileTree() {
 
 void ForgetOpenProfile() {
     if (currentProfile) {
-        StopDownload(*currentProfile);
+        StopOperation(OperationKind::kGroup);
         CloseWhenFree(*currentProfile);
     }
     currentProfile = {};

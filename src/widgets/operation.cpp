@@ -4,6 +4,7 @@
 #include "names/widgets.h"
 #include "widgets/toolkit.h"
 
+#include <algorithm>
 #include <list>
 #include <mutex>
 
@@ -72,6 +73,12 @@ void StopOperations() {
     std::lock_guard const lock(mutex);
     for (Running const &running : All())
         running.stop.Set();
+}
+
+bool IsRunning(OperationKind kind) {
+    std::lock_guard const lock(mutex);
+    return std::any_of(All().begin(), All().end(),
+                       [kind](Running const &running) { return running.kind == kind && !running.stop(); });
 }
 
 int RunningOperations() {

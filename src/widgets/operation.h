@@ -34,5 +34,8 @@ void StopOperation(OperationKind kind);
 /// btnStop: stops everything that runs. Under the library lock.
 void StopOperations();
 
+/// True while an operation of the kind runs that was not stopped. Any thread.
+bool IsRunning(OperationKind kind);
+
 /// How many run; Stop is greyed when none does. Any thread.
 int RunningOperations();

@@ -1,45 +1,53 @@
-// sources: src/news/nntp_read.cpp src/news/answer_copy.cpp src/net/line_io.cpp src/net/library_pause.cpp
-// Any bytes as a news server's answer: the group list, an article and a list of numbers keep exactly what they
-// should.
+// sources: src/news/session/answer_copy.cpp src/news/session/nntp.cpp src/net/stream.cpp src/net/library_pause.cpp
+// Any bytes as a news server's answer, in pieces of any size: the group list, an article and a list of numbers keep
+// exactly what they should.
 
 #include "fuzz_input.h"
 
 #include "base/fd.h"
-#include "news/answer_copy.h"
+#include "news/session/answer_copy.h"
 
 #include <sys/mman.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr size_t kMostBytes = 65536; // what a socket takes at once
+/// A server that has said all it will.
+class Said : public Channel {
+  public:
+    Said(std::string_view bytes, size_t piece) : bytes_(bytes), piece_(piece) {}
+    ChannelState Read(char *bytes, size_t size, size_t &moved) override {
+        moved = bytes_.copy(bytes, std::min(size, piece_));
+        bytes_.remove_prefix(moved);
+        return moved > 0 ? ChannelState::kMoved : ChannelState::kEnd;
+    }
+    ChannelState Write(char const *, size_t, size_t &) override { return ChannelState::kError; }
+    int Descriptor() const override { return -1; }
 
-/// What `copy` writes for an answer of these bytes, behind which the connection ends.
-template <class Copy> std::string Written(std::string_view answer, Copy copy) {
-    int ends[2];
-    Require(socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0);
-    Fd const ours(ends[0]);
-    Fd server(ends[1]);
-    Require(WriteAll(server.Get(), answer));
-    server.Reset();
+  private:
+    std::string_view bytes_;
+    size_t piece_;
+};
+
+/// What `copy` writes for an answer of these bytes, after which the connection ends.
+template <class Copy> std::string Written(std::string_view answer, size_t arriving, Copy copy) {
     Fd const file(memfd_create("answer", 0));
-    NntpReader reader(ours.Get());
-    copy(reader, file.Get());
+    Stream stream(std::make_unique<Said>(answer, arriving));
+    copy(stream, file.Get());
     std::string text(static_cast<size_t>(lseek(file.Get(), 0, SEEK_CUR)), 0);
     Require(pread(file.Get(), text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
     return text;
 }
 
 void CheckBody(std::string_view answer, size_t piece, size_t cut) {
-    AnswerEnd end{};
+    Outcome end;
     std::string const text =
-        Written(answer, [&](NntpReader &reader, int file) { end = CopyBody(reader, file, piece, cut); });
+        Written(answer, answer.size(), [&](Stream &stream, int file) { end = CopyBody(stream, file, piece, cut); });
     std::string const whole = "\r\n" + std::string(answer);
     size_t const mark = whole.find("\r\n.\r\n");
-    Require((end == AnswerEnd::kMark) == (mark != std::string::npos));
+    Require(static_cast<bool>(end) == (mark != std::string::npos));
     size_t last = answer.size();
-    if (end == AnswerEnd::kMark) {
+    if (end) {
         size_t const after = mark + 3; // in `answer`
         last = std::min((after + piece - 1) / piece * piece, last);
         last -= std::min(cut, last);
@@ -47,9 +55,10 @@ void CheckBody(std::string_view answer, size_t piece, size_t cut) {
     Require(text == answer.substr(0, last));
 }
 
-void CheckNumbers(std::string_view answer) {
-    AnswerEnd end{};
-    std::string const text = Written(answer, [&](NntpReader &reader, int file) { end = CopyNumbers(reader, file); });
+void CheckNumbers(std::string_view answer, size_t arriving) {
+    Outcome end;
+    std::string const text =
+        Written(answer, arriving, [&](Stream &stream, int file) { end = CopyNumbers(stream, file); });
     size_t lines = 0;
     bool marked = false;
     while (!marked) {
@@ -61,15 +70,15 @@ void CheckNumbers(std::string_view answer) {
         lines += marked ? 0 : 1;
         answer.remove_prefix(at + 1);
     }
-    Require((end == AnswerEnd::kMark) == marked);
+    Require(static_cast<bool>(end) == marked);
     Require(text.size() == (marked ? 4 * lines : 0)); // small lists are written whole, at their mark
 }
 
 } // namespace
 
 FUZZ(answer) {
-    std::string_view const answer(reinterpret_cast<char const *>(data), std::min(size, kMostBytes));
+    std::string_view const answer(reinterpret_cast<char const *>(data), size);
     CheckBody(answer, 500, 5);
     CheckBody(answer, 5000, 0);
-    CheckNumbers(answer);
+    CheckNumbers(answer, size % 7 + 1);
 }

@@ -1,9 +1,9 @@
-// sources: src/news/overview.cpp
+// sources: src/news/session/overview.cpp
 // Pieces of an overview line lie inside the line and hold nothing that would end a protocol line or a field.
 
 #include "fuzz_input.h"
 
-#include "news/overview.h"
+#include "news/session/overview.h"
 
 namespace {
 

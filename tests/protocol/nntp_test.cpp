@@ -1,286 +1,275 @@
-// The news side against scripted servers: splits, lies, drops, floods.
+// Sessions with news servers that split, lie, drop and flood, as tests/dialogues/nntp/session.txt has them. No
+// window.
 
 #include "base/fd.h"
-#include "fixtures/news_scripts.h"
+#include "base/paths.h"
+#include "fixtures/dialogue.h"
+#include "fixtures/inn_server.h"
 #include "fixtures/process.h"
-#include "news/answer_copy.h"
-#include "protocol/news_fixture.h"
+#include "fixtures/temp_home.h"
+#include "news/session/article.h"
+#include "news/session/group.h"
+#include "news/session/group_list.h"
+#include "news/session/headers.h"
+#include "news/session/news_files.h"
+#include "protocol/news_account.h"
 
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
 #include <thread>
 
 namespace {
 
-using namespace std::string_literals;
-using Alerts = std::vector<std::string>;
+namespace fs = std::filesystem;
 
-constexpr char kLost[] = "Lost the connection to the news server";
-Alerts const kRefusedAlerts{"Error|481 No", "Error|Could not authenticate to server"};
+std::string FileText(std::string const &path) { return ReadRegularFile(path, size_t{1} << 30).value_or("none"); }
 
-Script LoginWith(char const *answer) {
-    return {Expect("AUTHINFO USER alice"), Send("381 More\r\n"), Expect("AUTHINFO PASS secret"), Send(answer)};
+std::vector<std::string> Parts(std::string const &text) {
+    std::vector<std::string> parts;
+    for (size_t from = 0; from <= text.size();) {
+        size_t const end = std::min(text.find("; ", from), text.size());
+        parts.push_back(text.substr(from, end - from));
+        from = end + 2;
+    }
+    return parts;
 }
 
-class News : public NewsTest {
-  protected:
-    /// An account whose connection is open to a server that plays the first script.
-    void Open(std::vector<Script> const &scripts) {
-        Serve(scripts);
-        Connect();
+/// Rows that only remember.
+struct Rows : OverviewSink {
+    bool Start() override { return !std::exchange(taking, true); }
+    void Pause() override { taking = false; }
+    Outcome Take(OverviewLine const &line, int32_t number) override {
+        EXPECT_TRUE(taking);
+        if (++count <= 100) {
+            numbers += (numbers.empty() ? "" : " ") + std::to_string(number);
+            texts += (count == 1 ? "" : "|") + std::string(line.row);
+        }
+        return {};
     }
-    int GetListing() { return NewsTest::GetListing(profile->serverSocket); }
-    /// The listing after an answer whose body, and all behind it, is `stream`.
-    std::string Listing(std::string const &stream, size_t piece = 0) {
-        Open({{Expect("LIST"), Send("215 Groups follow\r\n"), Expect("LIST"), Send(stream, piece)}});
-        EXPECT_EQ(GetListing(), 1);
-        EXPECT_EQ(profile->serverSocket, -1);
-        return FileText(ListingPath("usenet"));
-    }
+    bool taking = false;
+    int count = 0;
+    std::string numbers, texts;
 };
 
-TEST_F(News, Connecting) {
-    // A greeting in pieces is swallowed whole: the command gets its own answer.
-    ScriptedServer pieces({Send("201 Reading only\r\n", 3), Expect("AUTHINFO USER alice"), Send("381 ", 1, 20),
-                           Send("More\r\n"), Expect("AUTHINFO PASS secret"), Send("281 Fine\r\n", 1)});
-    Fd socket(httpget(pieces.Address().c_str()));
-    ASSERT_TRUE(socket.Valid());
-    EXPECT_EQ(NntpAuthinfo(socket.Get(), "alice", "secret"), 281);
-    EXPECT_EQ(pieces.Problems(), "");
-    EXPECT_EQ(shownAlerts, Alerts());
-    int const before = CountDescriptors();
-    {
-        ScriptedServer mute(std::vector<Script>{{}, {Stall()}});
-        EXPECT_EQ(httpget(mute.Address().c_str()), -1);
-        EXPECT_EQ(screen.Status(), "The news server does not answer");
-        std::atomic<bool> cancelled = false;
-        std::thread later([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            cancelled = true;
-        });
-        EXPECT_EQ(httpget(mute.Address().c_str(), &cancelled), -1);
-        later.join();
+/// One account in front of a server that plays a dialogue.
+class Session {
+  public:
+    Session(Dialogue dialogue, std::vector<Script> const &scripts)
+        : dialogue_(std::move(dialogue)), server_(scripts), profile_(MakeNewsProfile(server_.Address())) {
+        if (dialogue_.Has("user"))
+            CopyText(profile_->userName, dialogue_["user"]);
+        if (dialogue_.Has("password"))
+            CopyText(profile_->password, dialogue_["password"]);
     }
-    EXPECT_EQ(CountDescriptors(), before);
-}
+    explicit Session(Dialogue const &dialogue) : Session(dialogue, dialogue.connections) {}
+    explicit Session(std::string const &address, std::string const &password = "secret")
+        : server_(std::vector<Script>()), profile_(MakeNewsProfile(address, password)) {}
+    ~Session() { ClearTempHome(); }
 
-TEST_F(News, LoginsThatFail) {
-    // What is in the account's fields is never more than one line each.
-    Open({LoginWith("481 No\r\n"), {Skip()}});
-    EXPECT_EQ(NntpAuthinfo(profile->serverSocket, "alice\r\nQUIT", "secret\nQUIT"), 481);
-    EXPECT_EQ(shownAlerts, Alerts{"Error|481 No"});
-    EXPECT_EQ(server->Received(), "AUTHINFO USER alice\r\nAUTHINFO PASS secret\r\n");
-    Connect();
-    EXPECT_EQ(NntpAuthinfo(profile->serverSocket, "alice", "secret"), -1);
-    EXPECT_EQ(shownAlerts, Alerts());
-}
-
-TEST_F(News, ListingEndsAtItsMark) {
-    std::string const list = "a.one 0000000003 0000000001 y\r\nb.two 0000000009 0000000004 m\r\n";
-    std::string const stored = list.substr(0, list.size() - 2);
-    std::string const second = "215 Groups follow\r\n" + list + ".\r\n";
-    EXPECT_EQ(Listing(list + ".\r\n"), stored);
-    EXPECT_EQ(Listing(list + ".\r\n", 1), stored);
-    EXPECT_EQ(Listing(".\r\n"), "");
-    EXPECT_EQ(Listing(".\r\n", 1), "");
-    // Without the mark the connection's end is the list's.
-    EXPECT_EQ(Listing(list), list);
-    EXPECT_EQ(Listing(""), "");
-    // The second answer that came along stays, but for five bytes.
-    EXPECT_EQ(Listing(list + ".\r\n" + second), list + ".\r\n" + second.substr(0, second.size() - 5));
-    // Pieces of up to 500 bytes: the one that ends the mark is the last.
-    std::string many;
-    for (int i = 10'000; i < 99'999; i++)
-        many += "group.number" + std::to_string(i) + " 12 1 y\r\n";
-    std::string const both = Listing(many + ".\r\n" + many);
-    EXPECT_GE(both.size() + 5, many.size() + 3);
-    EXPECT_LT(both.size() + 5, many.size() + 3 + 500);
-    EXPECT_TRUE((many + ".\r\n" + many).starts_with(both));
-}
-
-TEST_F(News, ListingAfterLogin) {
-    Script const asked = Answer("LIST", "480 Who are you");
-    Open({asked + LoginWith("281 Fine\r\n") +
-          Script{Expect("LIST"), Send("215 Groups\r\n", 1), Send("a.one 3 1 y\r\n.\r\n")}});
-    EXPECT_EQ(GetListing(), 1);
-    EXPECT_EQ(FileText(ListingPath("usenet")), "a.one 3 1 y");
-    Open({asked + LoginWith("481 No\r\n")});
-    EXPECT_EQ(GetListing(), -1);
-    EXPECT_EQ(shownAlerts, kRefusedAlerts);
-    EXPECT_EQ(FileText(ListingPath("usenet")), "");
-    Open({Answer("LIST", "502 Not for you") + Script{Expect("LIST"), Stall()}});
-    EXPECT_EQ(GetListing(), -1);
-    EXPECT_EQ(screen.Status(), "502 Not for you");
-}
-
-TEST_F(News, SelectingAGroup) {
-    // The name is sent as it is stored; its file is without the blank.
-    Open({{Expect("GROUP example.one "), Send("211 3 5 9 example.one\r\n", 2), Expect("LISTGROUP"),
-           Send("211 3 5 9 example.one\r\n5\r\n7 seven\r\n-2\r\n99999999999\r\n-99999999999\r\nx\r\n" +
-                    std::string(5000, '0') + "1\r\n9\r\n.\r\n",
-                7),
-           Expect("ARTICLE 5"), Send("423 In step\r\n")}});
-    profile->headersDone = profile->batchSize = 7;
-    EXPECT_EQ(Select("example.one "), 5);
-    EXPECT_EQ(answer, "211 3 5 9 example.one");
-    EXPECT_EQ(profile->articleCount, 3);
-    EXPECT_EQ(profile->articleCursor, 5);
-    EXPECT_EQ(profile->lastArticle, 9);
-    EXPECT_EQ(profile->headersDone, 0);
-    EXPECT_EQ(profile->batchSize, 0);
-    EXPECT_EQ(FileText(ConfigRoot() + "news/usenet/list_example.one"),
-              "\5\0\0\0\7\0\0\0\xfe\xff\xff\xff\xff\xff\xff\x7f\0\0\0\x80\0\0\0\0\0\0\0\0\x9\0\0\0"s);
-    EXPECT_EQ(Article(5), "(none)");
-    EXPECT_EQ(answer, "423 In step");
-}
-
-TEST_F(News, GroupAnswersAreNotBelieved) {
-    struct {
-        char const *status;
-        int32_t first, count, last;
-        char const *list = "211 0 list\r\n.\r\n";
-    } const cases[] = {{"211 0 1 0 g", 1, 0, 0},
-                       {"211 -3 -5 -9 g", 0, 0, 0},
-                       {"211 99999999999 2147483648 99999999999999999999 g", INT32_MAX, INT32_MAX, INT32_MAX},
-                       {"211", 0, 0, 0},
-                       {"211 g", 0, 0, 0},
-                       // No such command: the group is selected all the same, without its numbers.
-                       {"211 1 1 1 g", 1, 1, 1, "500 What?\r\n"}};
-    for (auto const &one : cases) {
-        Open({{Expect("GROUP g"), Send(one.status + "\r\n"s), Expect("LISTGROUP"), Send(one.list)}});
-        EXPECT_EQ(Select("g"), one.first) << one.status;
-        EXPECT_EQ(profile->articleCount, one.count) << one.status;
-        EXPECT_EQ(profile->lastArticle, one.last) << one.status;
-        EXPECT_EQ(FileText(NumberListPath("usenet", "g")), "");
-    }
-}
-
-TEST_F(News, GroupsThatCannotBeSelected) {
-    Script const asked = Answer("GROUP %s%n", "480 Login");
-    Open(
-        {Answer("GROUP no.such", "411 No such group") + asked + LoginWith("481 No\r\n"),
-         asked + LoginWith("281 Fine\r\n") +
-             Script{Expect("GROUP %s%n"), Send("211 1 2 2 g\r\n"), Expect("LISTGROUP"), Send("211 list\r\n2\r\n2")}});
-    profile->headersDone = profile->batchSize = profile->articleCursor = 7;
-    for (std::string const &name :
-         {""s, " "s, "."s, ".."s, "../a"s, "a/b"s, "a\r\nPOST"s, "a\tb"s, std::string(200, 'a')}) {
-        EXPECT_EQ(Select(name), -1) << name;
-        EXPECT_EQ(answer, "This is not the name of a newsgroup");
-    }
-    EXPECT_EQ(server->Received(), "");
-    EXPECT_EQ(profile->headersDone, 7);
-    EXPECT_EQ(Select("no.such"), -1);
-    EXPECT_EQ(answer, "411 No such group");
-    EXPECT_EQ(profile->headersDone, 0);
-    EXPECT_EQ(profile->batchSize, 7);
-    EXPECT_EQ(profile->articleCursor, 7);
-    EXPECT_FALSE(std::filesystem::exists(NumberListPath("usenet", "no.such")));
-    EXPECT_EQ(Select("%s%n"), -1);
-    EXPECT_EQ(shownAlerts, kRefusedAlerts);
-    // The second connection breaks off within the numbers.
-    Connect();
-    EXPECT_EQ(Select("%s%n"), -1);
-    EXPECT_EQ(answer, kLost);
-    EXPECT_EQ(profile->serverSocket, -1);
-    EXPECT_EQ(server->Problems(), "");
-}
-
-TEST_F(News, ArticlesAsTheyCome) {
-    std::string const texts[] = {"Subject: a\r\n\r\n..dots\r\n.\r\n", "Subject: a\r\n\r\n.\r\n", ".\r\n",
-                                 "Subject: \xff\0\r\n\r\nnul\0\r\n.\r\n"s,
-                                 "Subject: long\r\n\r\n" + std::string(300000, 'x') + "\r\n.\r\n"};
-    for (std::string const &text : texts)
-        for (size_t const piece : {size_t{0}, text.size() > 1000 ? text.size() / 7 : size_t{1}}) {
-            Open({{Expect("ARTICLE 12"), Send("220 12 <a@b> article\r\n", piece), Send(text, piece),
-                   Expect("ARTICLE 13"), Send("423 In step\r\n")}});
-            EXPECT_TRUE(Article(12) == text) << text.substr(0, 100);
-            EXPECT_EQ(Article(13), "(none)");
-            EXPECT_EQ(answer, "423 In step");
-            EXPECT_GT(profile->serverSocket, 0);
+    /// How each of the actions ended, parted by "; ".
+    std::string Do(std::string const &actions) {
+        std::string ends;
+        for (std::string const &action : Parts(actions)) {
+            size_t const blank = std::min(action.find(' '), action.size());
+            NewsSession session(*profile_, [this] { return Stopped(); });
+            NewsOutcome const end =
+                Act(session, action.substr(0, blank), action.substr(std::min(blank + 1, action.size())));
+            alerts_.insert(alerts_.end(), end.alerts.begin(), end.alerts.end());
+            ends += (ends.empty() ? "" : "; ") + TextOf(end);
         }
-    // What follows the end mark comes along, and never becomes the next answer.
-    Open({{Expect("ARTICLE 1"),
-           Send("220 1 <a@b>\r\nSubject: a\r\n\r\n.\r\n221 2 <c@d>\r\n" + std::string(9000, 'x'))}});
-    EXPECT_TRUE(Article(1).starts_with("Subject: a\r\n\r\n.\r\n221 2"));
-    EXPECT_EQ(profile->serverSocket, -1);
-}
-
-Script const kSelectAgain = Group("example.one", {1, 9});
-Script const kRefused = Answer("ARTICLE 4", "503 Away");
-
-TEST_F(News, ArticlesThatNeedANewConnection) {
-    Script const again =
-        kSelectAgain + Script{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\n.\r\n"), Stall()};
-    for (Script const &first : {kRefused, Answer("ARTICLE 4", "400 Idle"), Script{}}) {
-        Open({first, again});
-        CopyText(profile->currentGroup, "example.one");
-        profile->articleCursor = profile->headersDone = profile->batchSize = 5;
-        EXPECT_EQ(Article(4), "From: a\r\n\r\n.\r\n");
-        EXPECT_GT(profile->serverSocket, 0);
-        EXPECT_EQ(profile->lastArticle, 9);
-        // The download goes on where it was.
-        EXPECT_EQ(profile->articleCursor, 5);
-        EXPECT_EQ(profile->headersDone, 5);
-        EXPECT_EQ(profile->batchSize, 5);
+        return ends;
     }
-    Serve({again}); // never opened
-    CopyText(profile->currentGroup, "example.one");
-    EXPECT_EQ(Article(4), "From: a\r\n\r\n.\r\n");
-}
+    /// What the file may say of an account.
+    std::map<std::string, std::string> Facts() {
+        std::string alerts, numbers;
+        for (std::string const &alert : alerts_)
+            alerts += (alerts.empty() ? "" : "|") + alert;
+        std::string const bytes = FileText(NumberListPath("usenet", "g"));
+        for (size_t i = 0; i + 4 <= bytes.size() && bytes != "none"; i += 4) {
+            int32_t number = 0;
+            bytes.copy(reinterpret_cast<char *>(&number), 4, i);
+            numbers += (i ? " " : "") + std::to_string(number);
+        }
+        NewsProfile const &now = *profile_;
+        std::string state;
+        for (int32_t const number :
+             {+now.articleCount, +now.articleCursor, +now.lastArticle, +now.headersDone, +now.batchSize})
+            state += (state.empty() ? "" : " ") + std::to_string(number);
+        return {{"alerts", alerts},
+                {"state", state},
+                {"article", article_},
+                {"connection", now.serverSocket > 0 ? "open" : "closed"},
+                {"rows", rows_.numbers},
+                {"texts", rows_.texts},
+                {"count", std::to_string(rows_.count)},
+                {"numbers", bytes == "none" ? bytes : numbers},
+                {"listing", FileText(ListingPath("usenet"))}};
+    }
+    std::string Problems() {
+        CloseConnection(*profile_);
+        return server_.Problems();
+    }
 
-TEST_F(News, ArticlesThatCannotBeHad) {
-    struct {
-        std::vector<Script> scripts;
-        char const *answer;
-        bool open;
-    } const cases[] = {
-        {{kRefused, kSelectAgain + kRefused + Script{Stall()}}, "503 Away", true},
-        {{kRefused, kSelectAgain + Script{Expect("ARTICLE 4")}}, kLost, false},
-        {{kRefused, Answer("GROUP example.one", "411 Gone") + Script{Stall()}}, "411 Gone", false},
-        {{kRefused, {}}, kLost, false},
-        {{{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\nhalf\r\n.")}}, kLost, false},
-        {{Answer("ARTICLE 4", "480 Login") + Script{Stall()}}, "480 Login", true},
-    };
-    for (auto const &one : cases) {
-        int const before = CountDescriptors();
-        Open(one.scripts);
-        CopyText(profile->currentGroup, "example.one");
-        EXPECT_EQ(Article(4), "(none)") << one.answer;
-        EXPECT_EQ(answer, one.answer);
-        EXPECT_EQ(profile->serverSocket > 0, one.open) << one.answer;
-        CloseConnection(*profile);
-        server.reset();
-        EXPECT_LE(CountDescriptors(), before);
+  private:
+    bool Stopped() { return dialogue_.Has("stop") && server_.Received().ends_with(dialogue_["stop"]); }
+    static std::string TextOf(Outcome const &end) {
+        switch (end.ending) {
+        case Ending::kDone:
+            return "done" + end.text;
+        case Ending::kLost:
+            return end.text == "Lost the connection to the news server" ? "lost" : "lost: " + end.text;
+        case Ending::kStopped:
+            return "stopped" + end.text;
+        default:
+            return (end.ending == Ending::kRefused ? "refused: " : "failed: ") + end.text;
+        }
+    }
+    NewsOutcome Act(NewsSession &session, std::string const &action, std::string const &word) {
+        if (action == "connect")
+            return {session.Connect()};
+        if (!session.Wire() && (action == "login" || action == "list"))
+            return {Failed("no connection")};
+        if (action == "login")
+            return LogInToNews(*session.Wire(), session.Login());
+        if (action == "list") {
+            NewsOutcome end = FetchGroupList(*session.Wire(), ListingPath("usenet").c_str(), session.Login());
+            session.Close();
+            return end;
+        }
+        if (action == "group")
+            return SelectGroup(session, word, session.Login());
+        if (action == "open")
+            return OpenGroup(session, word, [](char const *) {});
+        if (action == "headers")
+            return FetchHeaders(session, std::stoi(word), rows_);
+        if (action == "read") {
+            NewsOutcome end = OpenGroup(session, word, [](char const *) {});
+            return end ? FetchHeaders(session, -1, rows_) : end;
+        }
+        if (action == "article") {
+            FetchedArticle fetched = FetchArticle(session, std::stoi(word));
+            EXPECT_EQ(fetched.text != nullptr, static_cast<bool>(fetched.outcome));
+            if (fetched.text)
+                article_.assign(fetched.text.get(), fetched.length);
+            return fetched.outcome;
+        }
+        if (action == "had")
+            HadGroup(word);
+        else
+            PutInTheWay(action + " " + word);
+        return {};
+    }
+    void HadGroup(std::string const &word) {
+        NewsProfile &now = *profile_;
+        size_t const blank = word.find(' ');
+        CopyText(now.currentGroup, word.substr(0, blank));
+        now.articleCount = now.articleCursor = now.lastArticle = now.headersDone = now.batchSize =
+            std::stoi(word.substr(blank));
+    }
+    static void PutInTheWay(std::string const &what) {
+        ASSERT_TRUE(what == "full disk" || what == "odd spool") << what;
+        if (what == "odd spool")
+            fs::create_directory(SpoolPath("usenet"));
+        else
+            for (std::string const &path : {SpoolPath("usenet"), ListingPath("usenet")})
+                fs::create_symlink("/dev/full", path);
+    }
+
+    Dialogue dialogue_;
+    ScriptedServer server_;
+    AccountRef<NewsProfile> profile_;
+    std::vector<std::string> alerts_;
+    std::string article_;
+    Rows rows_;
+};
+
+TEST(NewsSession, Dialogues) {
+    int descriptors = 0;
+    for (Dialogue const &dialogue : ReadDialogues("nntp/session")) {
+        SCOPED_TRACE(dialogue.name);
+        {
+            Session session(dialogue);
+            EXPECT_EQ(session.Do(dialogue["do"]), dialogue["gives"]);
+            for (auto const &[fact, value] : session.Facts()) {
+                EXPECT_TRUE(!dialogue.Has(fact) || value == dialogue[fact])
+                    << fact << ": " << value.substr(0, 300) << "\nnot " << dialogue[fact].substr(0, 300);
+            }
+            EXPECT_EQ(FileText(SpoolPath("usenet")), "none");
+            EXPECT_EQ(dialogue.Has("stop") ? "" : session.Problems(), "");
+        }
+        descriptors = descriptors ? descriptors : CountDescriptors();
+        EXPECT_LE(CountDescriptors(), descriptors);
     }
 }
 
-TEST_F(News, AnswersThatDoNotFit) {
-    Open({{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\n"), Flood("From here to eternity\r\n", kLargestAnswer * 2)},
-          {Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n\r\n.\r\n")},
-          {Expect("LIST"), Send("215 Groups\r\n"), Expect("LIST"), Send("a.one 3 1 y\r\n.\r\n")}});
-    EXPECT_EQ(Article(4), "(none)");
-    EXPECT_EQ(answer, "The news server's answer is too large");
-    EXPECT_EQ(profile->serverSocket, -1);
-    // A full disk.
-    std::filesystem::create_symlink("/dev/full", SpoolPath("usenet"));
-    Connect();
-    EXPECT_EQ(Article(4), "(none)");
-    EXPECT_EQ(answer, "The news server's answer could not be stored");
-    std::filesystem::create_symlink("/dev/full", ListingPath("usenet"));
-    Connect();
-    EXPECT_EQ(GetListing(), -1);
-    EXPECT_EQ(screen.Status(), "The news server's answer could not be stored");
+TEST(NewsSession, EndsWhereverTheServerGoes) {
+    Dialogue const whole = ReadDialogue("nntp/session", "whole");
+    Script cut;
+    for (Step const &step : whole.connections[0]) {
+        if (step.kind == Step::kSend)
+            for (Step const &last : {Reset(), Send(step.text.substr(0, step.text.size() - 2))}) {
+                Session session(whole, {cut + Script{last}});
+                std::string const end = session.Do("read g");
+                EXPECT_TRUE(end == "lost" || (cut.empty() && end == "failed: The news server does not answer"))
+                    << end;
+                EXPECT_EQ(session.Facts()["connection"], "closed");
+            }
+        cut.push_back(step);
+    }
 }
 
-TEST_F(News, SilenceIsPaintedAndCanBeEnded) {
-    Open({{Expect("ARTICLE 4"), Send("220 4 <a@b>\r\nFrom: a\r\n"), Stall()}});
-    std::thread other([&] {
-        // The library is free for others while the main thread waits, and what they change is painted.
-        SetStatus("Somebody else was here");
-        EXPECT_TRUE(screen.WaitUntilPainted("Somebody else was here"));
-        StopDownload(*profile);
-    });
-    EXPECT_EQ(Article(4), "(none)");
-    other.join();
-    EXPECT_EQ(profile->serverSocket, -1);
+std::string Post(int number, std::string const &references = "", std::string const &body = "Hello.\n") {
+    std::string const text = std::to_string(number);
+    return "From: Author <a@example.org>\nNewsgroups: test.general\nSubject: Article " + text +
+           "\nDate: Mon, 01 Jan 2024 00:00:01 +0000\nMessage-ID: <a" + text + "@example.org>\n" +
+           (references.empty() ? "" : "References: " + references + "\n") + "\n" + body;
+}
+
+/// A real server that wants a login.
+TEST(NewsSession, OfARealServer) {
+    InnServer inn({"--access", "required"});
+    if (inn.MayNotRun())
+        GTEST_SKIP() << "INN needs root or user name spaces here";
+    ASSERT_GT(inn.Port(), 0);
+    std::string large;
+    for (int i = 0; i < 20000; i++)
+        large += (i % 9 ? "A line of a long article, number " : "..") + std::to_string(i) + "\n";
+    ASSERT_TRUE(inn.Put(Post(1)));
+    ASSERT_TRUE(inn.Put(Post(2, "<a1@example.org>", ".one\n.\n..two\n")));
+    ASSERT_TRUE(inn.Put(Post(3, "<a1@example.org>\n <a2@example.org>", large)));
+    Session session(inn.Address());
+    EXPECT_EQ(session.Do("connect; list; connect; group no.where; group test.other; open test.general; headers 500"),
+              "done; done; done; refused: 411 No such group no.where; done; done; done");
+    std::string const listing = session.Facts()["listing"];
+    EXPECT_TRUE(listing.starts_with("control 0000000000 0000000001 n\r\n")) << listing;
+    EXPECT_TRUE(listing.ends_with("\r\ntest.general 0000000003 0000000001 y\r\ntest.other 0000000000 0000000001 y"))
+        << listing;
+    EXPECT_EQ(session.Facts()["rows"], "1 2 3");
+    EXPECT_TRUE(session.Facts()["texts"].starts_with(
+        "\tArticle 1\tAuthor <a@example.org>\tMon, 01 Jan 2024 00:00:01 +0000\t"));
+    EXPECT_EQ(session.Do("article 2"), "done");
+    std::string const dots = session.Facts()["article"];
+    EXPECT_TRUE(dots.starts_with("Path: ") && dots.ends_with("\r\n\r\n..one\r\n..\r\n...two\r\n.\r\n")) << dots;
+    EXPECT_EQ(session.Do("article 3"), "done");
+    EXPECT_GT(session.Facts()["article"].size(), large.size() + 20000);
+
+    // The current article was cancelled: the next one is asked for.
+    ASSERT_TRUE(inn.Control({"cancel", "<a1@example.org>"}));
+    EXPECT_EQ(session.Do("article 1; connect; open test.general; headers 500"),
+              "refused: 423 No such article number 1; done; done; done");
+    EXPECT_EQ(session.Facts()["rows"], "1 2 3 2 3");
+    // The server was away, and is there again.
+    inn.Stop();
+    EXPECT_EQ(session.Do("article 3"), "failed: Could not connect to the news server");
+    ASSERT_TRUE(inn.Start());
+    ASSERT_TRUE(inn.Put(Post(4)));
+    // Reading an article moves what the server stands at.
+    EXPECT_EQ(session.Do("article 4; headers 500"), "done; done");
+    EXPECT_EQ(session.Facts()["rows"], "1 2 3 2 3 4");
+    EXPECT_EQ(Session(inn.Address(), "wrong").Do("connect; group test.general"),
+              "done; refused: 481 Authentication failed");
 }
 
 } // namespace

@@ -18,6 +18,7 @@
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
+#include <utility>
 
 std::vector<std::string> shownAlerts;
 
@@ -35,7 +36,15 @@ int PtFileSelection(PtWidget_t *, PhPoint_t const *, char const *, char const *,
     return -1;
 }
 
+struct PtWorkProcId {
+    int (*work)(void *data);
+    void *data;
+};
+
 namespace {
+
+/// What the main loop is to call.
+std::vector<PtWorkProcId> procs;
 
 class MemoryDisplay : public PtDisplay {
   public:
@@ -69,11 +78,22 @@ class MemoryDisplay : public PtDisplay {
 
 MemoryDisplay display;
 
+void RunProcs() {
+    for (PtWorkProcId const &proc : std::exchange(procs, {}))
+        while (proc.work(proc.data) == Pt_CONTINUE) {
+        }
+}
+
 void Make(int number, PtWidgetClassRef_t widgetClass) {
     AbWidgets[number] = PtCreateWidget(widgetClass, ABW_base, 0, nullptr);
 }
 
 } // namespace
+
+PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t, int (*work)(void *data), void *data) {
+    procs.push_back({work, data});
+    return &procs.back();
+}
 
 Screen::Screen() {
     PtLockInit();
@@ -117,14 +137,16 @@ void Screen::RunCallback(std::function<void()> const &callback) {
 }
 
 bool Screen::PaintUntil(std::function<bool()> const &done) {
-    for (auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(60); !done();) {
+    for (auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(60);;) {
+        PtLockAcquireGui();
+        RunProcs();
+        PtLockReleaseGui();
+        if (done())
+            return true;
         if (std::chrono::steady_clock::now() > end)
             return false;
-        PtLockAcquireGui();
-        PtLockReleaseGui();
         std::this_thread::sleep_for(std::chrono::microseconds(100));
     }
-    return true;
 }
 
 void Screen::RunWorker(std::function<void()> const &work) {

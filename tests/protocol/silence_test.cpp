@@ -3,10 +3,9 @@
 #include "fixtures/scripted_server.h"
 #include "net/address.h"
 #include "net/line_io.h"
-#include "news/article.h"
-#include "news/nntp.h"
+#include "news/session/article.h"
 #include "pop/message.h"
-#include "protocol/news_fixture.h"
+#include "protocol/news_account.h"
 #include "protocol/screen.h"
 #include "widgets/server_calls.h"
 
@@ -20,11 +19,11 @@ TEST(Silence, EndsADownload) {
     ScriptedServer newsServer(
         Script{Send("200 Hello\r\n"), Expect("ARTICLE 1"), Send("220 1 <a@b>\r\nFrom: a\r\n"), Stall()});
     AccountRef<NewsProfile> const news = MakeNewsProfile(newsServer.Address());
-    news->serverSocket = httpget(news->server);
-    std::string answer;
-    size_t length = 0;
-    std::thread meanwhile(
-        [&] { EXPECT_EQ(GetNewsArticle(news->serverSocket, *news, 1, "alice", "secret", answer, length), nullptr); });
+    FetchedArticle article;
+    std::thread meanwhile([&] {
+        EXPECT_TRUE(NewsSession(*news, {}).Connect());
+        article = FetchArticle(*news, 1, {});
+    });
     ScriptedServer server(Script{Expect("RETR 1"), Send("+OK 100 octets\r\nSubject: a\r\n"), Stall()});
     AccountRef<MailProfile> const profile = MakeProfile("p", server.Address(), true);
     profile->serverSocket = OpenMailConnection(*profile, nullptr, kPop3);
@@ -36,7 +35,7 @@ TEST(Silence, EndsADownload) {
     meanwhile.join();
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(kSilenceSeconds + 20));
     EXPECT_EQ(news->serverSocket, -1);
-    EXPECT_EQ(answer, "Lost the connection to the news server");
+    EXPECT_EQ(article.outcome.text, "Lost the connection to the news server");
     EXPECT_EQ(profile->serverSocket, -1);
     EXPECT_EQ(LockValue(*profile), 1);
     EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");

@@ -1,6 +1,6 @@
 // What threads articles: the rows by their Message-IDs, and the range of numbers that is asked for.
 
-#include "news/number_list.h"
+#include "news/session/number_list.h"
 #include "news/thread_tree.h"
 #include "scratch.h"
 

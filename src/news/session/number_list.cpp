@@ -1,4 +1,4 @@
-#include "news/number_list.h"
+#include "news/session/number_list.h"
 
 #include "base/fd.h"
 

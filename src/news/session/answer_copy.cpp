@@ -1,7 +1,8 @@
-#include "news/answer_copy.h"
+#include "news/session/answer_copy.h"
 
 #include "base/fd.h"
 #include "base/text.h"
+#include "news/session/nntp.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -12,6 +13,9 @@ namespace {
 constexpr std::string_view kEndMark = "\r\n.\r\n";
 constexpr size_t kBlockSize = 256 * 1024;
 constexpr size_t kNumberLineWidth = 199;
+/// Short numbers take more room in the file than in the answer, but there are few of them: many empty lines are no
+/// list of numbers, and would fill the disk.
+constexpr size_t kSpare = 1 << 20;
 
 /// Appends what `piece` adds to `block`. True when the end mark has come, in one piece or across two.
 bool TakePiece(std::string &block, std::string_view piece) {
@@ -34,44 +38,38 @@ void AppendNumber(std::string &block, int32_t number) {
         block += static_cast<char>(static_cast<uint32_t>(number) >> shift & 0xff);
 }
 
+Outcome TooLarge() { return Failed("The news server's answer is too large"); }
+
 } // namespace
 
-char const *ReasonOf(AnswerEnd end) {
-    switch (end) {
-    case AnswerEnd::kTooLarge:
-        return "The news server's answer is too large";
-    case AnswerEnd::kNotStored:
-        return "The news server's answer could not be stored";
-    default:
-        return "Lost the connection to the news server";
-    }
-}
-
-AnswerEnd CopyBody(NntpReader &reader, int file, size_t piece, size_t cut) {
-    // The end of the status line may begin the mark: an answer without any line is "." alone.
+Outcome CopyBody(Stream &stream, int file, size_t piece, size_t cut) {
+    size_t const most = stream.Received() + kLargestAnswer;
+    // The end of the status line may start the mark: an answer without any line is "." alone.
     std::string block = "\r\n";
     size_t foreign = block.size();
     for (;;) {
-        std::string_view const some = reader.ReadSome(piece);
+        std::string_view const some = stream.ReadSome(piece);
         bool const marked = TakePiece(block, some);
         bool const over = marked || some.empty();
         if (over || block.size() >= kBlockSize) {
-            // Held back while more may come: what is cut off in the end, or begins a mark.
+            // Held back while more may come: what is cut off in the end, or starts a mark.
             size_t const keep = marked ? cut : some.empty() ? 0 : std::max(cut, kEndMark.size());
             if (!WriteBlock(file, block, foreign, keep))
-                return AnswerEnd::kNotStored;
+                return Failed("The news server's answer could not be stored");
             foreign = 0;
         }
         if (over)
-            return marked ? AnswerEnd::kMark : AnswerEnd::kLost;
-        if (reader.Received() > kLargestAnswer)
-            return AnswerEnd::kTooLarge;
+            return marked ? Outcome() : NewsLoss(stream.Stopped());
+        if (stream.Received() > most)
+            return TooLarge();
     }
 }
 
-AnswerEnd CopyNumbers(NntpReader &reader, int file) {
+Outcome CopyNumbers(Stream &stream, int file) {
+    size_t const before = stream.Received();
+    size_t bytes = 0;
     std::string block;
-    for (std::string_view line; reader.ReadLine(line, kNumberLineWidth);) {
+    for (std::string_view line; stream.ReadLine(line, kNumberLineWidth);) {
         bool const over = line == ".";
         if (!over)
             AppendNumber(block, DecimalPrefix(line));
@@ -82,9 +80,11 @@ AnswerEnd CopyNumbers(NntpReader &reader, int file) {
             block.clear();
         }
         if (over)
-            return AnswerEnd::kMark;
-        if (reader.Received() > kLargestAnswer)
-            return AnswerEnd::kTooLarge;
+            return {};
+        bytes += sizeof(int32_t);
+        size_t const received = stream.Received() - before;
+        if (received > kLargestAnswer || bytes > received + kSpare)
+            return TooLarge();
     }
-    return AnswerEnd::kLost;
+    return NewsLoss(stream.Stopped());
 }

@@ -1,4 +1,4 @@
-#include "news/overview.h"
+#include "news/session/overview.h"
 
 #include "base/text.h"
 
@@ -21,7 +21,7 @@ OverviewLine ParseOverviewLine(std::string_view line) {
     line = line.substr(0, line.find('\0'));
     line = line.substr(0, line.find('\r'));
     size_t const tab = line.find('\t');
-    OverviewLine parsed{DecimalPrefix(line), tab == std::string_view::npos ? line : line.substr(tab), {}, {}};
+    OverviewLine parsed{LeadingNumber(line), tab == std::string_view::npos ? line : line.substr(tab), {}, {}};
     for (int field = 0; field < kFieldsBeforeMessageId; field++)
         TakeField(line);
     parsed.messageId = TakeField(line);
@@ -30,6 +30,6 @@ OverviewLine ParseOverviewLine(std::string_view line) {
 }
 
 std::string_view ParentOf(std::string_view references) {
-    size_t const begin = references.rfind('<');
-    return begin == std::string_view::npos ? std::string_view() : references.substr(begin);
+    size_t const start = references.rfind('<');
+    return start == std::string_view::npos ? std::string_view() : references.substr(start);
 }

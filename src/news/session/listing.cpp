@@ -1,13 +1,18 @@
-#include "news/listing.h"
+#include "news/session/listing.h"
 
-#include "base/account.h"
+#include "base/text.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr size_t kMarkWidth = 2; // the subscription mark and the tab behind it
+constexpr size_t kMarkWidth = 2; // the subscription mark and the tab after it
 constexpr size_t kShortestRow = 4;
+
+bool IsListed(std::string_view group) {
+    size_t const length = group.find_last_not_of(' ') + 1;
+    return length <= kLongestListedName && IsPlainName(group.substr(0, length));
+}
 
 } // namespace
 
@@ -27,7 +32,7 @@ char const *ListingReader::Next() {
     while (!rest_.empty()) {
         Take();
         std::string_view const row(row_, length_);
-        if (row.size() >= kShortestRow && IsGroupName(GroupOfRow(row)))
+        if (row.size() >= kShortestRow && IsListed(GroupOfRow(row)))
             return row_;
     }
     return nullptr;

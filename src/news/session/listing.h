@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string_view>
 
+constexpr size_t kLongestListedName = 498;
+
 /// Turns a stored group list into rows, one after another. A row is a blank, a tab and the bytes of a line up to and
 /// with its first blank, or up to a zero byte; the rest of the line is skipped. A line without a blank runs on into
 /// the next ones, and then names no group unless it is the last.
@@ -12,12 +14,13 @@ class ListingReader {
     /// `listing` must stay while this reads.
     explicit ListingReader(std::string_view listing) : rest_(listing) {}
 
-    /// The next row whose group may be subscribed to (IsGroupName), terminated, valid until the next call; null at
-    /// the end. Other rows, and those of 3 characters or less, are passed over.
+    /// The next row of a group, terminated, valid until the next call; null at the end. Passed over: rows of 3
+    /// characters or less, names of more than kLongestListedName bytes, and such as cannot be a file's. A group of
+    /// more than 199 bytes cannot be subscribed to (IsGroupName).
     char const *Next();
 
   private:
-    static constexpr size_t kRowWidth = 500;
+    static constexpr size_t kRowWidth = 2 + kLongestListedName + 2; // mark, tab, name, blank, end
 
     void Take();
 

@@ -1,4 +1,4 @@
-#include "news/news_files.h"
+#include "news/session/news_files.h"
 
 #include "base/account.h"
 #include "base/paths.h"

@@ -1,8 +1,9 @@
 #pragma once
 // One line of a group's overview (RFC 3977 8.3): number, subject, author, date, Message-ID, references, bytes, lines,
-// separated by tabs. Private to this folder; no toolkit.
+// separated by tabs.
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 /// Of a longer line only this many bytes count.
@@ -10,7 +11,7 @@ constexpr size_t kOverviewWidth = 5000;
 
 /// Pieces of the line, empty where it has none.
 struct OverviewLine {
-    int32_t number;              ///< 0 when the line has none
+    std::optional<int32_t> number;
     std::string_view row;        ///< from the first tab on, as the header list shows it; without a tab all
     std::string_view messageId;  ///< the fifth field
     std::string_view references; ///< the sixth field
