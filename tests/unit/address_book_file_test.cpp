@@ -52,7 +52,7 @@ TEST(AddressBookFile, LoadingCreatesAMissingBookAndLeavesOthersAlone) {
     WriteFile(root / ".global", "Ann\ta@x\t\n");
     EXPECT_EQ(LoadBook(root / ".global"), "Ann\ta@x\t\n");
     EXPECT_EQ(mkfifo((root / ".pipe").c_str(), 0600), 0);
-    EXPECT_EQ(LoadBook(root / ".pipe"), "") << "nobody writes to it: must not wait";
+    EXPECT_EQ(LoadBook(root / ".pipe"), "") << "nothing writes to it: must not wait";
     EXPECT_EQ(LoadBook(root.Path()), "");
     EXPECT_EQ(LoadBook(root / "missing/.global"), "");
     WriteFile(root / ".huge", "");

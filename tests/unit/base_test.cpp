@@ -27,7 +27,7 @@ TEST(Fields, AreFilledToTheirWidthAndNoFurther) {
         size_t const expected = std::min<size_t>(length, 7);
         EXPECT_EQ(CopyText(field, 8, std::string(length, 'x')), expected);
         EXPECT_STREQ(field, std::string(expected, 'x').c_str());
-        EXPECT_EQ(field[8], '#') << "wrote behind the field";
+        EXPECT_EQ(field[8], '#') << "wrote past the field";
     }
     EXPECT_EQ(CopyText(field, std::string_view("ab\0cd", 5)), 2u);
     EXPECT_EQ(CopyText(field, 0, "x"), 0u);

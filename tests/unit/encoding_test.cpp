@@ -21,7 +21,7 @@ std::string Decode(std::string_view text) {
     std::string const in(text);
     std::string out(3 * (in.size() / 4) + 2, '#');
     int32_t const length = Base64Decode(out.data(), in.c_str());
-    EXPECT_EQ(out.back(), '#') << "wrote behind its room";
+    EXPECT_EQ(out.back(), '#') << "wrote past its room";
     EXPECT_EQ(out[static_cast<size_t>(length)], 0);
     return out.substr(0, static_cast<size_t>(length));
 }
@@ -73,7 +73,7 @@ TEST(Base64Decode, EveryByteAtEveryLength) {
 
 /// The characters before the terminator, and their number as Base64Encode tells it.
 std::pair<std::string, int32_t> Encode(std::string const &in) {
-    // On the heap exactly as long as it is, so that a look behind its end is seen.
+    // On the heap exactly as long as it is, so that a look past its end is seen.
     std::vector<char> const exact(in.begin(), in.end());
     std::string out(in.size() * 4 / 3 + in.size() / 45 * 2 + 80, 0);
     int32_t const length = Base64Encode(out.data(), exact.data(), static_cast<int32_t>(in.size()));
@@ -91,7 +91,7 @@ TEST(Base64Encode, LinesOf64AndAShortLastGroup) {
     EXPECT_EQ(Encode(zeros + zeros.substr(0, 3)).first, line + "\nAAAA");
     char out[8] = "";
     Base64Encode(out, "Ma", 2);
-    EXPECT_EQ(std::string(out, 5), "T\0E=\0"s) << "the whole group lies behind the terminator";
+    EXPECT_EQ(std::string(out, 5), "T\0E=\0"s) << "the whole group comes after the terminator";
 }
 
 TEST(Base64Encode, RoundTripOfWholeGroups) {

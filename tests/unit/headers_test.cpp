@@ -17,7 +17,7 @@ TEST(FindNoCase, LooksAtNoMoreThanItIsTold) {
     };
     std::string const text = "Content-Type: x; BounDary=\"b\"";
     EXPECT_EQ(find(text, "BOUNDARY=\"", text.size()), 17);
-    EXPECT_EQ(find(text, "boundary=\"", 26), -1) << "the needle's last byte lies behind the length";
+    EXPECT_EQ(find(text, "boundary=\"", 26), -1) << "the needle's last byte is past the length";
     EXPECT_EQ(find("abc", "ABCDEF", 3), 0) << "a longer needle is cut to the length";
     EXPECT_EQ(find("", "abc", 0), 0);
     std::string const far = std::string(1996, ' ') + "nameX";

@@ -137,7 +137,7 @@ TEST_F(CutIndexTest, AnywhereLosesNothing) {
         if (length % 3 != 0) {
             ASSERT_EQ(Rows(), three_) << length;
         }
-        // With the header's number lost, that of the deleted message is free again; nobody else's ever is.
+        // With the header's number lost, that of the deleted message is free again; that of another never is.
         int32_t const next = length < 8 ? 4 : 5;
         ASSERT_EQ(Append("next"), next) << length;
         ASSERT_EQ(Rows(), three_ + Listed(next, "next")) << length;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A multipart message around `parts`, which begin and end at a boundary "--b".
+/// A multipart message around `parts`, which start and end at a boundary "--b".
 std::string Multipart(std::string const &parts, std::string const &boundary = "b") {
     return "Content-Type: multipart/mixed; boundary=\"" + boundary + "\"\r\n\r\n" + parts;
 }

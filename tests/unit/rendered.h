@@ -49,7 +49,7 @@ inline std::unique_ptr<MailPage> RenderMail(std::string const &message, Extent e
     ParseHeaders(message.c_str(), *headers);
     std::string const path = result->directory / "page";
     int const file = open(path.c_str(), O_WRONLY | O_CREAT, 0600);
-    // The text is handed over without a byte behind its terminator, so that a memory checker sees every step too far.
+    // The text is handed over without a byte after its terminator, so that a memory checker sees every step too far.
     std::vector<char> text(message.c_str(), message.c_str() + strlen(message.c_str()) + 1);
     std::string const images = result->directory.Path();
     if (extent == kBody)
