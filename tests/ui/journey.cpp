@@ -25,7 +25,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
+#include <set>
 #include <thread>
 #include <unistd.h>
 
@@ -33,9 +33,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Step = std::function<void(Journey &, std::string const &)>;
-
 QString Q(std::string const &text) { return QString::fromStdString(text); }
+std::string S(QString const &text) { return text.toStdString(); }
 
 /// The first word, which is taken away.
 std::string Word(std::string &text) {
@@ -45,13 +44,8 @@ std::string Word(std::string &text) {
     return word;
 }
 
-std::vector<std::string> Parts(std::string const &text, std::string const &separator) {
-    std::vector<std::string> parts;
-    size_t at = 0;
-    for (size_t end; (end = text.find(separator, at)) != text.npos; at = end + separator.size())
-        parts.push_back(text.substr(at, end - at));
-    parts.push_back(text.substr(at));
-    return parts;
+QStringList Parts(std::string const &text, char const *separator) {
+    return Q(text).split(QLatin1String(separator), Qt::SkipEmptyParts);
 }
 
 /// Waits for it, in front of the windows or without any.
@@ -64,42 +58,29 @@ bool Comes(std::function<bool()> const &what) {
     return what();
 }
 
-/// A step "ABOUT = TEXT": what `look` finds must become the text. Without `one` there is nothing that it is about.
-Step Expected(std::function<std::string(Journey &, std::string const &)> const &look, bool one = true) {
-    return [=](Journey &journey, std::string const &rest) {
-        std::string text = rest;
-        std::string const about = one ? journey.Text(Word(text)) : "", how = Word(text), wanted = journey.Text(text);
-        std::string found;
-        bool const came = Comes([&] {
-            found = look(journey, about);
-            return how == "="   ? found == wanted
-                   : how == "^" ? found.starts_with(wanted)
-                                : (found.find(wanted) != found.npos) == (how == "~");
-        });
-        EXPECT_TRUE(came) << "found: " << found;
-    };
-}
-/// A step that must become true of what it names.
-Step Holds(std::function<bool(Journey &, std::string const &)> const &test) {
-    return [=](Journey &journey, std::string const &rest) {
-        EXPECT_TRUE(Comes([&] { return test(journey, journey.Text(rest)); }));
-    };
-}
-/// A step of a name and a text, of a text alone.
-Step OfTwo(std::function<void(char const *, std::string const &)> const &act) {
-    return [=](Journey &journey, std::string const &rest) {
-        std::string text = rest;
-        std::string const name = journey.Text(Word(text));
-        act(name.c_str(), journey.Text(text));
-    };
-}
-Step OfOne(std::function<void(std::string const &)> const &act) {
-    return [=](Journey &journey, std::string const &rest) { act(journey.Text(rest)); };
-}
+/// What stands behind the step's word: all of it, its first word, what follows that.
+struct Line {
+    Journey &journey;
+    std::string raw, all = journey.Text(raw), rest = raw, first = journey.Text(Word(rest)), text = journey.Text(rest);
+    char const *Name() const { return first.c_str(); }
+};
+using L = Line const &;
+std::map<std::string, void (*)(L)> acts;          ///< steps that do something
+std::map<std::string, bool (*)(L)> facts;         ///< what must become true
+std::map<std::string, std::string (*)(L)> looks;  ///< what must become equal to the text of "NAME = TEXT"
+std::map<std::string, std::string (*)(L)> wholes; ///< the same of "= TEXT"
+std::map<std::string, std::function<void()>> own;
 
-std::map<std::string, std::function<void()>> &OwnSteps() {
-    static std::map<std::string, std::function<void()>> steps;
-    return steps;
+void Expect(std::string (*look)(L), L line, std::string text) {
+    std::string const how = Word(text), wanted = line.journey.Text(text);
+    std::string found;
+    bool const came = Comes([&] {
+        found = look(line);
+        return how == "="   ? found == wanted
+               : how == "^" ? found.starts_with(wanted)
+                            : (found.find(wanted) != found.npos) == (how == "~");
+    });
+    EXPECT_TRUE(came) << "found: " << found;
 }
 
 /// What is delivered or stored: "plain SUBJECT", "demo NAME" or the text itself.
@@ -185,258 +166,192 @@ std::string Articles(int count) {
     return batch;
 }
 
-std::map<std::string, Step> Servers() {
-    return {
-        {"dovecot",
-         [](Journey &journey, std::string const &) {
-             journey.pop = std::make_unique<DovecotServer>();
-             ASSERT_GT(journey.pop->Port(), 0);
-             journey.Tell("POP", journey.pop->Address());
-         }},
-        {"postfix",
-         [](Journey &journey, std::string const &) {
-             journey.smtp = std::make_unique<PostfixServer>(journey.pop->WorkDirectory() + "/mail");
-             ASSERT_GT(journey.smtp->Port(), 0);
-             journey.Tell("SMTP", journey.smtp->Address());
-         }},
-        {"inn",
-         [](Journey &journey, std::string const &options) {
-             journey.news =
-                 std::make_unique<InnServer>(options.empty() ? std::vector<std::string>{} : Parts(options, " "));
-             if (journey.news->MayNotRun())
-                 GTEST_SKIP() << "the news server switches users, which takes root";
-             ASSERT_GT(journey.news->Port(), 0);
-             journey.Tell("NEWS", journey.news->Address());
-         }},
-        {"within",
-         [](Journey &journey, std::string const &seconds) {
-             EXPECT_LT(std::chrono::steady_clock::now() - journey.start, std::chrono::seconds(std::stoi(seconds)));
-         }},
-        {"serve",
-         [](Journey &journey, std::string const &rest) {
-             std::string name = rest;
-             std::string const file = Word(name);
-             journey.server = std::make_unique<ScriptedServer>(ReadDialogue(file, journey.Text(name)));
-             journey.Tell("SERVER", journey.server->Address());
-         }},
-        {"needs-root",
-         [](Journey &, std::string const &) {
-             if (geteuid() != 0)
-                 GTEST_SKIP() << "the servers switch users, which takes root";
-         }},
-        {"deliver",
-         [](Journey &journey, std::string const &rest) {
-             std::string what = rest;
-             std::string const user = Word(what);
-             journey.pop->Put(user, Message(journey.Text(what)));
-         }},
-        {"post",
-         [](Journey &journey, std::string const &text) { EXPECT_TRUE(journey.news->Put(journey.Text(text))); }},
-        {"articles", [](Journey &journey,
-                        std::string const &count) { EXPECT_TRUE(journey.news->Put(Articles(std::stoi(count)))); }},
-        {"kick", [](Journey &journey, std::string const &user) { journey.pop->Kick(user); }},
-        {"log",
-         [](Journey &journey, std::string const &rest) {
-             std::string text = rest;
-             int const times = std::stoi(Word(text));
-             EXPECT_TRUE(Comes([&] { return Q(journey.pop->Log()).count(Q(text)) >= times; }));
-         }},
-        {"logged", Expected([](Journey &journey, std::string const &text) {
-             return std::to_string(Q(journey.pop->Log()).count(Q(text)));
-         })},
-        {"mailbox", Expected([](Journey &journey, std::string const &user) {
-             return std::to_string(journey.pop->Count(user));
-         })},
-        {"served",
-         [](Journey &journey, std::string const &rest) {
-             std::string text = rest;
-             int const times = std::stoi(Word(text));
-             EXPECT_TRUE(Comes([&] { return Q(journey.server->Log()).count(Q(text)) >= times; }));
-         }},
-    };
+std::string Lines(QStringList const &rows) { return S(rows.join('\n')); }
+
+/// Starts a server and tells its address as the word; a case whose server may not run here is skipped.
+template <class Server>
+void Start(Journey &journey, std::unique_ptr<Server> &server, char const *word, Server *made) {
+    server.reset(made);
+    if constexpr (std::is_base_of_v<RealServer, Server>) {
+        if (server->Port() == 0 && geteuid() != 0)
+            GTEST_SKIP() << "the server switches users, which takes root";
+    }
+    ASSERT_GT(server->Port(), 0);
+    journey.Tell(word, server->Address());
 }
 
-std::map<std::string, Step> Things() {
-    return {
-        {"mail-profile",
-         [](Journey &journey, std::string const &rest) {
-             std::vector<std::string> const words = Parts(journey.Text(rest), " ");
-             MakeProfile(words.at(1), words.at(2) == "leave", words.size() > 3 ? std::stoi(words[3]) : 300, words[0]);
-         }},
-        {"news-profile",
-         [](Journey &journey, std::string const &rest) {
-             std::string groups = rest;
-             std::string const server = journey.Text(Word(groups));
-             std::vector<std::string> names;
-             while (!groups.empty())
-                 names.push_back(journey.Text(Word(groups)));
-             MakeNewsProfile(server, names);
-         }},
-        {"send-through", OfTwo([](char const *name, std::string const &server) { SendThrough(server, name); })},
-        {"put", OfTwo([](char const *path, std::string const &text) {
-             Put(path, text.substr(std::min<size_t>(2, text.size())));
-         })},
-        {"sparse", OfTwo([](char const *path, std::string const &bytes) {
-             Put(path, "");
-             fs::resize_file(path, std::stoull(bytes));
-         })},
-        {"remove", OfOne([](std::string const &path) { fs::remove_all(path); })},
-        {"directory", OfOne([](std::string const &path) { fs::create_directories(path); })},
-        {"tool", OfTwo([](char const *name, std::string const &script) {
-             Put(TempHome() + "/tools/" + name, "#!/bin/sh\n" + script.substr(2));
-             fs::permissions(TempHome() + "/tools/" + name, fs::perms::owner_all);
-             setenv("PATH", (TempHome() + "/tools:" + getenv("PATH")).c_str(), 1);
-         })},
-        {"store", OfTwo([](char const *folder, std::string const &what) {
-             EXPECT_GT(AppendMessage((Root() + folder + "/").c_str(), Message(what)), 0);
-         })},
-        {"content", Expected([](Journey &, std::string const &path) { return FileText(path); })},
-        {"files", Expected([](Journey &, std::string const &path) {
-             std::vector<std::string> names;
-             for (auto const &entry : fs::directory_iterator(path))
-                 names.push_back(entry.path().filename());
-             std::sort(names.begin(), names.end());
-             std::string all;
-             for (std::string const &name : names)
-                 all += (all.empty() ? "" : "\n") + name;
-             return all;
-         })},
-        {"bytes", Expected([](Journey &, std::string const &path) { return std::to_string(FileText(path).size()); })},
-        {"mode", Expected([](Journey &, std::string const &path) {
-             std::ostringstream text;
-             text << std::oct << ModeOf(path);
-             return text.str();
-         })},
-        {"exists", Holds([](Journey &, std::string const &path) { return fs::exists(path); })},
-        {"missing", Holds([](Journey &, std::string const &path) { return !fs::exists(path); })},
-        {"shell", OfOne([](std::string const &command) {
-             EXPECT_EQ(RunProgram({"sh", "-c", command}), 0);
-         })},
-        {"do", OfOne([](std::string const &name) { OwnSteps().at(name)(); })},
+void AddServers() {
+    acts["dovecot"] = [](L l) { Start(l.journey, l.journey.pop, "POP", new DovecotServer); };
+    acts["postfix"] = [](L l) {
+        Start(l.journey, l.journey.smtp, "SMTP", new PostfixServer(l.journey.pop->WorkDirectory() + "/mail"));
     };
+    acts["inn"] = [](L l) {
+        std::vector<std::string> options;
+        for (QString const &option : Parts(l.all, " "))
+            options.push_back(S(option));
+        Start(l.journey, l.journey.news, "NEWS", new InnServer(options));
+    };
+    acts["serve"] = [](L l) {
+        Start(l.journey, l.journey.server, "SERVER", new ScriptedServer(ReadDialogue(l.first, l.text)));
+    };
+    acts["needs-root"] = [](L) {
+        if (geteuid() != 0)
+            GTEST_SKIP() << "the servers switch users, which takes root";
+    };
+    acts["within"] = [](L l) {
+        EXPECT_LT(std::chrono::steady_clock::now() - l.journey.start, std::chrono::seconds(std::stoi(l.all)));
+    };
+    acts["deliver"] = [](L l) { l.journey.pop->Put(l.first, Message(l.text)); };
+    acts["post"] = [](L l) { EXPECT_TRUE(l.journey.news->Put(l.all)); };
+    acts["articles"] = [](L l) { EXPECT_TRUE(l.journey.news->Put(Articles(std::stoi(l.all)))); };
+    acts["kick"] = [](L l) { l.journey.pop->Kick(l.all); };
+    facts["log"] = [](L l) { return Q(l.journey.pop->Log()).count(Q(l.text)) >= std::stoi(l.first); };
+    facts["served"] = [](L l) { return Q(l.journey.server->Log()).count(Q(l.text)) >= std::stoi(l.first); };
+    looks["logged"] = [](L l) { return std::to_string(Q(l.journey.pop->Log()).count(Q(l.first))); };
+    looks["mailbox"] = [](L l) { return std::to_string(l.journey.pop->Count(l.first)); };
 }
 
-std::map<std::string, Step> Actions() {
-    return {
-        {"click", OfOne([](std::string const &name) { Click(name.c_str()); })},
-        {"type", OfTwo([](char const *name, std::string const &text) { Type(name, Q(text)); })},
-        {"add", OfTwo([](char const *name, std::string const &text) { TypeMore(name, Q(text)); })},
-        {"paste", OfTwo([](char const *name, std::string const &text) {
-             QApplication::clipboard()->setText(Q(text));
-             Press(name, Qt::Key_V, Qt::ControlModifier);
-         })},
-        {"choose", OfTwo(Choose)},
-        {"press", OfTwo([](char const *name, std::string const &keys) {
-             QKeyCombination const key = QKeySequence(Q(keys))[0];
-             Press(name, key.key(), key.keyboardModifiers());
-         })},
-        {"close", OfOne([](std::string const &name) { Find(name.c_str())->window()->close(); })},
-        {"attach", OfOne(Attach)},
-        {"observe", OfOne([](std::string const &time) { Wait(std::stoi(time)); })},
-        {"activate", OfOne([](std::string const &name) {
-             Find(name.c_str())->window()->activateWindow();
-             EXPECT_TRUE(WaitFor([&] { return Find(name.c_str())->window()->isActiveWindow(); }));
-         })},
-        {"key", OfOne([](std::string const &keys) { PressKey(Focus(), keys); })},
-        {"keys", OfOne([](std::string const &text) { QTest::keyClicks(QApplication::focusWidget(), Q(text)); })},
-        {"tab-to", OfOne([](std::string const &name) {
-             for (int i = 0; i < 40 && !HasFocus(name); i++)
-                 PressKey(Focus(), "Tab");
-             EXPECT_TRUE(HasFocus(name)) << "not reached with the Tab key";
-         })},
-        {"menu", OfOne([](std::string const &entry) { ChooseFromMenuBar(entry.c_str()); })},
-        {"rowmenu", OfTwo([](char const *list, std::string const &text) {
-             std::vector<std::string> const parts = Parts(text, " > ");
-             QStringList entries;
-             for (size_t i = 1; i < parts.size(); i++)
-                 entries << Q(parts[i]);
-             ChooseFromRowMenu(list, Q(parts[0]), entries);
-         })},
-        {"row", OfTwo([](char const *list, std::string const &text) { ClickRow(list, Q(text)); })},
-        {"double", OfTwo([](char const *list, std::string const &text) { DoubleClickRow(list, Q(text)); })},
-        {"timer", OfTwo([](char const *name, std::string const &time) { SetTimer(name, std::stoi(time)); })},
-        {"picture", OfTwo([](char const *name, std::string const &file) { TakePicture(name, file.c_str()); })},
-        {"answer", OfOne([](std::string const &button) { WhenAsked(Q(button)); })},
-        {"say", OfOne([](std::string const &text) {
-             std::vector<std::string> const parts = Parts(text, " > ");
-             WhenAskedForText(Q(parts.at(0)), Q(parts.at(1)));
-         })},
-        {"file", OfOne([](std::string const &path) { WhenAskedForFile(Q(path)); })},
-        {"print", OfOne([](std::string const &path) { WhenAskedToPrint(Q(path)); })},
+void AddThings() {
+    acts["mail-profile"] = [](L l) {
+        QStringList const words = Parts(l.all, " ");
+        MakeProfile(S(words[1]), words[2] == "leave", words.value(3, "300").toInt(), S(words[0]));
     };
-}
-
-std::map<std::string, Step> Looks() {
-    return {
-        {"text", Expected([](Journey &, std::string const &name) { return Text(name.c_str()).toStdString(); })},
-        {"title", Expected([](Journey &, std::string const &name) {
-             return Find(name.c_str())->window()->windowTitle().toStdString();
-         })},
-        {"size", Expected([](Journey &, std::string const &name) {
-             QSize const size = Find(name.c_str())->window()->size();
-             return std::to_string(size.width()) + "x" + std::to_string(size.height());
-         })},
-        {"page",
-         Expected([](Journey &, std::string const &) { return Text("webEmailMessage").trimmed().toStdString(); },
-                  false)},
-        {"shown", Holds([](Journey &, std::string const &name) { return IsShown(name.c_str()); })},
-        {"hidden", Holds([](Journey &, std::string const &name) { return !IsShown(name.c_str()); })},
-        {"focus", Holds([](Journey &, std::string const &name) { return HasFocus(name); })},
-        {"rows",
-         Expected([](Journey &, std::string const &list) { return Rows(list.c_str()).join('\n').toStdString(); })},
-        {"sorted", Expected([](Journey &, std::string const &list) {
-             QStringList rows = Rows(list.c_str());
-             rows.sort();
-             return rows.join('\n').toStdString();
-         })},
-        {"rows-with",
-         [](Journey &journey, std::string const &rest) {
-             std::string text = rest;
-             QString const part = Q(journey.Text(Word(text)));
-             Expected([=](Journey &, std::string const &list) {
-                 return Rows(list.c_str()).filter(part).join('\n').toStdString();
-             })(journey, text);
-         }},
-        {"count", Expected([](Journey &, std::string const &list) {
-             auto const *const box = qobject_cast<QComboBox *>(Find(list.c_str()));
-             return std::to_string(box ? box->count() : Rows(list.c_str()).size());
-         })},
-        {"subjects",
-         Expected([](Journey &, std::string const &) { return Subjects().join('\n').toStdString(); }, false)},
-        {"chosen", Expected([](Journey &, std::string const &list) { return Chosen(list.c_str()); })},
-        {"father", Expected([](Journey &, std::string const &subject) { return FatherOf(subject); })},
-        {"box", Expected([](Journey &,
-                            std::string const &) { return Boxes().isEmpty() ? "" : Boxes().last().toStdString(); },
-                         false)},
-        {"boxes", Expected([](Journey &, std::string const &) { return std::to_string(Boxes().size()); }, false)},
-        {"downloads",
-         Expected([](Journey &, std::string const &) { return std::to_string(RunningDownloads()); }, false)},
-        {"proposed", Expected([](Journey &, std::string const &) { return ProposedFile().toStdString(); }, false)},
-        {"quiet",
-         Holds([](Journey &, std::string const &) { return RunningChecks() == 0 && RunningDownloads() == 0; })},
+    acts["news-profile"] = [](L l) {
+        std::vector<std::string> groups;
+        for (std::string rest = l.rest; !rest.empty();)
+            groups.push_back(l.journey.Text(Word(rest)));
+        MakeNewsProfile(l.first, groups);
     };
-}
-
-std::map<std::string, Step> const &Steps() {
-    static std::map<std::string, Step> const steps = [] {
-        std::map<std::string, Step> all = Servers();
-        for (std::map<std::string, Step> more : {Things(), Actions(), Looks()})
-            all.merge(more);
+    acts["send-through"] = [](L l) { SendThrough(l.text, l.first); };
+    acts["put"] = [](L l) { Put(l.first, l.text.substr(std::min<size_t>(2, l.text.size()))); };
+    acts["sparse"] = [](L l) {
+        Put(l.first, "");
+        fs::resize_file(l.first, std::stoull(l.text));
+    };
+    acts["remove"] = [](L l) { fs::remove_all(l.all); };
+    acts["directory"] = [](L l) { fs::create_directories(l.all); };
+    acts["tool"] = [](L l) {
+        std::string const tools = TempHome() + "/tools";
+        Put(tools + "/" + l.first, "#!/bin/sh\n" + l.text.substr(2));
+        fs::permissions(tools + "/" + l.first, fs::perms::owner_all);
+        setenv("PATH", (tools + ":" + getenv("PATH")).c_str(), 1);
+    };
+    acts["store"] = [](L l) { EXPECT_GT(AppendMessage((Root() + l.first + "/").c_str(), Message(l.text)), 0); };
+    acts["shell"] = [](L l) { EXPECT_EQ(RunProgram({"sh", "-c", l.all}), 0); };
+    acts["do"] = [](L l) { own.at(l.all)(); };
+    facts["exists"] = [](L l) { return fs::exists(l.all); };
+    facts["missing"] = [](L l) { return !fs::exists(l.all); };
+    looks["content"] = [](L l) { return FileText(l.first); };
+    looks["bytes"] = [](L l) { return std::to_string(FileText(l.first).size()); };
+    looks["mode"] = [](L l) { return S(QString::number(ModeOf(l.first), 8)); };
+    looks["files"] = [](L l) {
+        std::set<std::string> names;
+        for (auto const &entry : fs::directory_iterator(l.first))
+            names.insert(entry.path().filename());
+        std::string all;
+        for (std::string const &name : names)
+            all += (all.empty() ? "" : "\n") + name;
         return all;
-    }();
-    return steps;
+    };
+}
+
+void AddActions() {
+    acts["click"] = [](L l) { Click(l.Name()); };
+    acts["type"] = [](L l) { Type(l.Name(), Q(l.text)); };
+    acts["add"] = [](L l) { TypeMore(l.Name(), Q(l.text)); };
+    acts["paste"] = [](L l) {
+        QApplication::clipboard()->setText(Q(l.text));
+        Press(l.Name(), Qt::Key_V, Qt::ControlModifier);
+    };
+    acts["press"] = [](L l) {
+        QKeyCombination const key = QKeySequence(Q(l.text))[0];
+        Press(l.Name(), key.key(), key.keyboardModifiers());
+    };
+    acts["choose"] = [](L l) { Choose(l.Name(), l.text); };
+    acts["close"] = [](L l) { Find(l.Name())->window()->close(); };
+    acts["attach"] = [](L l) { Attach(l.all); };
+    acts["observe"] = [](L l) { Wait(std::stoi(l.all)); };
+    acts["activate"] = [](L l) {
+        Find(l.Name())->window()->activateWindow();
+        EXPECT_TRUE(WaitFor([&] { return Find(l.Name())->window()->isActiveWindow(); }));
+    };
+    acts["key"] = [](L l) { PressKey(Focus(), l.all); };
+    acts["keys"] = [](L l) { QTest::keyClicks(QApplication::focusWidget(), Q(l.all)); };
+    acts["tab-to"] = [](L l) {
+        for (int i = 0; i < 40 && !HasFocus(l.all); i++)
+            PressKey(Focus(), "Tab");
+        EXPECT_TRUE(HasFocus(l.all)) << "not reached with the Tab key";
+    };
+    acts["menu"] = [](L l) { ChooseFromMenuBar(l.Name()); };
+    acts["rowmenu"] = [](L l) {
+        QStringList const parts = Parts(l.text, " > ");
+        ChooseFromRowMenu(l.Name(), parts[0], parts.mid(1));
+    };
+    acts["row"] = [](L l) { ClickRow(l.Name(), Q(l.text)); };
+    acts["double"] = [](L l) { DoubleClickRow(l.Name(), Q(l.text)); };
+    acts["timer"] = [](L l) { SetTimer(l.first, std::stoi(l.text)); };
+    acts["picture"] = [](L l) { TakePicture(l.Name(), l.text.c_str()); };
+    acts["answer"] = [](L l) { WhenAsked(Q(l.all)); };
+    acts["say"] = [](L l) { WhenAskedForText(Parts(l.all, " > ")[0], Parts(l.all, " > ")[1]); };
+    acts["file"] = [](L l) { WhenAskedForFile(Q(l.all)); };
+    acts["print"] = [](L l) { WhenAskedToPrint(Q(l.all)); };
+}
+
+void AddLooks() {
+    looks["text"] = [](L l) { return S(Text(l.Name())); };
+    looks["title"] = [](L l) { return S(Find(l.Name())->window()->windowTitle()); };
+    looks["size"] = [](L l) {
+        QSize const size = Find(l.Name())->window()->size();
+        return S(QString("%1x%2").arg(size.width()).arg(size.height()));
+    };
+    looks["rows"] = [](L l) { return Lines(Rows(l.Name())); };
+    looks["sorted"] = [](L l) {
+        QStringList rows = Rows(l.Name());
+        rows.sort();
+        return Lines(rows);
+    };
+    looks["count"] = [](L l) {
+        auto const *const box = qobject_cast<QComboBox *>(Find(l.Name()));
+        return std::to_string(box ? box->count() : Rows(l.Name()).size());
+    };
+    looks["chosen"] = [](L l) { return Chosen(l.Name()); };
+    looks["father"] = [](L l) { return FatherOf(l.first); };
+    acts["rows-with"] = [](L l) {
+        auto const look = [](L list) { return Lines(Rows(list.Name()).filter(Q(list.all))); };
+        std::string rest = l.rest;
+        std::string const list = l.journey.Text(Word(rest));
+        Expect(look, {.journey = l.journey, .raw = "", .all = l.first, .rest = "", .first = list}, rest);
+    };
+    wholes["page"] = [](L) { return S(Text("webEmailMessage").trimmed()); };
+    wholes["subjects"] = [](L) { return Lines(Subjects()); };
+    wholes["box"] = [](L) { return Boxes().isEmpty() ? "" : S(Boxes().last()); };
+    wholes["boxes"] = [](L) { return std::to_string(Boxes().size()); };
+    wholes["downloads"] = [](L) { return std::to_string(RunningDownloads()); };
+    wholes["proposed"] = [](L) { return S(ProposedFile()); };
+    facts["shown"] = [](L l) { return IsShown(l.Name()); };
+    facts["hidden"] = [](L l) { return !IsShown(l.Name()); };
+    facts["focus"] = [](L l) { return HasFocus(l.first); };
+    facts["quiet"] = [](L) { return RunningChecks() == 0 && RunningDownloads() == 0; };
 }
 
 } // namespace
 
-void Journey::AddStep(std::string const &name, std::function<void()> const &step) { OwnSteps()[name] = step; }
+void Journey::AddStep(std::string const &name, std::function<void()> const &step) { own[name] = step; }
 
 void Journey::Do(CaseLine const &line) {
     if (testing::Test::HasFailure() || testing::Test::IsSkipped())
         return;
     SCOPED_TRACE(file_ + ".txt:" + std::to_string(line.number) + ": " + line.first + " " + line.rest);
     try {
-        Steps().at(line.first)(*this, line.rest);
+        Line const words{*this, line.rest};
+        if (acts.contains(line.first))
+            acts[line.first](words);
+        else if (facts.contains(line.first))
+            EXPECT_TRUE(Comes([&] { return facts[line.first](words); }));
+        else if (wholes.contains(line.first))
+            Expect(wholes[line.first], words, words.raw);
+        else
+            Expect(looks.at(line.first), words, words.rest);
     } catch (std::exception const &wrong) {
         ADD_FAILURE() << wrong.what();
     }
@@ -468,6 +383,8 @@ void Journey::Play(Case const &journey) {
 }
 
 void RegisterJourneys(std::string const &file) {
+    for (auto add : {AddServers, AddThings, AddActions, AddLooks})
+        add();
     class Test : public testing::Test {
       public:
         Test(std::string file, Case journey) : file_(std::move(file)), journey_(std::move(journey)) {}
