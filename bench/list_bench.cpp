@@ -2,7 +2,7 @@
 
 #include "runs.h"
 
-#include "app/folder_view.h"
+#include "app/folder_rows.h"
 #include "app/start.h"
 #include "base/fd.h"
 #include "base/paths.h"

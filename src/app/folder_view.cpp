@@ -1,5 +1,6 @@
 #include "app/folder_view.h"
 
+#include "app/folder_rows.h"
 #include "app/message_view.h"
 #include "base/paths.h"
 #include "base/text.h"
@@ -7,8 +8,6 @@
 #include "news/header_download.h"
 #include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
-#include "store/convert.h"
-#include "store/folder.h"
 #include "widgets/close_later.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
@@ -73,22 +72,6 @@ void OpenItem(PtTreeItem_t const *item) {
 }
 
 } // namespace
-
-bool AddFolderRows(char const *profile, char const *folder) {
-    std::string const path = FolderDirectory(profile, folder);
-    auto const addRows = [&] {
-        return ReadFolderIndex(path.c_str(), [](IndexRecord const &record) {
-            AddHeaderRow(record.row, kRowWidth, kStored, record.number, ABW_treeMessageHeaders, lastHeaderItem);
-        });
-    };
-    if (addRows())
-        return true;
-    SetStatus("Converting Mailbox Format");
-    PtFlush();
-    ConvertFolderIndex(profile, folder);
-    SetStatus("Finished Conversion");
-    return addRows();
-}
 
 int OnProfileSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     auto const *const selection = static_cast<PtTreeCallback_t *>(cbinfo->cbdata);

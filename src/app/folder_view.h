@@ -17,7 +17,3 @@ int OnSubscribe(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Destroyed callback of treeProfiles.
 int OnProfilesGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
-
-/// Appends the rows of the open profile's folder to the header list, converting an index of earlier versions first.
-/// Returns false when the folder has no index. Under the library lock.
-bool AddFolderRows(char const *profile, char const *folder);

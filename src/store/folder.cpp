@@ -164,7 +164,8 @@ int TakeBackReserved(char const *path) {
     return taken;
 }
 
-bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit) {
+bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit,
+                     std::function<bool()> const &goOn) {
     // A FIFO's writer is not waited for.
     Fd const file(open(InFolder(path, "index2").c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (!file.Valid())
@@ -186,6 +187,8 @@ bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> 
             if (record.number != 0)
                 visit(record);
         }
+        if (goOn && !goOn())
+            return true;
     }
 }
 
