@@ -14,6 +14,7 @@ enum NntpCode : int32_t {
     kGroupSelected = 211,
     kArticleFollows = 220,
     kHeadFollows = 221,
+    kArticlePosted = 240,
     kLoggedIn = 281,
     kSendArticle = 340,
     kServerCloses = 400,

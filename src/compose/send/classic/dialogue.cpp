@@ -1,8 +1,8 @@
 #include "compose/send/classic/dialogue.h"
 
 #include "base/log.h"
-#include "base/text.h"
 #include "compose/send/classic/delivery.h"
+#include "news/session/nntp.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,9 +11,7 @@
 
 namespace {
 
-constexpr size_t kReplyWidth = 10240;
 constexpr int kAnswerSlices = 30, kSliceMilliseconds = 100;
-constexpr int kMailAccepted = 250, kArticlePosted = 240;
 
 void AwaitAnswer(Stream &stream) {
     for (int i = 0; i < kAnswerSlices && !stream.HasMore() && !stream.Stopped(); i++) {
@@ -28,13 +26,9 @@ void AwaitAnswer(Stream &stream) {
 
 } // namespace
 
-bool ReadReplyLine(Stream &stream, std::string &text) {
-    std::string_view line;
-    if (!stream.ReadLine(line, kReplyWidth - 1))
-        return false;
+std::string ShownReply(std::string_view line) {
     auto const isText = [](char byte) { return static_cast<signed char>(byte) > 20; };
-    text.assign(line.begin(), std::find_if_not(line.begin(), line.end(), isText));
-    return true;
+    return {line.begin(), std::find_if_not(line.begin(), line.end(), isText)};
 }
 
 Outcome LossOfSending(Stream const &stream) { return stream.Stopped() ? Stopped() : Lost(kNoConnection); }
@@ -49,7 +43,4 @@ bool SendText(Stream &stream, std::function<bool()> const &write, bool *dotSent)
     return true;
 }
 
-bool IsTaken(std::string const &answer) {
-    int32_t const number = DecimalPrefix(answer);
-    return number == kMailAccepted || number == kArticlePosted;
-}
+bool IsTaken(int32_t code) { return code == kSmtpOk || code == kArticlePosted; }

@@ -1,15 +1,20 @@
 #pragma once
-// What the two dialogues share: reply lines, and the end of a message.
+// What the two dialogues share: their losses, and the end of a message.
 
 #include "base/outcome.h"
 #include "net/stream.h"
 
+#include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
-/// Reads a reply line without its end, at most 10239 bytes of it. False when none came.
-// kept: the text ends before the first byte above 127 or up to 20, as reply lines always did; the rest is dropped.
-bool ReadReplyLine(Stream &stream, std::string &text);
+/// The SMTP reply codes that mean something here; NNTP's are in news/session.
+enum SmtpCode : int32_t { kSmtpOk = 250, kStartInput = 354 };
+
+/// What the user sees of a reply line.
+// kept: it ends before the first byte above 127 or up to 20, as the text of reply lines always did.
+std::string ShownReply(std::string_view line);
 
 /// kStopped, or kLost with the text that the user knows for it.
 Outcome LossOfSending(Stream const &stream);
@@ -19,6 +24,6 @@ Outcome LossOfSending(Stream const &stream);
 /// becomes true when the dot did.
 bool SendText(Stream &stream, std::function<bool()> const &write, bool *dotSent = nullptr);
 
-/// True for a final answer that says the message was taken.
+/// True for the code of a final answer that says the message was taken.
 // kept: SMTP's 250 and NNTP's 240 are both good, whoever says them.
-bool IsTaken(std::string const &answer);
+bool IsTaken(int32_t code);

@@ -1,39 +1,13 @@
 #include "compose/send/classic/posting_dialogue.h"
 
 #include "base/log.h"
-#include "base/text.h"
 #include "compose/send/classic/dialogue.h"
+#include "news/session/nntp.h"
 
 namespace {
 
-constexpr int kSendArticle = 340, kLoginWanted = 480, kLoggedIn = 281;
+/// How long a server may take for a goodbye that matters to no one.
 constexpr std::chrono::seconds kGoodbyeSilence{10};
-
-/// Commands and their answers of one line.
-class Dialogue {
-  public:
-    explicit Dialogue(Stream &stream) : stream_(stream) {}
-
-    bool ReadAnswer() { return ReadReplyLine(stream_, answer_); }
-    bool Ask(std::string const &command) {
-        return !stream_.Stopped() && stream_.WriteLine(command) > 0 && ReadAnswer();
-    }
-    int32_t Number() const { return DecimalPrefix(answer_); }
-    std::string const &Answer() const { return answer_; }
-
-  private:
-    Stream &stream_;
-    std::string answer_;
-};
-
-/// The server's words for anything but a goodbye are worth no wait.
-Outcome SayGoodbye(Stream &stream, Outcome outcome) {
-    std::string goodbye;
-    stream.BearSilence(kGoodbyeSilence);
-    if (stream.WriteLine("QUIT") > 0)
-        ReadReplyLine(stream, goodbye);
-    return outcome;
-}
 
 } // namespace
 
@@ -56,26 +30,29 @@ void WriteArticleHeader(ArticleHeader const &header, MessageSink &sink) {
 
 Outcome PostOverNntp(NntpPosting &posting) {
     Stream &stream = posting.stream;
-    Dialogue dialogue(stream);
-    if (!dialogue.ReadAnswer() || !dialogue.Ask("POST"))
+    if (!ReadNntpReply(stream).Came())
         return LossOfSending(stream);
-    if (dialogue.Number() == kLoginWanted) {
-        if (!dialogue.Ask(std::string("AUTHINFO USER ") + posting.userName) ||
-            !dialogue.Ask(std::string("AUTHINFO PASS ") + posting.password))
-            return LossOfSending(stream);
-        if (dialogue.Number() != kLoggedIn) {
-            posting.tell(dialogue.Answer());
-            return Refused("Could not authenticate to server");
+    NntpReply reply = AskNntp(stream, "POST");
+    if (reply.code == kLoginNeeded) {
+        NewsOutcome const login = LogInToNews(stream, {posting.userName, posting.password});
+        if (login.ending == Ending::kRefused) {
+            posting.tell(ShownReply(login.text));
+            return Refused(login.alerts.back());
         }
-        if (!dialogue.Ask("POST"))
+        if (!login)
             return LossOfSending(stream);
+        reply = AskNntp(stream, "POST");
     }
-    if (dialogue.Number() != kSendArticle) {
+    if (!reply.Came())
+        return LossOfSending(stream);
+    if (reply.code != kSendArticle) {
         posting.mayNotPost = true;
-        return SayGoodbye(stream, Refused(dialogue.Answer()));
+        stream.BearSilence(kGoodbyeSilence);
+        AskNntp(stream, "QUIT");
+        return Refused(ShownReply(reply.line));
     }
-    if (!SendText(stream, posting.writeArticle) || !dialogue.ReadAnswer())
+    if (!SendText(stream, posting.writeArticle) || !(reply = ReadNntpReply(stream)).Came())
         return LossOfSending(stream);
     stream.WriteLine("QUIT");
-    return IsTaken(dialogue.Answer()) ? Outcome() : Refused(dialogue.Answer());
+    return IsTaken(reply.code) ? Outcome() : Refused(ShownReply(reply.line));
 }

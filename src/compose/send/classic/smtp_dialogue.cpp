@@ -9,11 +9,8 @@
 
 namespace {
 
-/// The reply codes that mean something here.
-enum SmtpCode : int32_t { kSmtpOk = 250, kStartInput = 354 };
-
 constexpr int kMostAnswerLines = 1000;
-constexpr size_t kMostAnswerText = 10240;
+constexpr size_t kLongestLine = 10239, kMostAnswerText = 10240;
 
 /// Commands and their answers.
 class Dialogue {
@@ -23,11 +20,12 @@ class Dialogue {
     /// Reads an answer of one or more lines: it ends at the line whose fourth character is no "-" (RFC 5321 4.2.1).
     bool ReadAnswer() {
         answer_.clear();
-        std::string line;
-        for (int lines = 0; lines < kMostAnswerLines && ReadReplyLine(stream_, line); lines++) {
+        std::string_view line;
+        for (int lines = 0; lines < kMostAnswerLines && stream_.ReadLine(line, kLongestLine); lines++) {
+            std::string const text = ShownReply(line);
             if (answer_.size() < kMostAnswerText)
-                answer_.append(lines ? "\n" : "").append(line);
-            if (line.size() < 4 || line[3] != '-')
+                answer_.append(lines ? "\n" : "").append(text);
+            if (text.size() < 4 || text[3] != '-')
                 return true;
         }
         return false;
@@ -93,7 +91,7 @@ Outcome DeliverOverSmtp(SmtpDelivery &delivery) {
     if (dialogue.Number() == kStartInput) {
         if (!SendText(stream, delivery.writeMessage, &delivery.finalDotSent) || !dialogue.ReadAnswer())
             return LossOfSending(stream);
-        taken = IsTaken(dialogue.Answer());
+        taken = IsTaken(dialogue.Number());
     }
     stream.WriteLine("QUIT");
     return taken ? Outcome() : Refused(dialogue.Answer());
