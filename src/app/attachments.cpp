@@ -100,7 +100,7 @@ int OnSaveAttachment(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     return Pt_CONTINUE;
 }
 
-int OnAttachmentsGone(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+int OnAttachmentsUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     ClearAttachments();
     return Pt_CONTINUE;
 }

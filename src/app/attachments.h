@@ -41,4 +41,4 @@ void ClearAttachments();
 int OnSaveAttachment(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Unrealized callback of treeAttachments.
-int OnAttachmentsGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+int OnAttachmentsUnrealized(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

@@ -28,7 +28,7 @@ std::string AskFolderName() {
     return answer == 1 ? std::string(FieldText(name, sizeof name)) : "";
 }
 
-/// The root item of a profile, looked up anew: the tree may have changed while a question was open.
+/// The root item of a profile, looked up again: the tree may have changed while a question was open.
 PtTreeItem_t *ItemOf(ServerAccount const *account) {
     PtTreeItem_t *item = PtTreeRootItem(ABW_treeProfiles);
     while (item && item->data != account)

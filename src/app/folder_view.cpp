@@ -23,7 +23,8 @@ MailProfile *AsMail(ServerAccount *account) {
     return account && account->profileKind != kNewsProfile ? static_cast<MailProfile *>(account) : nullptr;
 }
 
-/// Nothing of the folder that was open stays: rows, message, connection.
+/// Nothing of the folder that was open stays: rows, message, connection (kept: dropped without a QUIT, and
+/// serverSocket is 0 then).
 void LeaveFolder() {
     LeaveMessage();
     if (currentProfile) {
@@ -61,10 +62,11 @@ void OpenItem(PtTreeItem_t const *item) {
     MailProfile *const mail = AsMail(profile.Get());
     // A profile that is opened lists what its server has from the first message on; so does an Inbox whose rows went
     // with the list when another folder was opened.
-    bool const rowsGone = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, kInbox) == 0;
-    if (mail && (otherProfile || rowsGone))
+    bool const rowsLost = changed && mail && mail->LeavesMailOnServer() && strcmp(currentFolder, kInbox) == 0;
+    if (mail && (otherProfile || rowsLost))
         mail->serverMessageCount = 0;
     currentProfile = profile;
+    // kept: the folder that is open already adds its rows to the list once more.
     if (mail)
         OpenMailFolder(*mail, changed);
     else if (below)
@@ -97,7 +99,7 @@ int OnSubscribe(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     return Pt_CONTINUE;
 }
 
-int OnProfilesGone(PtWidget_t *widget, ApInfo_t *, PtCallbackInfo_t *) {
+int OnProfilesDestroyed(PtWidget_t *widget, ApInfo_t *, PtCallbackInfo_t *) {
     FreeProfileTree(widget);
     return Pt_CONTINUE;
 }

@@ -16,4 +16,4 @@ int OnProfileKey(PtWidget_t *tree, void *data, PtCallbackInfo_t *cbinfo);
 int OnSubscribe(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Destroyed callback of treeProfiles.
-int OnProfilesGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+int OnProfilesDestroyed(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

@@ -11,7 +11,7 @@ std::string const &HomePageDirectory();
 /// The home page's address.
 std::string HomePageUrl();
 
-/// Points the message view at a page; one that it shows already is loaded anew. Under the library lock.
+/// Points the message view at a page; one that it shows already is loaded again. Under the library lock.
 void ShowPage(std::string const &url);
 
 /// Points the message view at the home page. Under the library lock.

@@ -115,8 +115,8 @@ bool IsChosen(RowIdentity const &row) {
     return chosen && chosen->serial == row.serial && row.account.Get() == currentProfile.Get();
 }
 
-/// The end of a fetch, on its worker. Without a connection everything stays as it was; a text that nobody waits for
-/// any more is dropped.
+/// The end of a fetch, on its worker. Without a connection everything stays as it was; a text that is not
+/// wanted any more is dropped.
 void EndFetch(RowIdentity const &row, FetchedText const &fetched, std::string const &status, Stop const &stop) {
     ToolkitGuard const guard;
     EndActivity();
@@ -167,7 +167,7 @@ int OnHeaderSelected(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     return Pt_CONTINUE;
 }
 
-int OnHeadersGone(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+int OnHeadersUnrealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     FreeHeaderList();
     return Pt_CONTINUE;
 }

@@ -9,7 +9,7 @@
 int OnHeaderSelected(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// Unrealized callback of treeMessageHeaders.
-int OnHeadersGone(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
+int OnHeadersUnrealized(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);
 
 /// btnHome: the home page is shown in the place of the message. A fetch is given up.
 int OnHome(PtWidget_t *widget, ApInfo_t *apinfo, PtCallbackInfo_t *cbinfo);

@@ -40,8 +40,8 @@ int WebNumber(long resource) {
 
 int WebStartError() { return WebNumber(Pt_ARG_WEB_STARTUP_ERRNO); }
 
-/// Starts the page server behind the message view, from the path or else from its usual place. Without one the
-/// program runs on and shows no pages.
+/// Starts the page server of the message view, from the path or else from its usual place. Without one the program
+/// runs on, shows no pages and says so.
 void StartPageServer() {
     PtWidget_t *const web = ABW_webEmailMessage;
     char const *roots[] = {TempDir, HomePageDirectory().c_str()};
@@ -177,6 +177,8 @@ int SetUpBase(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
 }
 
 int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
+    // kept: before the profiles are loaded, which makes the user's directory: the very first session has no scratch
+    // directory and shows no messages.
     SetTempDir();
     EmailWidgetsDb = ApOpenDBase(&ABM_picEmailWidgets);
     SetRowPictures(ABW_treeProfiles);

@@ -1,6 +1,6 @@
 #pragma once
 // The names of all modules and widgets, as the application builder would generate them: ABN_<name> is a widget's
-// number, ABW_<name> the widget (null before its module is created and after it is gone; the last instance when
+// number, ABW_<name> the widget (null before its module is created and after it is destroyed; the last instance when
 // there are several), ABM_<name> the module. Names only: any folder may include this.
 
 #include "Ap.h"

@@ -38,12 +38,12 @@ constexpr ApLink_t kBase[] = {
 
     Code("treeProfiles", Pt_CB_TREE_SELECTION, OnProfileSelected),
     Code("treeProfiles", Pt_CB_MENU, OnProfileTreeMenu),
-    Code("treeProfiles", Pt_CB_DESTROYED, OnProfilesGone),
+    Code("treeProfiles", Pt_CB_DESTROYED, OnProfilesDestroyed),
     Code("treeMessageHeaders", Pt_CB_TREE_SELECTION, OnHeaderSelected),
     Code("treeMessageHeaders", Pt_CB_MENU, OnHeaderListMenu),
-    Code("treeMessageHeaders", Pt_CB_UNREALIZED, OnHeadersGone),
+    Code("treeMessageHeaders", Pt_CB_UNREALIZED, OnHeadersUnrealized),
     Code("treeAttachments", Pt_CB_MENU, OnAttachmentListMenu),
-    Code("treeAttachments", Pt_CB_UNREALIZED, OnAttachmentsGone),
+    Code("treeAttachments", Pt_CB_UNREALIZED, OnAttachmentsUnrealized),
     Code("webEmailMessage", Pt_CB_WEB_CONTEXT, OnLinkPointed),
     Code("webEmailMessage", Pt_CB_DESTROYED, OnPageViewDestroyed),
 

@@ -30,7 +30,7 @@ void BeginActivity() {
 void EndActivity() {
     if (--ActivityCount >= 1)
         return;
-    // An end too many must not make the next begin count for nothing.
+    // An end too many must not make the next activity count for nothing.
     ActivityCount = 0;
     SetAnimation(0);
     ShowStar("lblStar0");

@@ -28,7 +28,7 @@ bool HoldsLibrary();
 /// The font of every alert. Written once at start-up.
 extern char AlertFont[80];
 
-/// Shows `text` in the main window's status label. Any thread. Does nothing when the window is gone.
+/// Shows `text` in the main window's status label. Any thread. Does nothing after the window was closed.
 void SetStatus(std::string const &text);
 
 /// Shows what went wrong in the status label. Any thread. Empty: nothing is shown.
