@@ -175,22 +175,26 @@ void Start(Journey &journey, std::unique_ptr<Server> &server, char const *word, 
     if constexpr (std::is_base_of_v<RealServer, Server>) {
         if (server->Port() == 0 && geteuid() != 0)
             GTEST_SKIP() << "the server switches users, which takes root";
+        journey.Tell(std::string(word) + "WORK", server->WorkDirectory());
     }
     ASSERT_GT(server->Port(), 0);
     journey.Tell(word, server->Address());
 }
 
+std::vector<std::string> Options(std::string const &text, char const *separator) {
+    std::vector<std::string> options;
+    for (QString const &option : Parts(text, separator))
+        options.push_back(S(option));
+    return options;
+}
+
 void AddServers() {
     acts["dovecot"] = [](L l) { Start(l.journey, l.journey.pop, "POP", new DovecotServer); };
     acts["postfix"] = [](L l) {
-        Start(l.journey, l.journey.smtp, "SMTP", new PostfixServer(l.journey.pop->WorkDirectory() + "/mail"));
+        Start(l.journey, l.journey.smtp, "SMTP",
+              new PostfixServer(l.journey.pop->WorkDirectory() + "/mail", Options(l.all, "|")));
     };
-    acts["inn"] = [](L l) {
-        std::vector<std::string> options;
-        for (QString const &option : Parts(l.all, " "))
-            options.push_back(S(option));
-        Start(l.journey, l.journey.news, "NEWS", new InnServer(options));
-    };
+    acts["inn"] = [](L l) { Start(l.journey, l.journey.news, "NEWS", new InnServer(Options(l.all, " "))); };
     acts["serve"] = [](L l) {
         Start(l.journey, l.journey.server, "SERVER", new ScriptedServer(ReadDialogue(l.first, l.text)));
     };
@@ -203,6 +207,7 @@ void AddServers() {
     };
     acts["deliver"] = [](L l) { l.journey.pop->Put(l.first, Message(l.text)); };
     acts["post"] = [](L l) { EXPECT_TRUE(l.journey.news->Put(l.all)); };
+    acts["post-file"] = [](L l) { EXPECT_TRUE(l.journey.news->Put(FileText(l.all))); };
     acts["articles"] = [](L l) { EXPECT_TRUE(l.journey.news->Put(Articles(std::stoi(l.all)))); };
     acts["kick"] = [](L l) { l.journey.pop->Kick(l.all); };
     facts["log"] = [](L l) { return Q(l.journey.pop->Log()).count(Q(l.text)) >= std::stoi(l.first); };
