@@ -8,14 +8,14 @@ namespace {
 
 constexpr size_t kLongestText = 10'500; ///< a refusal is logged with 10,239 bytes of what the server said
 
-/// The system logger's word for a severity: 6 and 7 are both debugging.
+/// The system logger's priority for a severity: 6 and 7 are both debugging.
 int Priority(int severity) {
     static constexpr int priorities[] = {LOG_EMERG,  LOG_CRIT, LOG_ERR,   LOG_WARNING,
                                          LOG_NOTICE, LOG_INFO, LOG_DEBUG, LOG_DEBUG};
     return severity < _SLOG_SHUTDOWN ? LOG_EMERG : priorities[severity > _SLOG_DEBUG2 ? _SLOG_DEBUG2 : severity];
 }
 
-/// One line of the log: what a server or a message says must neither begin a new one nor steer a terminal.
+/// One line of the log: what a server or a message says must neither start a new line nor control a terminal.
 std::string Escaped(char const *text) {
     std::string line;
     int escape = 0; // bytes still to be escaped

@@ -114,7 +114,7 @@ Filter ServerFilter() {
     // A plain fork: no threads, no shared memory, no name spaces. clone3 hides its flags, so it stays forbidden.
     constexpr scmp_datum_t kOfAFork = CLONE_CHILD_SETTID | CLONE_CHILD_CLEARTID | CSIGNAL;
     list.Allow(SCMP_SYS(clone), SCMP_A0(SCMP_CMP_MASKED_EQ, ~kOfAFork, 0));
-    // Workers are killed, and nobody is sent anything else.
+    // Workers are killed; no other signal is sent.
     for (int const call : {SCMP_SYS(kill), SCMP_SYS(pidfd_send_signal)})
         list.Allow(call, SCMP_A1(SCMP_CMP_EQ, SIGKILL));
     // What its workers shut themselves in with.

@@ -76,9 +76,9 @@ Shut ShutServerIn(std::vector<std::string> const &roots) {
 
 bool ShutWorkerIn() {
     Filter const &filter = FilterOfWorkers();
-    // Nobody may look into it, and it leaves no core file, wherever the system sends those.
+    // No process may trace it, and it leaves no core file, wherever the system writes those.
     prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-    EnterLandlock({}); // a second lock behind the filter, which lets nothing be opened by itself
+    EnterLandlock({}); // a second barrier: the filter already allows no open
     if (!SetLimits({{RLIMIT_CPU, kWorkerSeconds}, {RLIMIT_NOFILE, 0}, {RLIMIT_NPROC, 0}}))
         return false;
     return !filters_work || EnterFilter(filter);

@@ -154,7 +154,7 @@ void Writer::EnsureCell() {
         OpenCell(*FindTag("td"), {});
 }
 
-/// A paragraph ends where the next block begins.
+/// A paragraph ends where the next block starts.
 void Writer::CloseParagraph() {
     size_t const paragraph =
         Find([](Tag const *tag) { return tag->role == Role::Paragraph; },

@@ -55,7 +55,7 @@ class PageBudget {
     bool AddImageTag() { return image_tags_++ < kMaxImageTags; }
     bool AddInline() { return inline_run_++ < kMaxInlineRun; }
     bool AddUnbroken() { return unbroken_++ < kMaxUnbroken; }
-    /// A word ends, or goes on behind a line break that has `characters` behind it already.
+    /// A word ends, or goes on after a line break with `characters` after that already.
     void EndWord(size_t characters = 0) { unbroken_ = characters; }
     /// A paragraph and its last word end.
     void EndParagraph() { inline_run_ = unbroken_ = 0; }
@@ -64,7 +64,7 @@ class PageBudget {
     bool Cut() const { return cut_; }
     /// Counts bytes that will be shown, all or none. False when the page has had enough.
     bool Spend(size_t bytes);
-    /// Counts as much of a text as may still be shown and returns it; the page is cut behind it when that is not all.
+    /// Counts as much of a text as may still be shown and returns it; the page is cut after it when that is not all.
     std::string_view SpendSome(std::string_view text, bool preformatted);
 
   private:

@@ -20,7 +20,7 @@ class Reader {
     void Skip(size_t count) { at_ = std::min(at_ + count, page_.size()); }
     /// The name of a tag, up to a blank, ">" or "/".
     std::string_view Name();
-    /// Skips to behind `end`. False, and nothing is skipped, when it does not come; `missing` remembers that.
+    /// Skips past `end`. False, and nothing is skipped, when it does not come; `missing` remembers that.
     bool SkipBehind(std::string_view end, bool &missing);
     /// Skips to the "</name" that ends an element. False, and nothing is skipped, when it does not come.
     bool SkipContent(std::string_view name, bool &missing);
@@ -29,7 +29,7 @@ class Reader {
 
   private:
     std::string_view Take(size_t end);
-    /// The value behind an attribute's name, empty when there is none.
+    /// The value after an attribute's name, empty when there is none.
     std::string_view Value();
 
     std::string_view page_;

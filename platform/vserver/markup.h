@@ -62,7 +62,7 @@ struct Tag {
 
 /// The tag of a name in any case, null when unknown.
 Tag const *FindTag(std::string_view name);
-/// Index of a known tag, below kTagCount.
+/// Index of a known tag, below kMaxTagCount.
 size_t TagIndex(Tag const *tag);
 constexpr size_t kMaxTagCount = 96;
 

@@ -15,7 +15,7 @@ constexpr size_t kMaxWorkers = 3;
 constexpr char kNotCleaned[] = "This page could not be shown.";
 constexpr uint32_t kPageWorker = ~0u; ///< the number of a page's worker; images have their own
 
-/// A worker's job: input a page, output the clean page, info the names of its images, each with a NUL behind it.
+/// A worker's job: input a page, output the clean page, info the names of its images, each followed by a NUL.
 bool CleanPageJob() {
     std::string bytes;
     if (!ReadFile(kWorkerInput, kMaxPageBytes, bytes))
@@ -151,7 +151,7 @@ void Server::PageDone(Worker &worker) {
     size_t size;
     if (!worker.Finish(kNameBytes, names, size) || size > kMaxCleanBytes)
         return Fail(kNotCleaned, true);
-    // All images are opened before the view hears of the page: their files may be gone a moment later.
+    // All images are opened before the view hears of the page: their files may be removed a moment later.
     names_ = SplitNames(names);
     for (std::string const &name : names_)
         images_.push_back(decodes_ ? OpenImage(directory_, name) : Fd());

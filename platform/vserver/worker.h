@@ -1,5 +1,5 @@
 #pragma once
-// Workers: forked for one page or one image, since whoever wrote those may own the process that reads them. A worker
+// Workers: forked for one page or one image, since their author may take over the process that reads them. A worker
 // has three descriptors, the file it reads and two memory files it writes, and no way to reach anything else.
 
 #include "vserver/protocol.h"

@@ -2,7 +2,6 @@
 
 #include "photon/fixture.h"
 
-#include "Pf.h"
 #include "qt/loop/application.h"
 
 #include <QDialog>
@@ -214,12 +213,6 @@ TEST_F(Dialogs, AlertsFromWorkersAreIndependent) {
     }
     first.join();
     second.join();
-}
-
-TEST(Fonts, Names) {
-    char name[MAX_FONT_TAG];
-    EXPECT_STREQ(PfGenerateFontName("helv", PF_STYLE_BOLD, 9, name), "helv09b");
-    EXPECT_EQ(PfGenerateFontName(std::string(100, 'x').c_str(), 0, 9, name), nullptr);
 }
 
 } // namespace

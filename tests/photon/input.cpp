@@ -119,7 +119,7 @@ int Hot(PtWidget_t *, void *data, PtCallbackInfo_t *) { return ++*static_cast<in
 
 int DestroyAndGoOn(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     PtDestroyWidget(static_cast<PtWidget_t *>(data));
-    PtBkgdHandlerProcess();
+    ProcessEventsFor(1);
     EXPECT_FALSE(PtCore().dead.empty()); // its memory is still there
     return Pt_CONTINUE;
 }

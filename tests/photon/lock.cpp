@@ -176,23 +176,6 @@ TEST_F(Lock, IsFreeAgainAfterAWorkerThatNeverLeft) {
     EXPECT_TRUE(CanEnterElsewhere());
 }
 
-TEST_F(Lock, HoldKeepsPaintingBackButNotAFlush) {
-    std::string const before = Shown();
-    EXPECT_EQ(PtHold(), 1);
-    EXPECT_EQ(PtHold(), 2);
-    SetText(label_, "held");
-    Sync();
-    EXPECT_EQ(Shown(), before);
-    EXPECT_EQ(PtFlush(), 2);
-    EXPECT_EQ(Shown(), "held");
-    SetText(label_, "later");
-    EXPECT_EQ(PtRelease(), 1);
-    EXPECT_EQ(Shown(), "held");
-    EXPECT_EQ(PtUpdate(), 0);
-    EXPECT_EQ(Shown(), "later");
-    EXPECT_EQ(PtRelease(), -1);
-}
-
 TEST_F(Lock, WorkersCreateAndOrderActions) {
     std::vector<Told> expired;
     PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, Note, &expired);

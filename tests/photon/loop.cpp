@@ -120,7 +120,9 @@ TEST_F(Loop, SmallChangesOfAWorkerShareAPaint) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return N<QLabel>("lblOne")->text() == QLatin1String("999"); }));
 }
 
-int CloseSoon(PtWidget_t *widget, void *, PtCallbackInfo_t *) { return PtDestroyWidget(ApGetInstance(widget)); }
+int CloseSoon(PtWidget_t *, void *window, PtCallbackInfo_t *) {
+    return PtDestroyWidget(static_cast<PtWidget_t *>(window));
+}
 
 TEST_F(Loop, TheMainLoopEndsWithTheLastWindow) {
     std::atomic<bool> stop = false;
@@ -132,7 +134,7 @@ TEST_F(Loop, TheMainLoopEndsWithTheLastWindow) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
-    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, CloseSoon, nullptr);
+    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, CloseSoon, window_);
     PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 20, 0);
     PtMainLoop();
     EXPECT_TRUE(PtLockHeld());

@@ -75,37 +75,11 @@ TEST_F(Text, StaysInsideItsLimit) {
     EXPECT_EQ(Get(), "abc\xC3\xBC");
 }
 
-int Stars(PtWidget_t *, void *, PtCallbackInfo_t *info) {
-    static char asterisks[] = "********************";
-    static_cast<PtTextCallback_t *>(info->cbdata)->text = asterisks; // the length stays
-    return Pt_CONTINUE;
-}
-
-int Refuse(PtWidget_t *, void *, PtCallbackInfo_t *info) {
-    static_cast<PtTextCallback_t *>(info->cbdata)->doit = 0;
-    return Pt_CONTINUE;
-}
-
-TEST_F(Text, VerifyCallbacksMayReplaceOrRefuse) {
-    std::vector<Told> notified;
-    PtRealizeWidget(window_);
-    PtAddCallback(field_, Pt_CB_MODIFY_VERIFY, Stars, nullptr);
-    PtAddCallback(field_, Pt_CB_MODIFY_NOTIFY, Note, &notified);
-    PtTextModifyText(field_, 0, 0, -1, "abc", 3);
-    EXPECT_EQ(Get(), "abc"); // silent
-    PtSetResource(field_, Pt_ARG_FLAGS, Pt_TRUE, Pt_CALLBACKS_ACTIVE);
-    PtTextModifyText(field_, 0, 0, -1, "abc", 3);
-    PtAddCallback(field_, Pt_CB_MODIFY_VERIFY, Refuse, nullptr);
-    EXPECT_EQ(PtTextModifyText(field_, 0, 0, -1, "abc", 3), 0);
-    EXPECT_EQ(Get(), "abc***");
-    EXPECT_EQ(notified.size(), 1u);
-}
-
 TEST_F(Text, LongTextsGrowAtTheEndWithoutBeingReadAgain) {
     PtWidget_t *text = PtCreateWidget(PtMultiText, window_, 0, nullptr);
     std::string const line(100, 'x');
     for (int i = 0; i < 20000; i++) // 2 MB; counting it all for each line would take minutes
-        PtMultiTextModifyText(text, 0, 0, -1, line.c_str(), 100, nullptr, 0);
+        PtTextModifyText(text, 0, 0, -1, line.c_str(), 100);
     EXPECT_EQ(PtValueOf(*text, Pt_ARG_TEXT_STRING)->bytes.size(), 2000000u);
 }
 

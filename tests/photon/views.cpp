@@ -79,17 +79,17 @@ int OnlyLetters(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
 
 TEST_F(Views, ModifyVerifyRefusesAndReplaces) {
     Filter filter;
-    std::vector<Told> notified;
+    std::vector<Told> changed;
     SetText(W("txtOne"), "");
     PtAddCallback(W("txtOne"), Pt_CB_MODIFY_VERIFY, OnlyLetters, &filter);
-    PtAddCallback(W("txtOne"), Pt_CB_MODIFY_NOTIFY, Note, &notified);
+    PtAddCallback(W("txtOne"), Pt_CB_TEXT_CHANGED, Note, &changed);
     Sync();
     auto *field = N<QLineEdit>("txtOne");
     Type(field, "a-b");
     EXPECT_EQ(TextOf(W("txtOne")), "ab");
     EXPECT_EQ(field->text(), QStringLiteral("ab"));
     EXPECT_EQ(filter.seen, (std::vector<std::string>{"a", "-", "b"}));
-    EXPECT_EQ(notified.size(), 2u);
+    EXPECT_EQ(changed.size(), 2u);
     Type(field, "X");
     EXPECT_EQ(TextOf(W("txtOne")), "ab*");
     EXPECT_EQ(field->text(), QStringLiteral("ab*"));

@@ -18,7 +18,7 @@ std::vector<std::unique_ptr<ApDBase>> &Open() {
     return *open;
 }
 
-/// What the module holds. A program opens its databases at the start, when nobody needs their widgets yet.
+/// What the module holds. A program opens its databases at the start, when their widgets are not needed yet.
 std::vector<PtModuleWidget> const &Contents(ApDBase_t const &db) {
     if (db.contents.widgets.empty() && PtOnGuiThread() && PtTheDisplay()->LoadModule(db.module, db.contents))
         PtTheDisplay()->DropModule(db.contents);
@@ -33,10 +33,6 @@ ApDBase_t *ApOpenDBase(ApEventLink_t const *link) {
     auto db = std::make_unique<ApDBase>();
     db->module = link->module;
     return Open().emplace_back(std::move(db)).get();
-}
-
-int ApCloseDBase(ApDBase_t *db) {
-    return std::erase_if(Open(), [db](auto const &each) { return each.get() == db; }) == 1 ? 0 : -1;
 }
 
 PtWidget_t *ApCreateWidget(ApDBase_t const *db, char const *name, int x, int y, int n_args, PtArg_t const *args) {

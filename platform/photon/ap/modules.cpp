@@ -33,7 +33,14 @@ void Forget(PtWidget_t &widget) {
     }
 }
 
-/// Callback behind every link. `data` is the link.
+/// The root of the module that a widget belongs to, null when it is being destroyed.
+PtWidget_t *InstanceAround(PtWidget_t *widget) {
+    while (widget && !widget->module_root)
+        widget = widget->parent;
+    return widget && !(widget->flags & Pt_DESTROYED) ? widget : nullptr;
+}
+
+/// Callback of every link. `data` is the link.
 int Follow(PtWidget_t *widget, void *data, PtCallbackInfo_t *cbinfo) {
     auto const *link = static_cast<ApLink_t const *>(data);
     ApInfo_t info{widget, link->kind == ApLinkDone ? ABR_DONE : link->kind == ApLinkCancel ? ABR_CANCEL : ABR_CODE};
@@ -41,7 +48,7 @@ int Follow(PtWidget_t *widget, void *data, PtCallbackInfo_t *cbinfo) {
     if (link->kind == ApLinkModule)
         ApCreateModule(link->module, widget, cbinfo);
     else if (link->kind == ApLinkDone || link->kind == ApLinkCancel)
-        PtDestroyWidget(ApGetInstance(widget)); // null when the function has closed it
+        PtDestroyWidget(InstanceAround(widget)); // null when the function has closed it
     return answer;
 }
 
@@ -198,36 +205,4 @@ int ApModuleLocation(ApEventLink_t *link, unsigned short location, short x_offse
     link->x_offset = x_offset;
     link->y_offset = y_offset;
     return 0;
-}
-
-int ApName(PtWidget_t const *widget) { return widget ? widget->number : 0; }
-char const *ApInstanceName(PtWidget_t const *widget) { return widget ? widget->name.c_str() : ""; }
-
-PtWidget_t *ApGetInstance(PtWidget_t *widget) {
-    while (widget && !widget->module_root)
-        widget = widget->parent;
-    return widget && !(widget->flags & Pt_DESTROYED) ? widget : nullptr;
-}
-
-PtWidget_t *ApGetWidgetPtr(PtWidget_t *instance, int name) {
-    if (!instance || name <= 0)
-        return nullptr;
-    if (instance->number == name)
-        return instance;
-    for (PtWidget_t *child : instance->children)
-        if (!child->module_root)
-            if (PtWidget_t *found = ApGetWidgetPtr(child, name))
-                return found;
-    return nullptr;
-}
-
-int ApModalWait(PtWidget_t *widget, unsigned) {
-    if (!widget || !PtOnGuiThread())
-        return -1;
-    int result = 0;
-    widget->callbacks_running++; // stays readable until this returns
-    while (result == 0 && !(widget->flags & Pt_DESTROYED))
-        result = PtProcessEvent() < 0 ? -1 : 0;
-    widget->callbacks_running--;
-    return result;
 }

@@ -51,11 +51,6 @@ int PtInvokeCallbacks(PtWidget_t &widget, unsigned long type, unsigned long subt
     return Pt_CONTINUE;
 }
 
-void PtInvokeForProgram(PtWidget_t &widget, unsigned long type, void *cbdata) {
-    if ((widget.flags & Pt_CALLBACKS_ACTIVE) && (widget.flags & Pt_REALIZED))
-        PtInvokeCallbacks(widget, type, 0, nullptr, cbdata);
-}
-
 void PtAddCallbacks(PtWidget_t *widget, unsigned long type, PtCallback_t const *callbacks, unsigned count) {
     if (!widget || !callbacks)
         return;

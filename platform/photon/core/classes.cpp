@@ -19,35 +19,24 @@ constexpr Def Link(long number) { return {number, PtType::Link, 0, 0}; }
 template <class T> constexpr Def Struct(long number) { return {number, PtType::Struct, sizeof(T), 0}; }
 
 constexpr Def kWidget[] = {
-    Flag(Pt_ARG_FLAGS),          Struct<PhPoint_t>(Pt_ARG_POS),
-    Struct<PhDim_t>(Pt_ARG_DIM), Struct<PhArea_t>(Pt_ARG_AREA),
-    Scalar(Pt_ARG_WIDTH),        Scalar(Pt_ARG_HEIGHT),
-    Pointer(Pt_ARG_POINTER),     {Pt_ARG_USER_DATA, PtType::Alloc, 0, 0},
-    Flag(Pt_ARG_ANCHOR_FLAGS),   Struct<PhRect_t>(Pt_ARG_ANCHOR_OFFSETS),
-    Text(Pt_ARG_HELP_TOPIC),     Link(Pt_CB_REALIZED),
-    Link(Pt_CB_UNREALIZED),      Link(Pt_CB_DESTROYED),
-    Link(Pt_CB_BLOCKED),         Link(Pt_CB_HOTKEY),
+    Flag(Pt_ARG_FLAGS),   Struct<PhPoint_t>(Pt_ARG_POS), Struct<PhDim_t>(Pt_ARG_DIM), Struct<PhArea_t>(Pt_ARG_AREA),
+    Scalar(Pt_ARG_WIDTH), Scalar(Pt_ARG_HEIGHT),         Pointer(Pt_ARG_POINTER),     Flag(Pt_ARG_ANCHOR_FLAGS),
+    Link(Pt_CB_REALIZED), Link(Pt_CB_UNREALIZED),        Link(Pt_CB_DESTROYED),       Link(Pt_CB_HOTKEY),
 };
 constexpr Def kBasic[] = {
-    Link(Pt_CB_ARM),       Link(Pt_CB_ACTIVATE),   Link(Pt_CB_DISARM),        Link(Pt_CB_MENU),
-    Link(Pt_CB_GOT_FOCUS), Link(Pt_CB_LOST_FOCUS), Scalar(Pt_ARG_FILL_COLOR), Scalar(Pt_ARG_COLOR),
+    Link(Pt_CB_ACTIVATE),
+    Link(Pt_CB_MENU),
 };
 constexpr Def kWindow[] = {
     Text(Pt_ARG_WINDOW_TITLE),
-    Flag(Pt_ARG_WINDOW_RENDER_FLAGS),
     Flag(Pt_ARG_WINDOW_MANAGED_FLAGS, Ph_WM_CLOSE | Ph_WM_RESIZE),
     Flag(Pt_ARG_WINDOW_NOTIFY_FLAGS),
-    Flag(Pt_ARG_WINDOW_STATE),
     Link(Pt_CB_WINDOW),
-    Link(Pt_CB_WINDOW_CLOSING),
 };
 constexpr Def kLabel[] = {
     Text(Pt_ARG_TEXT_STRING),
     Text(Pt_ARG_TEXT_FONT),
-    Scalar(Pt_ARG_LABEL_TYPE, Pt_Z_STRING),
     Pointer(Pt_ARG_LABEL_IMAGE),
-    Scalar(Pt_ARG_HORIZONTAL_ALIGNMENT, Pt_LEFT),
-    Scalar(Pt_ARG_VERTICAL_ALIGNMENT, Pt_CENTER),
     Text(Pt_ARG_ACCEL_KEY),
 };
 constexpr Def kText[] = {
@@ -55,7 +44,6 @@ constexpr Def kText[] = {
     Scalar(Pt_ARG_CURSOR_POSITION),
     Flag(Pt_ARG_TEXT_FLAGS, Pt_EDITABLE | Pt_CURSOR_VISIBLE),
     Link(Pt_CB_MODIFY_VERIFY),
-    Link(Pt_CB_MODIFY_NOTIFY),
     Link(Pt_CB_TEXT_CHANGED),
 };
 // A multi-line text has no limit of its own: whole messages are shown in one.
@@ -66,7 +54,6 @@ constexpr Def kMultiText[] = {
     Scalar(Pt_ARG_CURSOR_POSITION),
     Flag(Pt_ARG_TEXT_FLAGS, Pt_EDITABLE | Pt_CURSOR_VISIBLE),
     Link(Pt_CB_MODIFY_VERIFY),
-    Link(Pt_CB_MODIFY_NOTIFY),
     Link(Pt_CB_TEXT_CHANGED),
 };
 constexpr Def kCombo[] = {
@@ -75,27 +62,19 @@ constexpr Def kCombo[] = {
     Scalar(Pt_ARG_MAX_LENGTH, 32767),
     Scalar(Pt_ARG_CURSOR_POSITION),
     Flag(Pt_ARG_TEXT_FLAGS, Pt_EDITABLE | Pt_CURSOR_VISIBLE),
-    Link(Pt_CB_MODIFY_VERIFY),
-    Link(Pt_CB_MODIFY_NOTIFY),
-    Link(Pt_CB_TEXT_CHANGED),
     {Pt_ARG_ITEMS, PtType::StringArray, 0, 0},
     Scalar(Pt_ARG_CBOX_SEL_ITEM),
-    ReadOnly(Pt_ARG_LIST_ITEM_COUNT),
     Link(Pt_CB_SELECTION),
 };
 constexpr Def kNumeric[] = {
     Scalar(Pt_ARG_NUMERIC_VALUE),
     Scalar(Pt_ARG_NUMERIC_MIN, INT_MIN),
     Scalar(Pt_ARG_NUMERIC_MAX, INT_MAX),
-    Scalar(Pt_ARG_NUMERIC_INCREMENT, 1),
     Text(Pt_ARG_TEXT_STRING),
     Text(Pt_ARG_TEXT_FONT),
-    Link(Pt_CB_NUMERIC_CHANGED),
 };
 constexpr Def kProgress[] = {
     Scalar(Pt_ARG_GAUGE_VALUE),
-    Scalar(Pt_ARG_MINIMUM),
-    Scalar(Pt_ARG_MAXIMUM, 100),
 };
 constexpr Def kTimer[] = {
     {Pt_ARG_TIMER_INITIAL, PtType::Action, 0, 0},
@@ -103,14 +82,12 @@ constexpr Def kTimer[] = {
     Link(Pt_CB_TIMER_ACTIVATE),
 };
 constexpr Def kTree[] = {
-    ReadOnly(Pt_ARG_LIST_ITEM_COUNT), {Pt_ARG_TREE_IMAGES, PtType::PointerArray, 0, 0},
-    Flag(Pt_ARG_TREE_FLAGS),          Text(Pt_ARG_TEXT_FONT),
-    Link(Pt_CB_TREE_SELECTION),       Link(Pt_CB_TREE_STATE),
-    Link(Pt_CB_GEN_TREE_INPUT),       Link(Pt_CB_SELECTION),
+    {Pt_ARG_TREE_IMAGES, PtType::PointerArray, 0, 0},
+    Text(Pt_ARG_TEXT_FONT),
+    Link(Pt_CB_TREE_SELECTION),
 };
 constexpr Def kMenuButton[] = {
     Scalar(Pt_ARG_BUTTON_TYPE, Pt_MENU_TEXT),
-    Text(Pt_ARG_ACCEL_TEXT),
 };
 constexpr Def kWebClient[] = {
     Text(Pt_ARG_CLIENT_NAME),

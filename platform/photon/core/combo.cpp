@@ -39,16 +39,9 @@ int PtListDeleteAllItems(PtWidget_t *widget) {
 }
 
 int PtListSelectPos(PtWidget_t *widget, int position) {
-    if (!IsCombo(widget) || position < 0 || position > PtListNumber(*widget))
+    if (!IsCombo(widget) || position < 0 ||
+        static_cast<size_t>(position) > PtValueOf(*widget, Pt_ARG_ITEMS)->items.size())
         return -1;
     PtSetResource(widget, Pt_ARG_CBOX_SEL_ITEM, position, 0);
     return 0;
-}
-
-int PtListItemPos(PtWidget_t *widget, char const *item) {
-    if (!IsCombo(widget) || !item)
-        return 0;
-    std::vector<std::string> const &list = PtValueOf(*widget, Pt_ARG_ITEMS)->items;
-    auto const found = std::find(list.begin(), list.end(), item);
-    return found == list.end() ? 0 : static_cast<int>(found - list.begin()) + 1;
 }

@@ -70,10 +70,7 @@ void PtMarkDirty(PtWidget_t &widget, unsigned bits) {
 }
 
 std::vector<PtWidget_t *> PtTakeDirty() {
-    PtCoreState &core = PtCore();
-    if (core.hold > 0 && !core.flushing)
-        return {};
-    std::vector<PtWidget_t *> taken = std::exchange(core.dirty, {});
+    std::vector<PtWidget_t *> taken = std::exchange(PtCore().dirty, {});
     for (PtWidget_t *widget : taken)
         widget->queued = false;
     return taken;
@@ -105,7 +102,7 @@ int PtDoAction(PtWidget_t &widget, PtAction action) {
     }
     PtResourceDef const *definition = PtFindResource(widget.widget_class, action.resource);
     if (definition && definition->type == PtType::ActionText)
-        action.value = action.len = 0; // addresses of the caller's that may be gone by then; the text is ours
+        action.value = action.len = 0; // the caller's addresses may be invalid by then; the text is ours
     widget.actions.push_back(std::move(action));
     PtMarkDirty(widget, kDirtyActions);
     return 0;

@@ -13,7 +13,7 @@ struct PtModuleWidget {
     PtWidgetClassRef_t widget_class;
     int parent;                    ///< index in the list, -1 for the module's root
     std::vector<PtAction> initial; ///< resources read from the file: texts, ranges, timer values; string arrays as
-                                   ///< `text` with a LF behind each but the last
+                                   ///< `text`, separated by LF
     unsigned long flags;           ///< bits to add to the class's initial flags
     void *native;                  ///< the windowing side's own widget, handed back in BindModule
 };
@@ -34,7 +34,7 @@ class PtDisplay {
     virtual void Paint() = 0;
     /// GUI thread: makes the view of a widget that did not come from a module file.
     virtual void CreateView(PtWidget_t &widget) = 0;
-    /// Any thread, lock held: the widget is gone; its view is destroyed on the GUI thread, never under an event of
+    /// Any thread, lock held: the widget was destroyed; its view is destroyed on the GUI thread, never under an event of
     /// its own.
     virtual void DestroyView(std::unique_ptr<PtView> view) = 0;
 

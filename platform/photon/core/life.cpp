@@ -196,8 +196,6 @@ unsigned long PtWidgetFlags(PtWidget_t const *widget) {
     return widget ? widget->flags : static_cast<unsigned long>(Pt_DESTROYED);
 }
 int PtWidgetIsRealized(PtWidget_t const *widget) { return (PtWidgetFlags(widget) & Pt_REALIZED) != 0; }
-PtWidget_t *PtWidgetParent(PtWidget_t const *widget) { return widget ? widget->parent : nullptr; }
-PtWidgetClassRef_t PtWidgetClassOf(PtWidget_t const *widget) { return widget ? widget->widget_class : nullptr; }
 
 PtWidget_t *PtContainerGiveFocus(PtWidget_t *widget, PhEvent_t *) {
     if (IsDead(widget) || widget->widget_class->is_window || PtIsBlocked(*widget))
@@ -210,8 +208,6 @@ PtWidget_t *PtContainerGiveFocus(PtWidget_t *widget, PhEvent_t *) {
 int PtWindowToFront(PtWidget_t *window) {
     return IsDead(window) ? -1 : PtDoAction(*window, {kPtActToFront, 0, 0, {}});
 }
-
-int PtWindowFocus(PtWidget_t *window) { return PtWindowToFront(window); }
 
 int PtMakeModal(PtWidget_t *window, unsigned short, PgColor_t) {
     return IsDead(window) ? -1 : PtDoAction(*window, {kPtActModal, 0, 0, {}});

@@ -2,7 +2,7 @@
 //
 // A thread that leaves wakes the first waiter but does not hand the lock over, so that a worker that enters and
 // leaves for every row does not switch threads each time. Once the first waiter has been passed over for a
-// millisecond, newcomers stand in the queue behind it.
+// millisecond, newcomers queue after it.
 
 #include "core/lock.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kPatience = std::chrono::milliseconds(1);
-/// A main thread that has not begun to paint after this long is busy elsewhere; the paint then comes later.
+/// A main thread that has not started to paint after this long is busy elsewhere; the paint then comes later.
 constexpr auto kFlushPatience = std::chrono::seconds(2);
 
 using Thread = void const *; ///< null: none
@@ -61,7 +61,7 @@ void Release() {
 }
 
 /// A worker that ends, or is cancelled, while it holds the lock lets it go. Not the GUI thread: its end is the
-/// program's, and nobody shall touch widgets from there on.
+/// program's, and no thread may touch widgets from there on.
 struct LeaveAtThreadEnd {
     bool armed = false;
     ~LeaveAtThreadEnd() {
@@ -243,29 +243,17 @@ void FlushFromWorker(PtDisplay &display) {
 
 int PtFlush(void) {
     if (serving)
-        return PtCore().hold;
+        return 0;
     if (!PtLockHeld())
         return -EPERM;
-    PtDisplay *display = PtTheDisplay();
+    PtDisplay *const display = PtTheDisplay();
     if (!display)
-        return PtCore().hold;
+        return 0;
     PtCore().flushing = true;
     if (PtOnGuiThread())
         display->Paint();
     else
         FlushFromWorker(*display);
     PtCore().flushing = false;
-    return PtCore().hold;
+    return 0;
 }
-
-int PtHold(void) { return ++PtCore().hold; }
-
-int PtRelease(void) {
-    if (PtCore().hold == 0)
-        return -1;
-    if (--PtCore().hold == 0)
-        PtFlush();
-    return PtCore().hold;
-}
-
-int PtUpdate(void) { return PtRelease(); }

@@ -89,23 +89,3 @@ std::vector<long> PtStoreRelated(PtWidget_t &widget, long number) {
         return StoreCombo(widget, number);
     return {};
 }
-
-void PtTellProgramChange(PtWidget_t &widget, long number) {
-    if (PtClassIsA(widget.widget_class, PtNumericInteger)) {
-        if (number == Pt_ARG_TEXT_STRING || number == Pt_ARG_NUMERIC_VALUE) {
-            PtNumericIntegerCallback_t data{static_cast<int>(PtValueOf(widget, Pt_ARG_NUMERIC_VALUE)->scalar)};
-            PtInvokeForProgram(widget, Pt_CB_NUMERIC_CHANGED, &data);
-        }
-    } else if (number == Pt_ARG_TEXT_STRING && (widget.flags & Pt_CALLBACKS_ACTIVE)) {
-        std::string text = PtValueOf(widget, number)->bytes;
-        int const cursor = static_cast<int>(PtValueOf(widget, Pt_ARG_CURSOR_POSITION)->scalar);
-        PtTextCallback_t data{0, 0, cursor, cursor, static_cast<int>(PtCountChars(text)), 0, text.data(), 1};
-        PtInvokeForProgram(widget, Pt_CB_TEXT_CHANGED, &data);
-    }
-}
-
-long PtListNumber(PtWidget_t const &widget) {
-    size_t const count = widget.tree ? widget.tree->item_count
-                                     : PtValueOf(const_cast<PtWidget_t &>(widget), Pt_ARG_ITEMS)->items.size();
-    return static_cast<long>(std::min<size_t>(count, USHRT_MAX));
-}

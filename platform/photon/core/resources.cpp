@@ -64,10 +64,6 @@ bool Store(PtWidget_t const &widget, PtResourceDef const &definition, PtValue &v
     case PtType::Struct:
         return SetBytes(value, arg.value ? std::string_view(Address<char const>(arg.value), definition.size)
                                          : std::string_view{});
-    case PtType::Alloc:
-        return SetBytes(value, arg.value && arg.len > 0
-                                   ? std::string_view(Address<char const>(arg.value), static_cast<size_t>(arg.len))
-                                   : std::string_view{});
     case PtType::PointerArray: {
         value.count = static_cast<unsigned short>(std::clamp(arg.len, 0L, long{USHRT_MAX}));
         return SetBytes(value, arg.value
@@ -124,7 +120,6 @@ int SetOne(PtWidget_t &widget, PtArg_t const &arg) {
     PtNoteChange(widget, arg.type);
     for (long const related : PtStoreRelated(widget, arg.type))
         PtNoteChange(widget, related);
-    PtTellProgramChange(widget, arg.type);
     return 0;
 }
 
@@ -135,8 +130,6 @@ int GetOne(PtWidget_t &widget, PtArg_t &arg) {
         return -1;
     if (arg.type == Pt_ARG_FLAGS)
         value->scalar = static_cast<long>(widget.flags);
-    else if (arg.type == Pt_ARG_LIST_ITEM_COUNT)
-        value->scalar = PtListNumber(widget);
     bool const scalar =
         definition->type == PtType::Scalar || definition->type == PtType::Flag || definition->type == PtType::Action;
     if (!arg.value) { // the short method: into the argument itself

@@ -10,8 +10,7 @@ struct PtCoreState {
     std::vector<std::unique_ptr<PtWidget_t>> dead; ///< wait for PtFreeDestroyed
     PtWidget_t *default_parent = nullptr;
     int gui_callbacks = 0; ///< callbacks on the GUI thread's stack
-    int hold = 0;
-    bool flushing = false; ///< a flush goes through a hold
+    bool flushing = false; ///< what is marked is wanted on the screen now
     void (*destroy_hook)(PtWidget_t &) = nullptr;
 };
 
@@ -40,17 +39,10 @@ std::vector<long> PtStoreRelated(PtWidget_t &widget, long number);
 /// Notes that a resource changed and marks the widget.
 void PtNoteChange(PtWidget_t &widget, long number);
 
-/// Invokes a change callback for a change made by the program, when the widget asked for it.
-void PtInvokeForProgram(PtWidget_t &widget, unsigned long type, void *cbdata);
-/// The change callback of the widget's class for a program's new text or number.
-void PtTellProgramChange(PtWidget_t &widget, long number);
-
 /// Puts an action where the GUI thread finds it, or carries it out on the GUI thread. 0, -1 when it failed.
 int PtDoAction(PtWidget_t &widget, PtAction action);
 
 /// Tree state of a destroyed widget: its items are freed.
 void PtFreeTree(PtWidget_t &widget);
-/// Pt_ARG_LIST_ITEM_COUNT, counted when it is read. A short holds it in the program, so 65535 stands for more.
-long PtListNumber(PtWidget_t const &widget);
 /// A text cut to the widget's Pt_ARG_MAX_LENGTH characters.
 std::string_view PtCutToMaxLength(PtWidget_t const &widget, std::string_view text);

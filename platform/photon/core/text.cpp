@@ -34,24 +34,22 @@ std::string Insertable(PtWidget_t const &widget, char const *text, int length) {
     return PtClassIsA(widget.widget_class, PtMultiText) ? PtPlainText(inserted, PtTextLines::Several) : inserted;
 }
 
-/// Replaces the characters of `range` and keeps the count of characters and the cursor in step.
-void Splice(PtWidget_t &widget, PtValue &value, PtTextCallback_t const &range, std::string const &inserted) {
+/// Replaces the characters from `first` to `last` and keeps the count of characters and the cursor in step.
+void Splice(PtWidget_t &widget, PtValue &value, long first, long last, std::string const &inserted) {
     long const before = CountOf(value);
-    bool const at_end = range.start_pos >= before;
-    size_t const start =
-        at_end ? value.bytes.size() : PtCharOffset(value.bytes, static_cast<size_t>(range.start_pos));
-    size_t const bytes = PtCharOffset(std::string_view(value.bytes).substr(start),
-                                      static_cast<size_t>(range.end_pos - range.start_pos));
+    bool const at_end = first >= before;
+    size_t const start = at_end ? value.bytes.size() : PtCharOffset(value.bytes, static_cast<size_t>(first));
+    size_t const bytes = PtCharOffset(std::string_view(value.bytes).substr(start), static_cast<size_t>(last - first));
     long const added = static_cast<long>(PtCountChars(inserted));
     value.bytes.replace(start, bytes, inserted);
     // Bytes that were characters of their own may form one with their new neighbours.
     bool const ascii_edges = inserted.empty() ? false : !(inserted.front() & 0x80) && !(inserted.back() & 0x80);
-    value.scalar = ascii_edges ? before - (range.end_pos - range.start_pos) + added : -1;
+    value.scalar = ascii_edges ? before - (last - first) + added : -1;
     long &cursor = PtValueOf(widget, Pt_ARG_CURSOR_POSITION)->scalar;
-    if (cursor >= range.end_pos)
-        cursor += added - (range.end_pos - range.start_pos);
-    else if (cursor > range.start_pos)
-        cursor = range.start_pos + added;
+    if (cursor >= last)
+        cursor += added - (last - first);
+    else if (cursor > first)
+        cursor = first + added;
 }
 
 int Modify(PtWidget_t &widget, int start, int end, int insert_pos, char const *text, int length) {
@@ -65,27 +63,14 @@ int Modify(PtWidget_t &widget, int start, int end, int insert_pos, char const *t
     start = std::clamp(start, 0, count);
     end = std::clamp(end, 0, count);
     std::string inserted = Insertable(widget, text, length);
-    int const cursor = static_cast<int>(PtValueOf(widget, Pt_ARG_CURSOR_POSITION)->scalar);
-    int added = static_cast<int>(PtCountChars(inserted));
-    PtTextCallback_t change{start, end, cursor, start + added, added, 0, inserted.data(), 1};
-    PtInvokeForProgram(widget, Pt_CB_MODIFY_VERIFY, &change);
-    if (!change.doit || (widget.flags & Pt_DESTROYED))
-        return 0;
-    change.start_pos = start; // the place stands; a callback changes what is put there
-    change.end_pos = end;
-    inserted = Insertable(widget, change.text, change.length);
     long const room = PtValueOf(widget, Pt_ARG_MAX_LENGTH)->scalar - (CountOf(value) - (end - start));
     inserted.resize(PtCharOffset(inserted, static_cast<size_t>(std::max(room, 0L))));
     if (start == end && inserted.empty())
         return 0;
-    Splice(widget, value, change, inserted);
+    Splice(widget, value, start, end, inserted);
     PtNoteChange(widget, Pt_ARG_TEXT_STRING);
     for (long const related : PtStoreRelated(widget, Pt_ARG_TEXT_STRING))
         PtNoteChange(widget, related);
-    change.text = inserted.data();
-    change.length = static_cast<int>(PtCountChars(inserted));
-    PtInvokeForProgram(widget, Pt_CB_MODIFY_NOTIFY, &change);
-    PtInvokeForProgram(widget, Pt_CB_TEXT_CHANGED, &change);
     return 1;
 }
 
@@ -102,9 +87,4 @@ std::string_view PtCutToMaxLength(PtWidget_t const &widget, std::string_view tex
 
 int PtTextModifyText(PtWidget_t *widget, int start, int end, int insert_pos, char const *text, int length) {
     return HasText(widget) ? Modify(*widget, start, end, insert_pos, text, length) : -1;
-}
-
-void PtMultiTextModifyText(PtWidget_t *widget, int start, int end, int insert_pos, char const *text, int length,
-                           void const *, int) {
-    PtTextModifyText(widget, start, end, insert_pos, text, length);
 }

@@ -67,8 +67,6 @@ void Forget(PtTreeState &state, PtGenTreeItem_t *item) {
             state.current = nullptr;
         if (each == state.show)
             state.show = nullptr;
-        if (!state.watched.empty())
-            std::replace(state.watched.begin(), state.watched.end(), each, static_cast<PtGenTreeItem_t *>(nullptr));
         each->list.flags &=
             ~(Pt_TREE_ITEM_INATREE | Pt_LIST_ITEM_SELECTED | Pt_LIST_ITEM_CURRENT | kPtItemSeen | kPtItemGrew);
         state.item_count--;
@@ -107,7 +105,7 @@ bool Measure(PtGenTreeItem_t *item, PtGenTreeItem_t const *place, Chain &chain) 
     return true;
 }
 
-/// Leaves word for the view of a chain that was linked in.
+/// Records for the view that a chain was linked in.
 void TellView(PtTreeState &state, Chain const &chain, PtGenTreeItem_t *father, PtGenTreeItem_t const *after) {
     if (!Seen(father)) {
         if ((father->list.flags & Pt_TREE_ITEM_EXPANDED) && Seen(father->father))
@@ -126,7 +124,7 @@ void TellView(PtTreeState &state, Chain const &chain, PtGenTreeItem_t *father, P
 /// of one.
 void Link(PtWidget_t *tree, Chain const &chain, PtGenTreeItem_t *father, PtGenTreeItem_t *before,
           PtGenTreeItem_t *after) {
-    if (PtGenTreeItem_t *detached = Previous(chain.first)) // the brothers before it stay behind
+    if (PtGenTreeItem_t *detached = Previous(chain.first)) // the brothers before it stay where they are
         detached->brother = nullptr;
     SetPrevious(chain.first, before);
     chain.last->brother = after;
@@ -281,16 +279,6 @@ PtGenTreeItem_t *PtGenTreeRootItem(PtWidget_t const *tree) {
 void PtGenTreeRemoveItem(PtWidget_t *tree, PtGenTreeItem_t *item) {
     if (item && (!InATree(item) || StateOf(tree)))
         Unlink(tree, item, item);
-}
-
-PtGenTreeItem_t *PtGenTreeRemoveChildren(PtWidget_t *tree, PtGenTreeItem_t *item) {
-    if (!item || !item->son || (InATree(item) && !StateOf(tree)))
-        return nullptr;
-    PtGenTreeItem_t *first = item->son, *last = first;
-    while (last->brother)
-        last = last->brother;
-    Unlink(tree, first, last);
-    return first;
 }
 
 int PtGenTreeFreeItems(PtGenTreeItem_t *item) {

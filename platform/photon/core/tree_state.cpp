@@ -23,25 +23,14 @@ void MarkSelection(PtWidget_t &tree) {
     PtMarkDirty(tree, kDirtyTree);
 }
 
-/// The row after `item` as it is shown: collapsed items hide what is below them.
-PtGenTreeItem_t const *NextRow(PtGenTreeItem_t const *item) {
-    if (item->son && Has(item, Pt_TREE_ITEM_EXPANDED))
-        return item->son;
-    while (item && !item->brother)
-        item = item->father;
-    return item ? item->brother : nullptr;
-}
-
-/// Invokes Pt_CB_TREE_STATE; subtype 1 before an expansion, 0 after a collapse. Returns what the callback put into
-/// `expand`; `alive` tells whether the item is still in the tree.
-int InvokeState(PtWidget_t &tree, PtGenTreeItem_t *item, unsigned long subtype, PhEvent_t *event, bool &alive) {
-    PtPin const pin(tree);
-    PtTreeCallback_t data{Pt_BROWSE_MODE, reinterpret_cast<PtTreeItem_t *>(item), 1, 0, 0};
-    tree.tree->watched.push_back(item);
-    PtInvokeCallbacks(tree, Pt_CB_TREE_STATE, subtype, event, &data);
-    alive = tree.tree->watched.back() == item;
-    tree.tree->watched.pop_back();
-    return data.expand;
+void SetExpanded(PtWidget_t *tree, PtGenTreeItem_t *item, bool expanded) {
+    if (Has(item, Pt_TREE_ITEM_EXPANDED) == expanded)
+        return;
+    item->list.flags ^= Pt_TREE_ITEM_EXPANDED;
+    if (!StateOf(tree) || !Has(item, Pt_TREE_ITEM_INATREE))
+        return;
+    tree->tree->expansion_changed = true;
+    PtMarkDirty(*tree, kDirtyTree);
 }
 
 } // namespace
@@ -54,39 +43,23 @@ void PtStoreCurrent(PtWidget_t &tree, PtGenTreeItem_t *item) {
         item->list.flags |= kBoth;
 }
 
-void PtStoreExpanded(PtWidget_t &, PtGenTreeItem_t *item, bool expanded) {
+void PtStoreExpanded(PtGenTreeItem_t *item, bool expanded) {
     if (expanded)
         item->list.flags |= Pt_TREE_ITEM_EXPANDED;
     else
         item->list.flags &= ~Pt_TREE_ITEM_EXPANDED;
 }
 
-int PtGenTreeExpand(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event) {
+int PtGenTreeExpand(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *) {
     if (!item || !Has(item, Pt_TREE_ITEM_EXPANDABLE))
         return -1;
-    if (Has(item, Pt_TREE_ITEM_EXPANDED))
-        return 0;
-    if (StateOf(tree) && Has(item, Pt_TREE_ITEM_INATREE)) {
-        bool alive = false;
-        if (int const refused = InvokeState(*tree, item, 1, event, alive); refused != 0 || !alive)
-            return refused ? refused : -1;
-        tree->tree->expansion_changed = true;
-        PtMarkDirty(*tree, kDirtyTree);
-    }
-    item->list.flags |= Pt_TREE_ITEM_EXPANDED;
+    SetExpanded(tree, item, true);
     return 0;
 }
 
-void PtGenTreeCollapse(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event) {
-    if (!item || !Has(item, Pt_TREE_ITEM_EXPANDED))
-        return;
-    item->list.flags &= ~Pt_TREE_ITEM_EXPANDED;
-    if (!StateOf(tree) || !Has(item, Pt_TREE_ITEM_INATREE))
-        return;
-    tree->tree->expansion_changed = true;
-    PtMarkDirty(*tree, kDirtyTree);
-    bool alive = false;
-    InvokeState(*tree, item, 0, event, alive);
+void PtGenTreeCollapse(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *) {
+    if (item)
+        SetExpanded(tree, item, false);
 }
 
 void PtGenTreeSelect(PtWidget_t *tree, PtGenTreeItem_t *item) {
@@ -133,15 +106,6 @@ void PtGenTreeDamageItem(PtWidget_t *tree, PtGenTreeItem_t *item) {
         return;
     tree->tree->texts_changed = true;
     PtMarkDirty(*tree, kDirtyTree);
-}
-
-int PtGenTreeItemIndex(PtWidget_t const *tree, PtGenTreeItem_t const *item) {
-    if (!StateOf(tree) || !item || !Has(item, Pt_TREE_ITEM_INATREE) || !IsVisible(item))
-        return 0;
-    int index = 1;
-    for (PtGenTreeItem_t const *each = tree->tree->first; each && each != item; each = NextRow(each))
-        index++;
-    return index;
 }
 
 PtTreeItem_t *PtTreeGetCurrent(PtWidget_t const *tree) {

@@ -10,21 +10,9 @@
 #include <unordered_map>
 #include <vector>
 
-/// How a resource is stored and handed out. An Alloc is a block of `len` bytes, a Link adds callbacks, an ActionText
-/// is an action whose value is a string.
-enum class PtType {
-    Scalar,
-    Flag,
-    String,
-    Pointer,
-    Struct,
-    StringArray,
-    PointerArray,
-    Alloc,
-    Link,
-    Action,
-    ActionText
-};
+/// How a resource is stored and handed out. A Link adds callbacks, an ActionText is an action whose value is a
+/// string.
+enum class PtType { Scalar, Flag, String, Pointer, Struct, StringArray, PointerArray, Link, Action, ActionText };
 
 struct PtResourceDef {
     long number;
@@ -51,7 +39,7 @@ PtResourceDef const *PtFindResource(PtWidgetClassRef_t widget_class, long number
 struct PtValue {
     long scalar = 0;   ///< scalars, pointers; little-endian, so any narrower type can be read from it; of a text its
                        ///< characters, -1 when not counted
-    std::string bytes; ///< strings (NUL-terminated behind size()), structures, blocks, arrays of pointers
+    std::string bytes; ///< strings (with a NUL after size()), structures, arrays of pointers
     std::vector<std::string> items;     ///< string arrays
     std::vector<char const *> pointers; ///< to `items`, for reading
     unsigned short count = 0;
@@ -59,7 +47,7 @@ struct PtValue {
 
 /// An action resource that was set. On the GUI thread it is carried out at once; set from a worker, or before the
 /// view is there, it waits for the next sync, and a text action keeps its text only (`value` and `len` are 0 then).
-/// Other values are kept as they are: an address in them may be gone by then, so views do not follow it, the print
+/// Other values are kept as they are: an address in them may be invalid by then, so views do not follow it, the print
 /// context of Pt_ARG_WEB_PRINT excepted.
 struct PtAction {
     long resource, value, len;
@@ -111,7 +99,7 @@ struct PtWidget {
     int callbacks_running = 0;         ///< callbacks of this widget on the stack: it is freed only at 0
     bool queued = false;               ///< in the list of PtTakeDirty
     bool wants_view = false;           ///< made in code; the GUI thread gives it a view at its next sync
-    bool going = false;                ///< its destruction has begun
+    bool going = false;                ///< its destruction has started
     bool module_root = false;          ///< the root widget of a module instance
     std::unique_ptr<PtTreeState> tree; ///< trees only
     std::unique_ptr<PtView> view;      ///< null before it is shown and after it is destroyed
@@ -132,18 +120,17 @@ struct PtTreeState {
                                           ///< good until `generation` moves, emptied by the view
     bool branches_changed = false;        ///< a row that the view has read can be opened now; cleared by the view
     bool texts_changed = false;
-    bool selection_changed = false;         ///< by the program
-    bool expansion_changed = false;         ///< by the program, or rows came that are open
-    PtGenTreeItem_t *current = nullptr;     ///< the one selected item
-    std::vector<PtGenTreeItem_t *> watched; ///< items that callbacks run for; null when taken out meanwhile
-    PtGenTreeItem_t *show = nullptr;        ///< to be scrolled to at the next sync
+    bool selection_changed = false;     ///< by the program
+    bool expansion_changed = false;     ///< by the program, or rows came that are open
+    PtGenTreeItem_t *current = nullptr; ///< the one selected item
+    PtGenTreeItem_t *show = nullptr;    ///< to be scrolled to at the next sync
 };
 
 /// Marks a widget for the next sync and wakes the GUI thread.
 void PtMarkDirty(PtWidget_t &widget, unsigned bits);
 
 /// The widgets marked since the last call, destroyed ones left out. The GUI thread passes each, in this order, to
-/// PtSyncWidget. Empty while PtHold holds, unless a flush is on its way.
+/// PtSyncWidget.
 std::vector<PtWidget_t *> PtTakeDirty();
 
 /// GUI thread: gives the widget its view when it was made by a worker, syncs the view, carries out waiting actions
@@ -159,7 +146,7 @@ void PtStoreScalar(PtWidget_t &widget, long resource, long value);
 void PtStoreFlags(PtWidget_t &widget, unsigned long bits, unsigned long mask);
 void PtStoreArea(PtWidget_t &widget, PhArea_t const &area);
 void PtStoreCurrent(PtWidget_t &tree, PtGenTreeItem_t *item); ///< selects it in place of another; null for none
-void PtStoreExpanded(PtWidget_t &tree, PtGenTreeItem_t *item, bool expanded);
+void PtStoreExpanded(PtGenTreeItem_t *item, bool expanded);
 
 /// Calls the widget's callbacks of `type` in the order attached, until one answers other than Pt_CONTINUE. Returns
 /// that answer. A widget destroyed on the way stays valid until this returns; the rest of its callbacks is not

@@ -79,9 +79,8 @@ PtWidget_t *ApCreateModule(ApEventLink_t const *link, PtWidget_t *widget, PtCall
 /// Changes where later instances appear. Returns 0.
 int ApModuleLocation(ApEventLink_t *link, unsigned short location, short x_offset, short y_offset);
 
-/// Opens a picture module as a widget database; null on failure. Meant to stay open. GUI thread only.
+/// Opens a picture module as a widget database; null on failure. It stays open. GUI thread only.
 ApDBase_t *ApOpenDBase(ApEventLink_t const *link);
-int ApCloseDBase(ApDBase_t *db);
 
 /// Copies one widget of the database as a child of the current default parent. `args` override its resources;
 /// negative x and y keep its position. To be realized explicitly when the parent already is. Null when absent. The
@@ -90,16 +89,3 @@ PtWidget_t *ApCreateWidget(ApDBase_t const *db, char const *name, int x, int y, 
 
 /// The image of the named widget in the database, null when absent. Belongs to the database.
 PhImage_t *ApGetImageRes(ApDBase_t const *db, char const *name);
-
-/// The widget's number, 0 for one without a name of its own.
-int ApName(PtWidget_t const *widget);
-char const *ApInstanceName(PtWidget_t const *widget);
-
-/// The window, dialog or menu that a widget belongs to.
-PtWidget_t *ApGetInstance(PtWidget_t *widget);
-
-/// The widget number `name` inside one module instance, null when it is not there.
-PtWidget_t *ApGetWidgetPtr(PtWidget_t *instance, int name);
-
-/// Processes events until `widget` is destroyed. Returns 0, -1 for null.
-int ApModalWait(PtWidget_t *widget, unsigned flags);

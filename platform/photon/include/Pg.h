@@ -1,5 +1,4 @@
 #pragma once
-// Drawing buffer. Qt buffers by itself: these calls have no effect.
+// Drawing buffer. Qt buffers by itself: the call has no effect.
 
 int PgSetDrawBufferSize(unsigned short length);
-int PgFlush(void);

@@ -8,13 +8,8 @@
 
 /// Connects to the display. The calling thread holds the library lock from then on. Returns 0, -1 on failure.
 int PtInit(char const *name);
-/// Processes events until the last window is gone or PtExit.
+/// Processes events until the last window is closed or PtExit.
 void PtMainLoop(void);
-/// One turn: waits for events and processes them. The library is unlocked while it waits.
-int PtProcessEvent(void);
-/// Processes what is pending, without waiting.
-int PtBkgdHandlerProcess(void);
-
 typedef struct PtAppContext *PtAppContext_t;
 typedef struct PtWorkProcId PtWorkProcId_t;
 /// Calls `work` from the main loop, under the lock, between events; again as long as it returns Pt_CONTINUE. Before
@@ -31,13 +26,8 @@ int PtLeave(int flags);
 
 /// Repaints everything that changed, now, and reads no input. From a worker that holds the lock the main thread
 /// paints while the worker waits; when the main thread is busy elsewhere (it left the library), it returns at once.
-/// Returns the hold count.
+/// Returns 0, -EPERM for a thread that does not hold the lock.
 int PtFlush(void);
-/// Puts painting off (PtFlush still paints) until as many PtRelease calls have been made. Returns the hold count.
-int PtHold(void);
-/// Takes one hold back; the last one paints like PtFlush. Returns the hold count, -1 when there is none.
-int PtRelease(void);
-int PtUpdate(void); ///< the same as PtRelease
 
 // ---- life cycle ---------------------------------------------------------------------------------------------------
 
@@ -57,17 +47,14 @@ int PtDestroyWidget(PtWidget_t *widget);
 /// The flags; Pt_DESTROYED for null.
 unsigned long PtWidgetFlags(PtWidget_t const *widget);
 int PtWidgetIsRealized(PtWidget_t const *widget);
-PtWidget_t *PtWidgetParent(PtWidget_t const *widget);
-PtWidgetClassRef_t PtWidgetClassOf(PtWidget_t const *widget);
 /// Gives a widget the keyboard. Returns it, null for a window, a blocked or a destroyed widget.
 PtWidget_t *PtContainerGiveFocus(PtWidget_t *widget, PhEvent_t *event);
 /// Raises a window and makes it the active one. Returns 0, -1 for a destroyed window.
 int PtWindowToFront(PtWidget_t *window);
-int PtWindowFocus(PtWidget_t *window); ///< the same as PtWindowToFront
-/// Blocks the program's other windows until this one is gone; does not wait. Returns 0, -1 for a destroyed window.
+/// Blocks the program's other windows until this one is closed; does not wait. Returns 0, -1 for a destroyed window.
 int PtMakeModal(PtWidget_t *window, unsigned short cursor, PgColor_t color);
 
-/// Attaches `function` behind those attached before. One that answers other than Pt_CONTINUE ends the list.
+/// Attaches `function` after those attached before. One that answers other than Pt_CONTINUE ends the list.
 void PtAddCallback(PtWidget_t *widget, unsigned long type, PtFunction_t function, void *data);
 void PtAddCallbacks(PtWidget_t *widget, unsigned long type, PtCallback_t const *callbacks, unsigned count);
 /// Detaches the first callback with this function and data.
@@ -108,13 +95,9 @@ template <class T, class L> int PtGetResource(PtWidget_t const *widget, long typ
 
 /// Replaces the characters from `start` to `end`, or inserts at `insert_pos` (-1: the end) when they are equal.
 /// `length` counts the characters of `text`, which need not be terminated. A character is a UTF-8 sequence (RFC
-/// 3629); a byte that belongs to none is one of its own. The result is cut to Pt_ARG_MAX_LENGTH characters. Returns 1
-/// changed, 0 unchanged, -1 no text widget. Callbacks run only with Pt_CALLBACKS_ACTIVE.
+/// 3629); a byte that belongs to none is one of its own. The result is cut to Pt_ARG_MAX_LENGTH characters. No
+/// callback. Returns 1 changed, 0 unchanged, -1 no text widget.
 int PtTextModifyText(PtWidget_t *widget, int start, int end, int insert_pos, char const *text, int length);
-/// PtTextModifyText under its other name; attributes are ignored.
-void PtMultiTextModifyText(PtWidget_t *widget, int start, int end, int insert_pos, char const *text, int length,
-                           void const *attributes, int mask);
-
 // ---- combo boxes --------------------------------------------------------------------------------------------------
 
 // Positions count from 1.
@@ -125,9 +108,6 @@ int PtListAddItems(PtWidget_t *widget, char const **items, int count, int positi
 int PtListDeleteAllItems(PtWidget_t *widget);
 /// Chooses an item (0: none) and shows its text. Returns 0, -1 for no such item.
 int PtListSelectPos(PtWidget_t *widget, int position);
-/// The position of a text, 0 when it is not in the list.
-int PtListItemPos(PtWidget_t *widget, char const *item);
-
 // ---- trees --------------------------------------------------------------------------------------------------------
 
 typedef struct Pt_genlist_item {
@@ -168,16 +148,8 @@ typedef struct PtTreeCallback {
     unsigned sel_mode;
     PtTreeItem_t *item;
     unsigned nitems;
-    int expand;      ///< Pt_CB_TREE_STATE: set non-zero to refuse
     int click_count; ///< clicks of the pointer button, 0 from the keyboard
 } PtTreeCallback_t;
-
-typedef struct PtGenTreeInput {
-    PhPoint_t pos;
-    PtGenTreeItem_t *item; ///< null beside the items
-    unsigned index;
-    int consumed;
-} PtGenTreeInput_t;
 
 // An item passed to Add or Free stands for itself and its following brothers, with everything below them. Where a
 // tree is asked for and the items are in none, it may be null.
@@ -188,22 +160,19 @@ PtTreeItem_t *PtTreeAllocItem(PtWidget_t const *tree, char const *string, short 
 /// Adds items before the sons of `parent` (null: the roots) and makes it expandable; `item` may be null. Returns 0,
 /// -1 when they are somewhere already.
 int PtGenTreeAddFirst(PtWidget_t *tree, PtGenTreeItem_t *item, PtGenTreeItem_t *parent);
-/// Adds items behind `brother`. Takes no search, whatever the length of the level. Returns as PtGenTreeAddFirst.
+/// Adds items after `brother`. Takes no search, whatever the length of the level. Returns as PtGenTreeAddFirst.
 int PtGenTreeAddAfter(PtWidget_t *tree, PtGenTreeItem_t *item, PtGenTreeItem_t *brother);
 /// The first item of the root level, null for an empty tree.
 PtGenTreeItem_t *PtGenTreeRootItem(PtWidget_t const *tree);
 /// Takes one item out with everything below it; it is the caller's then. A current item among them is forgotten.
 void PtGenTreeRemoveItem(PtWidget_t *tree, PtGenTreeItem_t *item);
-/// Takes all sons of an item out as a list and returns its first, null for none.
-PtGenTreeItem_t *PtGenTreeRemoveChildren(PtWidget_t *tree, PtGenTreeItem_t *item);
 /// Frees items that are in no tree; their `data` is the program's. Returns 0, -1 when they still hang somewhere.
 int PtGenTreeFreeItems(PtGenTreeItem_t *item);
 /// Takes out and frees every item. A destroyed tree does so by itself.
 void PtGenTreeFreeAllItems(PtWidget_t *tree);
-/// Expands an expandable item after Pt_CB_TREE_STATE (reason_subtype 1) has allowed it. Returns 0; what the callback
-/// put into `expand`; -1 when there is nothing to expand or the callback took the item out.
+/// Shows what is below an expandable item. Returns 0, -1 when it is not expandable.
 int PtGenTreeExpand(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event);
-/// Hides what is below an item, then calls Pt_CB_TREE_STATE (reason_subtype 0).
+/// Hides what is below an item.
 void PtGenTreeCollapse(PtWidget_t *tree, PtGenTreeItem_t *item, PhEvent_t *event);
 /// Selects an item in place of another; it is the current one, too. Outside a tree only the mark is set. No callback.
 void PtGenTreeSelect(PtWidget_t *tree, PtGenTreeItem_t *item);
@@ -213,10 +182,8 @@ void PtGenTreeClearSelection(PtWidget_t *tree);
 void PtGenTreeShow(PtWidget_t *tree, PtGenTreeItem_t *item);
 /// Selects an item and scrolls to it.
 void PtGenTreeGoto(PtWidget_t *tree, PtGenTreeItem_t *item);
-/// Has an item drawn anew.
+/// Has an item drawn again.
 void PtGenTreeDamageItem(PtWidget_t *tree, PtGenTreeItem_t *item);
-/// The row of an item among the rows shown, from 1; 0 when a collapsed one hides it.
-int PtGenTreeItemIndex(PtWidget_t const *tree, PtGenTreeItem_t const *item);
 /// The selected item while it is seen to be: null for none, and while a collapsed one hides it.
 PtTreeItem_t *PtTreeGetCurrent(PtWidget_t const *tree);
 /// The selected item, shown or hidden, and null, in an array from malloc (freed by the caller) or in `buffer`; null

@@ -17,9 +17,6 @@ typedef struct PhArea {
     PhPoint_t pos;
     PhDim_t size;
 } PhArea_t;
-typedef struct PhRect {
-    PhPoint_t ul, lr;
-} PhRect_t;
 
 typedef uint32_t PgColor_t;
 
@@ -53,7 +50,7 @@ typedef struct PtWidgetClass const *PtWidgetClassRef_t;
 
 typedef struct PtCallbackInfo {
     unsigned long reason, reason_subtype;
-    PhEvent_t *event; ///< null when there is none behind it
+    PhEvent_t *event; ///< null when no event caused it
     void *cbdata;
 } PtCallbackInfo_t;
 
@@ -96,7 +93,7 @@ extern PtWidgetClassRef_t PtWidgetBase, PtBasic, PtContainer, PtWindow, PtLabel,
 constexpr long Pt_BLOCKED = 0x20000; ///< reacts to nothing, looks unchanged; blocks everything inside
 constexpr long Pt_SET = 0x2, Pt_TOGGLE = 0x4, Pt_SELECTABLE = 0x8, Pt_GHOST = 0x10, Pt_MENUABLE = 0x20,
                Pt_ALL_BUTTONS = 0x40, Pt_GETS_FOCUS = 0x80, Pt_HIGHLIGHTED = 0x100, Pt_DELAY_REALIZE = 0x200,
-               Pt_CALLBACKS_ACTIVE = 0x400, Pt_REALIZED = 0x100000, Pt_DESTROYED = 0x200000;
+               Pt_REALIZED = 0x100000, Pt_DESTROYED = 0x200000;
 
 enum : long {
     // PtWidget
@@ -107,54 +104,33 @@ enum : long {
     Pt_ARG_WIDTH,
     Pt_ARG_HEIGHT,
     Pt_ARG_POINTER,
-    Pt_ARG_USER_DATA,
     Pt_ARG_ANCHOR_FLAGS,
-    Pt_ARG_ANCHOR_OFFSETS,
     Pt_CB_REALIZED,
     Pt_CB_UNREALIZED,
     Pt_CB_DESTROYED,
-    Pt_CB_BLOCKED,
     Pt_CB_HOTKEY,
-    Pt_ARG_HELP_TOPIC, // the tooltip's text
     // PtBasic
-    Pt_CB_ARM = 2000,
-    Pt_CB_ACTIVATE,
-    Pt_CB_DISARM,
+    Pt_CB_ACTIVATE = 2001,
     Pt_CB_MENU,
-    Pt_CB_GOT_FOCUS,
-    Pt_CB_LOST_FOCUS,
-    Pt_ARG_FILL_COLOR,
-    Pt_ARG_COLOR,
     // PtLabel, PtButton
     Pt_ARG_TEXT_STRING = 3000,
     Pt_ARG_TEXT_FONT,
-    Pt_ARG_LABEL_TYPE,
     Pt_ARG_LABEL_IMAGE,
-    Pt_ARG_HORIZONTAL_ALIGNMENT,
-    Pt_ARG_VERTICAL_ALIGNMENT,
     Pt_ARG_ACCEL_KEY,
     // PtText, PtMultiText
     Pt_ARG_MAX_LENGTH = 4000,
     Pt_ARG_CURSOR_POSITION,
     Pt_ARG_TEXT_FLAGS,
     Pt_CB_MODIFY_VERIFY,
-    Pt_CB_MODIFY_NOTIFY,
     Pt_CB_TEXT_CHANGED,
     // PtWindow
     Pt_ARG_WINDOW_TITLE = 18000,
-    Pt_ARG_WINDOW_RENDER_FLAGS,
     Pt_ARG_WINDOW_MANAGED_FLAGS,
     Pt_ARG_WINDOW_NOTIFY_FLAGS,
-    Pt_ARG_WINDOW_STATE,
     Pt_CB_WINDOW,
-    Pt_CB_WINDOW_CLOSING,
     // lists and trees
-    Pt_ARG_LIST_ITEM_COUNT = 23002,
-    Pt_ARG_TREE_IMAGES,
-    Pt_ARG_TREE_FLAGS,
+    Pt_ARG_TREE_IMAGES = 23003,
     Pt_CB_TREE_SELECTION = 23022,
-    Pt_CB_TREE_STATE,
-    Pt_CB_GEN_TREE_INPUT,
     // PtComboBox
     Pt_ARG_ITEMS = 25000,
     Pt_ARG_CBOX_SEL_ITEM,
@@ -163,23 +139,16 @@ enum : long {
     Pt_ARG_NUMERIC_VALUE = 26000,
     Pt_ARG_NUMERIC_MIN,
     Pt_ARG_NUMERIC_MAX,
-    Pt_ARG_NUMERIC_INCREMENT,
-    Pt_CB_NUMERIC_CHANGED,
     // PtProgress
     Pt_ARG_GAUGE_VALUE = 27000,
-    Pt_ARG_MINIMUM,
-    Pt_ARG_MAXIMUM,
     // PtMenuButton
     Pt_ARG_BUTTON_TYPE = 28000,
-    Pt_ARG_ACCEL_TEXT,
     // PtTimer
     Pt_ARG_TIMER_INITIAL = 41000,
     Pt_ARG_TIMER_REPEAT,
     Pt_CB_TIMER_ACTIVATE,
 };
 
-enum { Pt_Z_STRING = 0, Pt_IMAGE, Pt_TEXT_IMAGE };
-enum { Pt_LEFT = 0, Pt_CENTER = 1, Pt_RIGHT = 2 };
 enum { Pt_BROWSE_MODE = 2 };
 enum { Pt_EDITABLE = 1, Pt_CURSOR_VISIBLE = 2 };
 enum { Pt_MENU_TEXT = 0, Pt_MENU_RIGHT, Pt_MENU_DOWN };
@@ -199,9 +168,6 @@ enum {
 typedef struct PtBasicCallback {
     int click_count;
 } PtBasicCallback_t;
-typedef struct PtNumericIntegerCallback {
-    int numeric_value;
-} PtNumericIntegerCallback_t;
 typedef struct PhWindowEvent {
     unsigned event_f, event_state;
 } PhWindowEvent_t;

@@ -39,7 +39,7 @@ QFileDialog *MakeDialog(char const *title, char const *root, char const *pattern
     Split(QFile::decodeName(root ? root : "/"), directory, name);
     auto *dialog = new QFileDialog(nullptr, ShownText(title ? title : "File Selector", TextShape::Row), directory);
     dialog->setObjectName(QStringLiteral("PtFileSelection"));
-    // The system's own dialog runs a loop of its own, in which nobody would let the library go.
+    // The system's own dialog runs its own loop, which would keep the library locked.
     dialog->setOption(QFileDialog::DontUseNativeDialog);
     bool const new_names = flags & Pt_FSR_NO_FCHECK;
     dialog->setAcceptMode(new_names ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);

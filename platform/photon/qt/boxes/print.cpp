@@ -25,29 +25,6 @@ int PpReleasePC(PpPrintContext_t *pc) {
     return 0;
 }
 
-int PpSetPC(PpPrintContext_t *pc, int member, void const *value, int) {
-    if (!pc || !value)
-        return -1;
-    switch (member) {
-    case Pp_PC_NAME:
-        pc->printer->setPrinterName(ShownText(static_cast<char const *>(value), TextShape::Line));
-        return 0;
-    case Pp_PC_FILENAME:
-        pc->printer->setOutputFormat(QPrinter::PdfFormat);
-        pc->printer->setOutputFileName(QFile::decodeName(static_cast<char const *>(value)));
-        return 0;
-    case Pp_PC_ORIENTATION:
-        pc->printer->setPageOrientation(*static_cast<int const *>(value) ? QPageLayout::Landscape
-                                                                         : QPageLayout::Portrait);
-        return 0;
-    case Pp_PC_COPIES:
-        pc->printer->setCopyCount(*static_cast<int const *>(value));
-        return 0;
-    default:
-        return -1;
-    }
-}
-
 int PtPrintSelection(PtWidget_t *parent, PhPoint_t const *position, char const *title, PpPrintContext_t *pc,
                      unsigned) {
     if (!pc)

@@ -52,7 +52,7 @@ QEventLoop *main_loop = nullptr;
 /// The lock of an outermost delivery. A callback that left the library for good has taken it away already.
 class HeldByDelivery {
   public:
-    /// `keep`: somebody further out holds the lock.
+    /// `keep`: a caller further out holds the lock.
     explicit HeldByDelivery(bool keep) : keep_(keep) { PtLockAcquireGui(); }
     ~HeldByDelivery() {
         if (!keep_ && PtLockHeld())
@@ -104,7 +104,7 @@ bool Application::DeliverOutermost(QObject *receiver, QEvent *event) {
     return result;
 }
 
-/// Lets workers in while a loop waits that was begun inside a delivery. (Loops of ours are begun without the lock.)
+/// Lets workers in while a loop waits that was started inside a delivery. (Loops of ours start without the lock.)
 void Application::AboutToWait() {
     if (thread()->loopLevel() <= loop_level_ || !PtLockHeld())
         return;
@@ -256,22 +256,6 @@ int PtInit(char const *) {
     return 0;
 }
 
-int PtProcessEvent(void) {
-    if (!application || !PtOnGuiThread())
-        return -1;
-    PtLockPause const pause;
-    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    return 0;
-}
-
-int PtBkgdHandlerProcess(void) {
-    if (!application || !PtOnGuiThread())
-        return -1;
-    PtLockPause const pause;
-    QCoreApplication::processEvents();
-    return 0;
-}
-
 void PtMainLoop(void) {
     if (!application || !PtOnGuiThread() || main_loop)
         return;
@@ -309,7 +293,7 @@ PtWorkProcId_t *PtAppAddWorkProc(PtAppContext_t, int (*work)(void *data), void *
 }
 
 void PtExit(int status) {
-    // Workers may still run; whoever of them enters the library from now on waits there until the process is gone.
+    // Workers may still run; one that enters the library from now on waits there until the process ends.
     if (application && PtOnGuiThread() && application->depth() == 0) {
         BuryViews();
         delete application;

@@ -50,7 +50,7 @@ Label *LabelOf(QWidget const &field) {
     return nullptr;
 }
 
-/// A field made right behind a label is the one that the label names: its key leads there and a screen reader reads
+/// A field made right after a label is the one that the label names: its key leads there and a screen reader reads
 /// it out.
 void LeadToField(PtWidget_t &widget) {
     if (!widget.parent || !(PtClassIsA(widget.widget_class, PtText) || PtClassIsA(widget.widget_class, PtComboBox)))

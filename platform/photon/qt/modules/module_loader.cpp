@@ -180,11 +180,8 @@ class Lister {
         } else if (auto *box = qobject_cast<QSpinBox *>(object)) {
             Number(Pt_ARG_NUMERIC_MIN, box->minimum());
             Number(Pt_ARG_NUMERIC_MAX, box->maximum());
-            Number(Pt_ARG_NUMERIC_INCREMENT, box->singleStep());
             Number(Pt_ARG_NUMERIC_VALUE, box->value());
         } else if (auto *bar = qobject_cast<QProgressBar *>(object)) {
-            Number(Pt_ARG_MINIMUM, bar->minimum());
-            Number(Pt_ARG_MAXIMUM, bar->maximum());
             Number(Pt_ARG_GAUGE_VALUE, std::max(bar->minimum(), bar->value()));
         } else if (auto *combo = qobject_cast<QComboBox *>(object)) {
             ReadCombo(*combo);

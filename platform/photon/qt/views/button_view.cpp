@@ -16,12 +16,7 @@ class ButtonView final : public View {
   public:
     ButtonView(PtWidget &widget, QAbstractButton *button, bool owned)
         : View(widget, button, owned), button_(button), applied_(PlainLabel(button->text()).toStdString()) {
-        Watch();
         connect(button, &QAbstractButton::clicked, this, &ButtonView::Clicked);
-        connect(button, &QAbstractButton::pressed, this, [this] {
-            PtBasicCallback_t data{1};
-            Call(Pt_CB_ARM, 0, &data);
-        });
     }
 
   protected:

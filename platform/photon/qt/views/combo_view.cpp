@@ -9,7 +9,6 @@ namespace {
 class ComboView final : public View {
   public:
     ComboView(PtWidget &widget, QComboBox *box, bool owned) : View(widget, box, owned), box_(box) {
-        Watch();
         connect(box, &QComboBox::activated, this, &ComboView::Chosen);
         connect(box, &QComboBox::editTextChanged, this, [this](QString const &text) {
             if (this->widget() && this->box_->isEditable() &&

@@ -12,5 +12,3 @@ char *PfGenerateFontName(char const *family, uint32_t flags, uint32_t size, char
 }
 
 int PgSetDrawBufferSize(unsigned short) { return 0; }
-
-int PgFlush(void) { return 0; }

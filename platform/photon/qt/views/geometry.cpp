@@ -46,18 +46,18 @@ void FollowParent(PtWidget &parent, QSize before, QSize now) {
             continue;
         if (child->dirty & kDirtyGeometry) // not yet where it belongs
             continue;
-        View::Anchored &begin = View::Of(*child)->anchored;
-        if (!begin.parent.isValid() || native->geometry() != begin.last)
-            begin = {native->geometry(), {}, before};
-        if (!begin.parent.isValid())
+        View::Anchored &start = View::Of(*child)->anchored;
+        if (!start.parent.isValid() || native->geometry() != start.last)
+            start = {native->geometry(), {}, before};
+        if (!start.parent.isValid())
             continue; // it was never placed, nor its parent shown
-        int const dx = now.width() - begin.parent.width();
-        int const dy = now.height() - begin.parent.height();
-        QRect place = begin.place;
+        int const dx = now.width() - start.parent.width();
+        int const dy = now.height() - start.parent.height();
+        QRect place = start.place;
         place.adjust(anchors & Pt_LEFT_ANCHORED_RIGHT ? dx : 0, anchors & Pt_TOP_ANCHORED_BOTTOM ? dy : 0,
                      anchors & Pt_RIGHT_ANCHORED_RIGHT ? dx : 0, anchors & Pt_BOTTOM_ANCHORED_BOTTOM ? dy : 0);
         native->setGeometry(place.x(), place.y(), std::max(0, place.width()), std::max(0, place.height()));
-        begin.last = native->geometry();
+        start.last = native->geometry();
         PhArea_t const area = {{static_cast<short>(place.x()), static_cast<short>(place.y())},
                                {static_cast<unsigned short>(std::max(0, place.width())),
                                 static_cast<unsigned short>(std::max(0, place.height()))}};

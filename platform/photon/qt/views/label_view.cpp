@@ -11,7 +11,6 @@ class LabelView final : public View {
     LabelView(PtWidget &widget, Label *label, bool owned) : View(widget, label, owned), label_(label) {
         applied_ = (label->buddy() ? PlainLabel(label->text()) : label->text()).toStdString();
         has_picture_ = !label->pixmap().isNull();
-        Watch();
     }
 
   protected:
@@ -22,15 +21,10 @@ class LabelView final : public View {
             [[fallthrough]];
         case Pt_ARG_TEXT_STRING:
         case Pt_ARG_LABEL_IMAGE:
-        case Pt_ARG_LABEL_TYPE:
             Show(widget);
             break;
         case Pt_ARG_TEXT_FONT:
             label_->setFont(FontByName(StoredText(widget, resource), label_->font()));
-            break;
-        case Pt_ARG_HORIZONTAL_ALIGNMENT:
-        case Pt_ARG_VERTICAL_ALIGNMENT:
-            label_->setAlignment(Alignment(widget));
             break;
         default:
             View::Apply(widget, resource);
@@ -38,19 +32,11 @@ class LabelView final : public View {
     }
 
   private:
-    static Qt::Alignment Alignment(PtWidget &widget) {
-        long const across = StoredNumber(widget, Pt_ARG_HORIZONTAL_ALIGNMENT);
-        return Qt::AlignVCenter | (across == Pt_CENTER  ? Qt::AlignHCenter
-                                   : across == Pt_RIGHT ? Qt::AlignRight
-                                                        : Qt::AlignLeft);
-    }
-
     void Show(PtWidget &widget) {
         auto *image = reinterpret_cast<PhImage *>(StoredNumber(widget, Pt_ARG_LABEL_IMAGE));
         std::string const &text = StoredText(widget, Pt_ARG_TEXT_STRING);
-        // A label that was laid out with a picture shows pictures without being told its type.
-        bool const picture = StoredNumber(widget, Pt_ARG_LABEL_TYPE) != Pt_Z_STRING || has_picture_ || text.empty();
-        if (image && picture) {
+        // A picture is for a label that was laid out with one, or has no text.
+        if (image && (has_picture_ || text.empty())) {
             label_->setPixmap(PixmapFor(*image, *label_));
             shows_picture_ = true;
         } else if (text != applied_ || shows_picture_) {

@@ -16,10 +16,6 @@ class MenuButtonView final : public View {
     MenuButtonView(PtWidget &widget, QAction *entry, bool owned)
         : View(widget, entry, owned), entry_(entry), applied_(PlainLabel(entry->text()).toStdString()) {
         connect(entry, &QAction::triggered, this, &MenuButtonView::Triggered);
-        connect(entry, &QAction::hovered, this, [this] {
-            if (this->widget() && StoredNumber(*this->widget(), Pt_ARG_BUTTON_TYPE) != Pt_MENU_TEXT)
-                Call(Pt_CB_ARM);
-        });
     }
 
     void Vanish() override { entry_->setVisible(false); }
@@ -29,14 +25,9 @@ class MenuButtonView final : public View {
         switch (resource) {
         case Pt_ARG_TEXT_STRING:
         case Pt_ARG_ACCEL_KEY:
-        case Pt_ARG_ACCEL_TEXT:
             if (resource != Pt_ARG_TEXT_STRING || StoredText(widget, resource) != applied_) {
                 applied_ = StoredText(widget, Pt_ARG_TEXT_STRING);
-                QString text = MarkedLabel(widget);
-                QString const keys = ShownText(StoredText(widget, Pt_ARG_ACCEL_TEXT), TextShape::Row);
-                if (!keys.isEmpty())
-                    text += QLatin1Char('\t') + keys;
-                entry_->setText(text);
+                entry_->setText(MarkedLabel(widget));
             }
             break;
         case Pt_ARG_LABEL_IMAGE:
@@ -74,7 +65,6 @@ class MenuButtonView final : public View {
 } // namespace
 
 MenuView::MenuView(PtWidget &widget, QMenu *menu, bool owned) : View(widget, menu, owned), menu_(menu) {
-    connect(menu, &QMenu::aboutToShow, this, &MenuView::Opened);
     connect(menu, &QMenu::aboutToHide, this, &MenuView::Hidden);
 }
 
@@ -103,13 +93,6 @@ void MenuView::ApplyRealize(PtWidget &widget) {
         menu_->hide();
     else if (!menu_->isVisible())
         menu_->popup(place_.value_or(QCursor::pos()));
-}
-
-void MenuView::Opened() {
-    PtWidget *parent = widget() ? widget()->parent : nullptr;
-    if (parent && PtClassIsA(parent->widget_class, PtMenuButton))
-        if (View *button = View::Of(*parent); button && button->widget())
-            PtInvokeCallbacks(*parent, Pt_CB_ARM, 0, nullptr, nullptr);
 }
 
 void MenuView::Hidden() {

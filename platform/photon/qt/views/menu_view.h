@@ -25,7 +25,6 @@ class MenuView final : public View {
 
   private:
     bool StandsAlone() const;
-    void Opened();
     void Hidden();
     void Closed();
 

@@ -16,7 +16,6 @@ class MultiTextView final : public View {
   public:
     MultiTextView(PtWidget &widget, QPlainTextEdit *editor, bool owned)
         : View(widget, editor, owned), editor_(editor) {
-        Watch();
         connect(editor->document(), &QTextDocument::contentsChange, this, [this](int at, int removed, int added) {
             if (!putting_)
                 change_ = {at, removed, added};
@@ -148,7 +147,6 @@ class MultiTextView final : public View {
         StoreCursor();
         PtTextCallback_t done{start, end,         start, start + CountCharacters(text), CountCharacters(text),
                               0,     text.data(), 1};
-        Call(Pt_CB_MODIFY_NOTIFY, 0, &done);
         Call(Pt_CB_TEXT_CHANGED, 0, &done);
     }
 

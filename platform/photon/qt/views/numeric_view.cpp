@@ -16,14 +16,11 @@ int Int(long value) { return static_cast<int>(std::clamp(value, long{INT_MIN}, l
 class NumericView final : public View {
   public:
     NumericView(PtWidget &widget, QSpinBox *box, bool owned) : View(widget, box, owned), box_(box) {
-        Watch();
         connect(box, &QSpinBox::valueChanged, this, [this](int value) {
             if (!this->widget())
                 return;
             PtStoreScalar(*this->widget(), Pt_ARG_NUMERIC_VALUE, value);
             PtStoreString(*this->widget(), Pt_ARG_TEXT_STRING, std::to_string(value));
-            PtNumericIntegerCallback_t data{value};
-            Call(Pt_CB_NUMERIC_CHANGED, 0, &data);
         });
     }
 
@@ -36,9 +33,6 @@ class NumericView final : public View {
             break;
         case Pt_ARG_NUMERIC_MAX:
             box_->setMaximum(Int(StoredNumber(widget, resource)));
-            break;
-        case Pt_ARG_NUMERIC_INCREMENT:
-            box_->setSingleStep(Int(StoredNumber(widget, resource)));
             break;
         case Pt_ARG_NUMERIC_VALUE:
         case Pt_ARG_TEXT_STRING:
@@ -56,18 +50,14 @@ class NumericView final : public View {
 
 class ProgressView final : public View {
   public:
-    ProgressView(PtWidget &widget, QProgressBar *bar, bool owned) : View(widget, bar, owned), bar_(bar) { Watch(); }
+    ProgressView(PtWidget &widget, QProgressBar *bar, bool owned) : View(widget, bar, owned), bar_(bar) {}
 
   protected:
     void Apply(PtWidget &widget, long resource) override {
-        if (resource == Pt_ARG_MINIMUM || resource == Pt_ARG_MAXIMUM || resource == Pt_ARG_GAUGE_VALUE) {
-            long const low = StoredNumber(widget, Pt_ARG_MINIMUM);
-            long const high = std::max(low, StoredNumber(widget, Pt_ARG_MAXIMUM));
-            bar_->setRange(Int(low), Int(high));
-            bar_->setValue(Int(std::clamp(StoredNumber(widget, Pt_ARG_GAUGE_VALUE), low, high)));
-        } else {
+        if (resource == Pt_ARG_GAUGE_VALUE) // the range is the module file's
+            bar_->setValue(std::clamp(Int(StoredNumber(widget, resource)), bar_->minimum(), bar_->maximum()));
+        else
             View::Apply(widget, resource);
-        }
     }
 
   private:

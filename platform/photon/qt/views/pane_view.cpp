@@ -9,7 +9,9 @@ namespace {
 
 class PaneView final : public View {
   public:
-    PaneView(PtWidget &widget, QWidget *pane, bool owned) : View(widget, pane, owned) { Watch(); }
+    PaneView(PtWidget &widget, QWidget *pane, bool owned) : View(widget, pane, owned) {
+        pane->installEventFilter(this);
+    }
 
   protected:
     bool eventFilter(QObject *object, QEvent *event) override {

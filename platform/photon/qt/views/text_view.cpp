@@ -1,5 +1,5 @@
 // One line of text. Qt has no hook before a change: the field makes it, and what the verify callbacks leave of it is
-// put in its place before anything is painted. So typing, pasting, dropping, input methods and undo are all one road.
+// put in its place before anything is painted. So typing, pasting, dropping, input methods and undo are handled alike.
 
 #include "core/utf8.h"
 #include "qt/views/label.h"
@@ -71,7 +71,6 @@ class TextView final : public View {
   public:
     TextView(PtWidget &widget, QLineEdit *field, bool owned)
         : View(widget, field, owned), field_(field), shown_(field->text()) {
-        Watch();
         connect(field, &QLineEdit::textEdited, this, &TextView::Edited);
         connect(field, &QLineEdit::cursorPositionChanged, this, &TextView::Remember);
         connect(field, &QLineEdit::selectionChanged, this, &TextView::Remember);
@@ -172,7 +171,6 @@ class TextView final : public View {
         PtTextCallback_t done{
             edit.start,  edit.end, edit.cursor, edit.start + CountCharacters(text), CountCharacters(text), 0,
             text.data(), 1};
-        Call(Pt_CB_MODIFY_NOTIFY, 0, &done);
         Call(Pt_CB_TEXT_CHANGED, 0, &done);
     }
 

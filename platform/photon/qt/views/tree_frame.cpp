@@ -92,10 +92,6 @@ bool TreeFrame::Press(QMouseEvent *event, int clicks) {
     }
     if (event->button() != Qt::LeftButton)
         return true;
-    PhEvent_t const press =
-        PointerEvent(Ph_EV_BUT_PRESS, event->globalPosition().toPoint(), clicks, Ph_BUTTON_SELECT);
-    if (view_ && view_->Input(place, press))
-        return true;
     if (indexAt(place).isValid() && !OnDecoration(place))
         clicks_ = clicks;
     return false;
@@ -139,14 +135,11 @@ void TreeFrame::RightPress(QPoint on_screen) {
     setFocus(Qt::MouseFocusReason);
     QPoint const place = viewport()->mapFromGlobal(on_screen);
     QModelIndex const index = indexAt(place);
-    PhEvent_t const press = PointerEvent(Ph_EV_BUT_PRESS, on_screen, 1, Ph_BUTTON_MENU);
     if (index.isValid())
         selectionModel()->setCurrentIndex(index.siblingAtColumn(0),
                                           QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
-    if (view_) {
+    if (view_)
         view_->StoreChoice();
-        view_->Input(place, press);
-    }
 }
 
 void TreeFrame::KeepAtTop(QModelIndex const &row) {

@@ -38,7 +38,6 @@ QIcon RowPicture(QIcon const &icon, TreeFrame const &frame) {
 
 TreeView::TreeView(PtWidget &widget, TreeFrame *frame, bool owned)
     : View(widget, frame, owned), frame_(frame), model_(*this), budget_(kBudget) {
-    Watch();
     frame->model_ = &model_;
     frame->view_ = this;
     frame->setModel(&model_);
@@ -207,43 +206,14 @@ void TreeView::Choose(unsigned long event_type, int clicks) {
     Call(Pt_CB_TREE_SELECTION, 0, &data);
 }
 
-bool TreeView::Input(QPoint place, PhEvent_t const &event) {
-    if (!HasCallbacks(Pt_CB_GEN_TREE_INPUT))
-        return false;
-    QModelIndex const index = frame_->indexAt(place);
-    PtGenTreeInput_t data{};
-    data.pos = {static_cast<short>(place.x()), static_cast<short>(place.y())};
-    data.item = model_.Item(index);
-    data.index = data.item ? static_cast<unsigned>(PtGenTreeItemIndex(widget(), data.item)) : 0;
-    CurrentInputScope const scope(event);
-    return Call(Pt_CB_GEN_TREE_INPUT, 0, &data) == Pt_CONSUME || data.consumed;
-}
-
 void TreeView::Expanded(QModelIndex const &index, bool expanded) {
-    if (showing_ || !widget())
-        return;
-    PtGenTreeItem_t *item = model_.Item(index);
-    if (!item)
-        return;
-    PtTreeCallback_t data{};
-    data.sel_mode = Pt_BROWSE_MODE;
-    data.item = reinterpret_cast<PtTreeItem_t *>(item);
-    data.nitems = 1;
-    data.click_count = 1;
-    Call(Pt_CB_TREE_STATE, 0, &data);
-    if (!widget())
-        return;
-    item = model_.Item(index); // null when the callback changed the tree: the next sync shows it as it is then
+    PtGenTreeItem_t *const item = showing_ || !widget() ? nullptr : model_.Item(index);
     if (!item)
         return;
     showing_ = true;
-    if (expanded && data.expand) {
-        frame_->collapse(index);
-    } else {
-        PtStoreExpanded(*widget(), item, expanded);
-        if (expanded)
-            ExpandFrom(index);
-    }
+    PtStoreExpanded(item, expanded);
+    if (expanded)
+        ExpandFrom(index);
     showing_ = false;
 }
 

@@ -18,8 +18,6 @@ class TreeView final : public View {
     void Choose(unsigned long event_type, int clicks);
     /// Stores what the frame has selected and as current, without a callback.
     void StoreChoice();
-    /// Shows an input event to the input callbacks. True when they consumed it.
-    bool Input(QPoint place, PhEvent_t const &event);
 
   protected:
     void Apply(PtWidget &widget, long resource) override;

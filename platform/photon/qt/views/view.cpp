@@ -2,10 +2,6 @@
 
 #include "qt/loop/events.h"
 #include "qt/views/geometry.h"
-#include "qt/views/text_codec.h"
-
-#include <QEvent>
-#include <QTextDocument>
 
 #include <utility>
 
@@ -28,7 +24,7 @@ View::~View() {
     auto const entry = Table().find(key_);
     if (entry != Table().end() && entry->second == this)
         Table().erase(entry);
-    if (native_) // what it says while it goes is for nobody
+    if (native_) // its signals while it is destroyed are not wanted
         native_->disconnect(this);
     if (owned_ && native_)
         delete native_.data();
@@ -66,15 +62,7 @@ void View::Vanish() {
         native->hide();
 }
 
-void View::Apply(PtWidget &widget, long resource) {
-    QWidget *native = native_widget();
-    if (resource != Pt_ARG_HELP_TOPIC || !native)
-        return;
-    // A tooltip that looks like markup would be taken for it.
-    QString const text = ShownText(StoredText(widget, resource), TextShape::Lines);
-    native->setToolTip(
-        Qt::mightBeRichText(text) ? QLatin1String("<span>") + text.toHtmlEscaped() + QLatin1String("</span>") : text);
-}
+void View::Apply(PtWidget &, long) {}
 
 void View::ApplyFlags(PtWidget &widget) {
     QWidget *native = native_widget();
@@ -107,32 +95,14 @@ void View::ApplyGeometry(PtWidget &widget) {
         PlaceInParent(widget, *native);
 }
 
-bool View::HasCallbacks(unsigned long type) const {
-    if (!widget_)
-        return false;
-    auto const entry = widget_->callbacks.find(type);
-    return entry != widget_->callbacks.end() && !entry->second.empty();
-}
-
 int View::Call(unsigned long type, unsigned long subtype, void *cbdata) {
-    if (!HasCallbacks(type) || PtIsBlocked(*widget_))
+    if (!widget_ || PtIsBlocked(*widget_))
         return Pt_CONTINUE;
     // A menu's entries work by their shortcuts while the menu is not on the screen.
     if (!(widget_->flags & Pt_REALIZED) && !PtClassIsA(widget_->widget_class, PtMenuButton))
         return Pt_CONTINUE;
     PhEvent_t event = *CurrentInput();
     return PtInvokeCallbacks(*widget_, type, subtype, event.type ? &event : nullptr, cbdata);
-}
-
-bool View::eventFilter(QObject *object, QEvent *event) {
-    if (object == native_ && widget_) {
-        if (event->type() == QEvent::FocusIn)
-            Call(Pt_CB_GOT_FOCUS);
-        else if (event->type() == QEvent::FocusOut && Call(Pt_CB_LOST_FOCUS) == Pt_END && native_widget())
-            QMetaObject::invokeMethod(
-                native_widget(), [native = native_widget()] { native->setFocus(); }, Qt::QueuedConnection);
-    }
-    return false;
 }
 
 std::string const &StoredText(PtWidget &widget, long resource) {

@@ -7,8 +7,8 @@
 #include <QPointer>
 #include <QWidget>
 
-/// Base of all views. Lives on the GUI thread; every member runs under the library lock. The Qt object may go before
-/// the view does (it belongs to a window that is deleted whole), and the widget goes before both.
+/// Base of all views. Lives on the GUI thread; every member runs under the library lock. The Qt object may be
+/// deleted before the view (it belongs to a window that is deleted whole), and the widget before both.
 class View : public QObject, public PtView {
   public:
     /// `owned`: the view made the object and deletes it.
@@ -25,7 +25,7 @@ class View : public QObject, public PtView {
 
     PtWidget *widget() const { return widget_; }
     QObject *native() const { return native_; }
-    /// The native as a widget; null for an action, and when it is gone.
+    /// The native as a widget; null for an action, and when it was deleted.
     QWidget *native_widget() const { return qobject_cast<QWidget *>(native_); }
 
     /// The view of a Qt object itself, or of the nearest of its parents that has one. Null for none.
@@ -35,17 +35,12 @@ class View : public QObject, public PtView {
     /// Where a child with anchors was put, and how large its parent was then: the edges are counted from there, so
     /// that a window that was made smaller than its contents gives every child its old size back.
     struct Anchored {
-        QRect place, last; ///< the beginning, and what came of it last
+        QRect place, last; ///< at the start, and as it was placed last
         QSize parent;
     };
     Anchored anchored;
 
-    /// Attaches an event filter for what this view wants to see of its native.
-    void Watch() { native_->installEventFilter(this); }
-
   protected:
-    bool eventFilter(QObject *object, QEvent *event) override;
-
     /// Brings one resource up to date.
     virtual void Apply(PtWidget &widget, long resource);
     /// Brings flags (greyed, set) up to date.
@@ -53,10 +48,9 @@ class View : public QObject, public PtView {
     virtual void ApplyRealize(PtWidget &widget);
     virtual void ApplyGeometry(PtWidget &widget);
 
-    /// Calls callbacks with the input event that is being delivered. Does nothing when the widget is gone or blocked.
+    /// Calls callbacks with the input event that is being delivered. Does nothing when the widget is destroyed or blocked.
     /// Afterwards widget() may be null.
     int Call(unsigned long type, unsigned long subtype = 0, void *cbdata = nullptr);
-    bool HasCallbacks(unsigned long type) const;
 
   private:
     PtWidget *widget_;

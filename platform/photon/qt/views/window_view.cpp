@@ -45,7 +45,7 @@ void HideParts(PtWidget const &container) {
 
 WindowView::WindowView(PtWidget &widget, QWidget *window, bool owned)
     : View(widget, window, owned), window_(window), location_(ApLocCentered) {
-    Watch();
+    window->installEventFilter(this);
 }
 
 void WindowView::Place(unsigned short location, QPoint offset, PtWidget *relative) {
@@ -55,7 +55,7 @@ void WindowView::Place(unsigned short location, QPoint offset, PtWidget *relativ
 }
 
 void WindowView::MakeModal() {
-    // The window system takes the modality of a window that is shown anew.
+    // The window system takes the modality of a window that is shown again.
     bool const visible = window_->isVisible();
     if (visible)
         window_->hide();
@@ -185,8 +185,6 @@ void WindowView::Closed() {
         if (!(managed & Ph_WM_CLOSE))
             return;
     }
-    if (widget())
-        Call(Pt_CB_WINDOW_CLOSING);
     if (widget())
         PtDestroyWidget(widget());
 }

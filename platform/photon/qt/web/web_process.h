@@ -17,11 +17,12 @@ class WebProcess {
     WebProcess(WebProcess const &) = delete;
     WebProcess &operator=(WebProcess const &) = delete;
 
-    /// Starts `command` (words parted by blanks) with "-r" and each of `roots` behind it, and waits up to 5 s for its
+    /// Starts `command` (words parted by blanks) followed by "-r" and each of `roots`, and waits up to 5 s for its
     /// hello. A command without "/" is looked for in the program's own directory of helpers first, then in PATH.
-    /// "/usr/photon/bin/vserver" is that file and, when it cannot be started, the one among the helpers. The child gets its end of the connection as descriptor
-    /// 3, standard error, and nothing else of ours. Returns 0 or an errno: ENOENT, EACCES... when it cannot be
-    /// started, ETIMEDOUT without hello, ECONNRESET when it ended before, EPROTO when it said something else.
+    /// "/usr/photon/bin/vserver" is that file and, when it cannot be started, the one among the helpers. The child
+    /// gets its end of the connection as descriptor 3, standard error, and nothing else of ours. Returns 0 or an
+    /// errno: ENOENT, EACCES... when it cannot be started, ETIMEDOUT without hello, ECONNRESET when it ended before,
+    /// EPROTO when it said something else.
     int Start(std::string const &command, std::vector<std::string> const &roots);
 
     /// Ends the process: asks it to quit, and kills it when it does not within 200 ms. Harmless when none runs.
@@ -37,7 +38,7 @@ class WebProcess {
     /// Asks for a page. Returns 0 or an errno: EINVAL for an address that no server takes, EAGAIN when the server has
     /// not read what it was asked before.
     int Load(uint32_t id, std::string const &url);
-    /// Takes the next message without waiting; ends the process when it breaks the rules or has gone.
+    /// Takes the next message without waiting; ends the process when it breaks the rules or has ended.
     vserver::Received Receive(vserver::Packet &packet);
     /// Waits until there is something to receive. False when `deadline` has passed.
     bool Wait(Clock::time_point deadline) const;

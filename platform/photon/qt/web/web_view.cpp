@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::chrono::seconds kPageTime{2}; ///< that setting a URL may take; later answers are shown all the same
 /// Messages about pages before: one for each that was not answered in time, and images. Without an end they would
-/// keep the window busy for ever.
+/// keep the window busy without end.
 constexpr int kMostLate = 1000;
 
 class WebView : public View {
@@ -124,7 +124,7 @@ int WebView::Load(PtWidget &widget, std::string const &url) {
         if (error == EINVAL)
             break;
         if (error != 0)
-            StopServer(); // it has gone, or has read nothing for a long time
+            StopServer(); // it has ended, or has read nothing for a long time
         while (!answered_ && server_.Running() && server_.Wait(deadline))
             TakeMessages();
         if (server_.Running())
@@ -140,7 +140,7 @@ int WebView::Load(PtWidget &widget, std::string const &url) {
     return -1;
 }
 
-/// Takes everything that has arrived. False when the server has gone.
+/// Takes everything that has arrived. False when the server has ended.
 bool WebView::TakeMessages() {
     vserver::Packet packet;
     while (server_.Running()) {

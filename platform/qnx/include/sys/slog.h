@@ -1,5 +1,5 @@
 #pragma once
-// The system logger, which on Linux is syslog (and the journal behind it).
+// The system logger, which on Linux is syslog (and the journal that reads it).
 
 #include <cstdarg>
 

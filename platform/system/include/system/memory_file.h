@@ -9,7 +9,7 @@
 
 /// Makes an empty memory file that can be sealed. Not Valid() on failure.
 Fd MakeMemory(char const *name);
-/// Freezes size and content for ever. False when that fails, as while someone has it mapped for writing.
+/// Freezes size and content. False when that fails, as while someone has it mapped for writing.
 bool Seal(int descriptor);
 
 /// The bytes of a sealed memory file, mapped read-only for the life of this object.
