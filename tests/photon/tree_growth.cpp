@@ -146,20 +146,6 @@ TEST_F(GrowingTree, ShowsWhatANaiveTreeHas) {
     }
 }
 
-TEST_F(GrowingTree, AnOpenRowThatWasEmptiedShowsItsNextFirstRow) {
-    PtTreeItem_t *const open = Append("open", nullptr, nullptr, true);
-    PtTreeItem_t *const gone = Append("gone", open, nullptr);
-    Sync();
-    EXPECT_EQ(Shown(), (std::vector<std::string>{"open", "gone"}));
-    PtGenTreeRemoveItem(tree_, &gone->gen);
-    PtGenTreeFreeItems(&gone->gen);
-    Sync();
-    Append("new", open, nullptr);
-    PtGenTreeShow(tree_, PtGenTreeRootItem(tree_)); // nothing is put off then
-    Sync();
-    EXPECT_EQ(Shown(), (std::vector<std::string>{"open", "new"}));
-}
-
 TEST_F(GrowingTree, KeepsSelectionCurrentRowAndPlace) {
     std::vector<PtTreeItem_t *> roots;
     for (int i = 0; i < 100; i++)

@@ -11,32 +11,24 @@ class Widgets : public ToolkitTest {
     PtWidget_t *const window_ = PtCreateWidget(PtWindow, Pt_NO_PARENT, 0, nullptr);
 };
 
-/// A callback that writes its data (a word) into the log and answers what `answer` says.
+/// A callback that writes its data (a word) into the log.
 std::string callback_log;
-int callback_answer = Pt_CONTINUE;
 int Log(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
     char const *const kind = info->reason == Pt_CB_UNREALIZED ? "- " : info->reason == Pt_CB_DESTROYED ? "! " : " ";
     callback_log += std::string(static_cast<char const *>(data)) + kind;
-    return callback_answer;
+    return Pt_CONTINUE;
 }
 void *Word(char const *word) { return const_cast<char *>(word); }
 std::string TakeLog() { return std::exchange(callback_log, {}); }
 
 TEST_F(Widgets, ResourcesAreCopiedAndReadInPlace) {
-    PtWidget_t *label = Make(PtLabel);
-    char text[] = "Hello";
-    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, text, 0), 0);
+    PtWidget_t *label = Make(PtLabel), *bar = Make(PtProgress), *other = nullptr;
+    char text[] = "Hello, world";
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, text, 7), 0);
     text[0] = 'J';
-    EXPECT_EQ(TextOf(label), "Hello");
-    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, "Hello", 0), -1); // no change
-    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, "Hello, world", 7), 0);
     EXPECT_EQ(TextOf(label), "Hello, ");
-    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, nullptr, 0), 0);
-    EXPECT_EQ(TextOf(label), "");
-    EXPECT_EQ(PtSetResource(label, Pt_ARG_GAUGE_VALUE, 3, 0), -1); // no label has it
-    EXPECT_EQ(PtSetResource(static_cast<PtWidget_t *>(nullptr), Pt_ARG_TEXT_STRING, "x", 0), -1);
-
-    PtWidget_t *bar = Make(PtProgress), *other = nullptr;
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_TEXT_STRING, "Hello, ", 0), -1); // no change
+    EXPECT_EQ(PtSetResource(label, Pt_ARG_GAUGE_VALUE, 3, 0), -1);         // no label has it
     EXPECT_EQ(PtSetResource(bar, Pt_ARG_GAUGE_VALUE, 42, 0), 0);
     EXPECT_EQ(Number<short>(bar, Pt_ARG_GAUGE_VALUE), 42); // any width
     PtArg_t arg;
@@ -65,11 +57,8 @@ TEST_F(Widgets, FlagsChangeUnderTheirMask) {
 
 TEST_F(Widgets, NumericTextAndNumberAreOne) {
     PtWidget_t *number = Make(PtNumericInteger);
-    EXPECT_EQ(TextOf(number), "0");
     PtSetResource(number, Pt_ARG_NUMERIC_MIN, 5, 0);
     PtSetResource(number, Pt_ARG_NUMERIC_MAX, 3600, 0);
-    EXPECT_EQ(PtSetResource(number, Pt_ARG_NUMERIC_VALUE, 300, 0), 0);
-    EXPECT_EQ(TextOf(number), "300");
     for (auto const &[text, value] :
          {std::pair{"500", 500}, {"REMOVEFROMSERVER", 5}, {"99999999999999999999999", 3600}}) {
         SetText(number, text);
@@ -89,28 +78,9 @@ TEST_F(Widgets, ComboBoxesCountFromOne) {
     char const *more[] = {"Drafts"};
     EXPECT_EQ(PtListAddItems(combo, more, 1, 1), 0);
     EXPECT_EQ(Number<unsigned short>(combo, Pt_ARG_CBOX_SEL_ITEM), 4); // still Outbox
-    char const *const *items = nullptr;
-    unsigned short const *count = nullptr;
-    EXPECT_EQ(PtGetResource(combo, Pt_ARG_ITEMS, &items, &count), 0);
-    ASSERT_EQ(*count, 4);
-    EXPECT_STREQ(items[3], "Outbox");
     EXPECT_EQ(PtListDeleteAllItems(combo), 0);
     EXPECT_EQ(TextOf(combo), "Outbox");
     EXPECT_EQ(PtListSelectPos(combo, 1), -1); // there is no such item
-}
-
-TEST_F(Widgets, CallbacksRunInOrderUntilOneEndsThem) {
-    PtWidget_t *button = Make(PtButton);
-    PtAddCallback(button, Pt_CB_ACTIVATE, Log, Word("first"));
-    PtCallback_t const two[] = {{Log, Word("second")}, {Log, Word("third")}};
-    EXPECT_EQ(PtSetResource(button, Pt_CB_ACTIVATE, two, 2), 0); // adds
-    EXPECT_EQ(PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr), Pt_CONTINUE);
-    EXPECT_EQ(TakeLog(), "first second third ");
-    PtRemoveCallback(button, Pt_CB_ACTIVATE, Log, Word("first"));
-    callback_answer = Pt_END;
-    EXPECT_EQ(PtInvokeCallbacks(*button, Pt_CB_ACTIVATE, 0, nullptr, nullptr), Pt_END);
-    callback_answer = Pt_CONTINUE;
-    EXPECT_EQ(TakeLog(), "second ");
 }
 
 TEST_F(Widgets, ClosingCallsChildrenBeforeTheirContainer) {
