@@ -23,7 +23,6 @@
 std::vector<std::string> shownAlerts;
 
 // What the windowing side would bring along.
-int PtProcessEvent() { return 0; }
 
 int PtAlert(PtWidget_t *, PhPoint_t const *, char const *title, PhImage_t const *, char const *message, char const *,
             int, char const **, char const **, int default_button, int, int) {
