@@ -10,11 +10,13 @@
 #include "widgets/toolkit.h"
 
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <vector>
 
 namespace {
 
+constexpr char kReading[] = "Reading a large folder";
 constexpr long kLargeIndex = 256 << 20; ///< 1.3 million records: more of them would keep the window waiting
 
 void AddRow(IndexRecord const &record) {
@@ -36,6 +38,9 @@ class LargeFolder {
         ReadFolderIndex(
             path_.c_str(), [this](IndexRecord const &record) { read_.push_back(record); },
             [this] { return AddRead(); });
+        ToolkitGuard const guard;
+        if (WidgetText(ABW_lblStatus) == std::string_view(kReading))
+            SetStatus("");
     }
 
   private:
@@ -60,7 +65,7 @@ class LargeFolder {
 
 bool AddRows(std::string const &path) {
     if (IsLarge(path) && StartDetached([folder = LargeFolder(path)]() mutable { folder.Read(); })) {
-        SetStatus("Reading a large folder");
+        SetStatus(kReading);
         return true;
     }
     return ReadFolderIndex(path.c_str(), AddRow);
