@@ -18,7 +18,7 @@ packages() {
         build) echo g++ cmake ninja-build libseccomp-dev qt6-base-dev qt6-tools-dev libqt6svg6 $qt libgtest-dev \
             libssl-dev libgsasl-dev libtomlplusplus-dev libsecret-1-dev libgmime-3.0-dev libidn2-dev pkgconf \
             libbenchmark-dev python3 ;;
-        test) echo dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-dev clang-format \
+        test) echo mold dovecot-pop3d postfix inn2 openssl libnss-wrapper strace clang libclang-rt-dev clang-format \
             poppler-utils fonts-dejavu-core lintian desktop-file-utils ;;
         # The news server wants a mail server beside it; without one named it would bring the largest.
         demo) echo dovecot-pop3d inn2 openssl libnss-wrapper python3 fonts-dejavu-core \
