@@ -23,11 +23,13 @@ constexpr int kNotPermitted = 77;
 /// A private mount table, as root or as root of a user namespace of its own, with a disk of 64 KB at `place`.
 bool MountSmallDisk(std::string const &place) {
     uid_t const user = getuid();
+    gid_t const group = getgid();
     if (unshare(CLONE_NEWNS) != 0) {
         if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
             return false;
         WriteFile("/proc/self/setgroups", "deny");
         WriteFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
+        WriteFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
     }
     return mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
            mount("corvanta", place.c_str(), "tmpfs", MS_NODEV | MS_NOSUID, "size=64k") == 0;

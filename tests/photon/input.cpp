@@ -3,6 +3,7 @@
 #include "photon/fixture.h"
 
 #include "core/state.h"
+#include "fixtures/menu.h"
 
 #include <QLineEdit>
 #include <QMenu>
@@ -104,7 +105,7 @@ TEST_F(Input, BlockedMenuEntries) {
     WithoutLock([&] {
         menu->popup(QPoint(50, 50));
         QTest::qWait(10);
-        QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().first()).center());
+        ClickAction(menu, menu->actions().first());
     });
     EXPECT_TRUE(told_.empty());
     EXPECT_TRUE(menu->isVisible()); // the click went nowhere
@@ -164,9 +165,7 @@ TEST_F(Input, ContextMenuOpensActsAndGoes) {
     EXPECT_EQ(native->pos(), label->mapToGlobal(label->rect().center()));
     PtAddCallback(Find(menu, "mnuTop"), Pt_CB_ACTIVATE, Note, &told_);
     EXPECT_EQ(Find(menu, "mnuSub_Deep")->parent, Find(menu, "mnuSub"));
-    WithoutLock([&] {
-        QTest::mouseClick(native, Qt::LeftButton, {}, native->actionGeometry(native->actions().first()).center());
-    });
+    WithoutLock([&] { ClickAction(native, native->actions().first()); });
     EXPECT_EQ(told_.size(), 1u);
     QPointer<QMenu> const gone(native);
     EXPECT_TRUE(ProcessEventsUntil([&] { return gone.isNull(); }));

@@ -3,6 +3,7 @@
 #include "qt/loop/testing.h"
 
 #include "app/start.h"
+#include "fixtures/menu.h"
 #include "names/widgets.h"
 #include "ui/links.h"
 #include "widgets/toolkit.h"
@@ -314,7 +315,7 @@ void ChooseFromMenuBar(char const *entry) {
             if (action->objectName() == QLatin1String(entry)) {
                 QTest::mouseClick(bar, Qt::LeftButton, {}, bar->actionGeometry(top).center());
                 ASSERT_TRUE(WaitFor([&] { return top->menu()->isVisible(); }));
-                QTest::mouseClick(top->menu(), Qt::LeftButton, {}, top->menu()->actionGeometry(action).center());
+                ClickAction(top->menu(), action);
                 Wait(10);
                 return;
             }
@@ -328,7 +329,7 @@ bool ClickEntry(QString const &label) {
             continue;
         for (QAction *action : menu->actions())
             if (Plain(action->text()) == label) {
-                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+                ClickAction(menu, action);
                 return true;
             }
     }
