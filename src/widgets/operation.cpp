@@ -21,6 +21,12 @@ std::list<Running> &All() {
     return *all;
 }
 
+/// Stop is greyed when nothing runs.
+void SetStopUsable(bool usable) {
+    if (ABW_btnStop)
+        PtSetResource(ABW_btnStop, Pt_ARG_FLAGS, usable ? Pt_FALSE : Pt_TRUE, Pt_GHOST);
+}
+
 /// Takes the operation off the list at the end of its work.
 class Entry {
   public:
@@ -32,7 +38,7 @@ class Entry {
         bool const last = All().empty();
         lock.unlock();
         if (last)
-            SetBlocked(ABW_btnStop, true);
+            SetStopUsable(false);
     }
     Entry(Entry const &) = delete;
     Entry &operator=(Entry const &) = delete;
@@ -56,7 +62,7 @@ bool StartOperation(OperationKind kind, std::function<void(Stop const &)> work) 
     };
     bool const started = StartDetached(run);
     if (started)
-        SetBlocked(ABW_btnStop, false);
+        SetStopUsable(true);
     else
         Entry const failed(place);
     return started;
