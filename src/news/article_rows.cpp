@@ -89,6 +89,7 @@ bool AddArticleRow(PtWidget_t *list, OverviewLine const &article, int32_t number
         return Fail(kNoRow);
     item->data = data.get();
     char const *const messageId = data.release()->messageId; // the row's from here on
+    // kept: an article whose references name nothing is no parent, either.
     bool const strangeReferences = !article.references.empty() && ParentOf(article.references).empty();
     return strangeReferences || Known().tree.Insert(messageId, item) || Fail(kNoRow);
 }

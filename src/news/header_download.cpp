@@ -137,7 +137,7 @@ void OpenAndDownload(GroupRun const &run, Stop const &stop) {
         }
         if (end && !ask) {
             profile.batchSize = kBatch;
-            end = Download(session, run, 0);
+            end = Download(session, run, 0); // kept: nothing was asked, so "rcvd n of 0"
         }
     }
     ToolkitGuard const guard;

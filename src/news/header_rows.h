@@ -28,7 +28,7 @@ class HeaderRows : public OverviewSink {
 
     int32_t total_;
     unsigned listAge_;
-    int64_t counted_ = 1; ///< lines; the status line is one
+    int64_t counted_ = 1; ///< lines; kept: the status line is one
     bool started_ = false;
     std::optional<ToolkitGuard> library_;
     std::chrono::steady_clock::time_point painted_{};

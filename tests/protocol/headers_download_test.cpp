@@ -1,11 +1,13 @@
 // Opening a group and downloading its headers, as the main window shows it: the threads, the status, what is blocked,
 // and what a stop or another choice leaves. Dialogues are in tests/dialogues/nntp/session.txt.
 
+#include "base/fd.h"
 #include "fixtures/news_scripts.h"
 #include "names/widgets.h"
 #include "net/connection.h"
 #include "news/article_rows.h"
 #include "news/header_download.h"
+#include "news/nntp.h"
 #include "pop/check_widgets.h"
 #include "protocol/news_account.h"
 #include "protocol/screen.h"
@@ -237,6 +239,32 @@ TEST_F(Headers, ADownloadBlocksForItselfAndEndsWithItsList) {
     EXPECT_FALSE(IsBlocked(ABW_btnDelete));
     screen.RunCallback(UnblockCheckWidgets);
     ExpectIdle();
+}
+
+/// The calls under the names that the interface gives them: results and alerts.
+TEST_F(Headers, CallsOfTheInterface) {
+    Script const login = Answer("AUTHINFO USER alice", "381 More") + Answer("AUTHINFO PASS secret", "481 No");
+    Open({login, Answer("LIST", "215 Groups") + Answer("LIST", "a.one 3 1 y\r\n."), Answer("LIST", "480 Who") + login,
+          Group(kGroup, {5, 7}) + Head(5) + Xover("5-7", {Line(5)}) +
+              Answer("ARTICLE 5", "220 5\r\nFrom: a\r\n\r\n.") + Answer("GROUP no.such", "411 No such group")});
+    std::string const address = server->Address(), path = ConfigRoot() + "list";
+    EXPECT_EQ(NntpAuthinfo(Fd(httpget(address.c_str())).Get(), "alice", "secret"), 481);
+    EXPECT_EQ(getnewsgrouplisting(Fd(httpget(address.c_str())).Get(), path.c_str(), "alice", "secret"), 1);
+    EXPECT_EQ(FileText(path), "a.one 3 1 y");
+    EXPECT_EQ(getnewsgrouplisting(Fd(httpget(address.c_str())).Get(), path.c_str(), "alice", "secret"), -1);
+    EXPECT_EQ(shownAlerts, (Alerts{"Error|481 No", "Error|481 No", "Error|Could not authenticate to server"}));
+    profile->serverSocket = httpget(address.c_str());
+    EXPECT_EQ(selectnewsgroup(profile->serverSocket, *profile, kGroup, "alice", "secret"), 5);
+    int headers = 0;
+    screen.RunWorker([&] { headers = getnewsheaders(profile->serverSocket, *profile, -1, 0); });
+    EXPECT_EQ(headers, 1);
+    EXPECT_EQ(Outline(), "5");
+    EXPECT_STREQ(GetNewsArticle(profile->serverSocket, *profile, 5).get(), "From: a\r\n\r\n.\r\n");
+    EXPECT_EQ(selectnewsgroup(profile->serverSocket, *profile, "no.such", "alice", "secret"), -1);
+    CloseConnection(*profile);
+    EXPECT_EQ(server->Problems(), "");
+    EXPECT_EQ(httpget("127.0.0.1:1"), -1);
+    EXPECT_EQ(screen.Status(), "Could not connect to the news server");
 }
 
 } // namespace

@@ -73,12 +73,12 @@ NewsOutcome SelectGroup(NewsSession &session, std::string const &group, NewsLogi
     if (!reply.Came())
         return {session.Loss()};
     NewsProfile &profile = session.Profile();
-    profile.headersDone = 0;
+    profile.headersDone = 0; // kept: for a refusal, too
     if (reply.code != kGroupSelected)
         return {Refused(reply.line)};
     std::string_view rest = reply.line;
     rest.remove_prefix(std::min(rest.find(' '), rest.size()));
-    // Numbers that the answer lacks stay as they were.
+    // kept: numbers that the answer lacks stay as they were.
     static_cast<void>(TakeNumber(rest, profile.articleCount) && TakeNumber(rest, profile.articleCursor) &&
                       TakeNumber(rest, profile.lastArticle));
     profile.batchSize = 0;

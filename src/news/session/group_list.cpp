@@ -9,7 +9,8 @@
 
 namespace {
 
-/// The list is taken from the server in pieces of this size, and the last one is cut: see CopyBody.
+// kept: the list is taken in pieces of this size, and five bytes are cut off the last one even when more than the
+// mark has come with it; the files of earlier versions are so.
 constexpr size_t kPiece = 500;
 constexpr size_t kCut = 5;
 

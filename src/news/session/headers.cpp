@@ -162,6 +162,7 @@ NewsOutcome Download::Run() {
         end = {FindEnd()};
     if (!end || !placed)
         return end;
+    // kept: the range starts with the article that the last one ended with, which comes twice.
     NntpReply const reply =
         session_.Ask("XOVER " + std::to_string(profile_.articleCursor) + "-" + std::to_string(end_));
     if (!reply.Came()) {

@@ -10,7 +10,7 @@ std::optional<int32_t> EndOfBatch(std::string const &path, int32_t cursor, int32
     std::optional<int32_t> last;
     Fd const file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::array<int32_t, 16384> block{};
-    int32_t wanted = std::max(count, 2);
+    int32_t wanted = std::max(count, 2); // kept: with the cursor's article a range has count + 1 of them, 3 for 1
     bool found = false;
     for (;;) {
         long const bytes = ReadAll(file.Get(), reinterpret_cast<char *>(block.data()), sizeof block);
