@@ -11,7 +11,6 @@
 #include <QLineEdit>
 #include <QTest>
 #include <QTimer>
-#include <QTreeView>
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -23,25 +22,6 @@ namespace {
 
 constexpr int kWithin = 20'000;  ///< milliseconds, under a sanitizer on a busy machine
 constexpr int kSavedOfEach = 13; ///< of ten thousand attachments not all are saved
-
-/// Stores the mails in the Inbox; the numbers are those of their order.
-void StoreAll(std::vector<Dialogue> const &mails) {
-    std::string const inbox = Root() + "home/Inbox/";
-    for (Dialogue const &mail : mails)
-        ASSERT_GT(AppendMessage(inbox.c_str(), mail["text"]), 0);
-}
-
-/// Presses and releases a button on a row, which is scrolled to.
-void PressRow(char const *name, int row, Qt::MouseButton button) {
-    auto *const tree = qobject_cast<QTreeView *>(Find(name));
-    QModelIndex const index = tree->model()->index(row, tree->model()->columnCount({}) > 1 ? 1 : 0);
-    ASSERT_TRUE(index.isValid());
-    tree->scrollTo(index);
-    QCoreApplication::processEvents();
-    QPoint const place = tree->visualRect(index).center();
-    QTest::mousePress(tree->viewport(), button, {}, place);
-    QTest::mouseRelease(tree->viewport(), button, {}, place);
-}
 
 /// Takes the name that the file dialog proposes, as soon as it is open.
 void TakeProposedFile(QString &proposed) {
@@ -64,10 +44,10 @@ void TakeProposedFile(QString &proposed) {
 
 /// Saves the attachment of a row, as the person does who just presses Return.
 void SaveAttachment(int row) {
-    PressRow("treeAttachments", row, Qt::LeftButton);
+    ASSERT_TRUE(ClickOn("treeAttachments", row));
     QString proposed;
     TakeProposedFile(proposed);
-    PressRow("treeAttachments", row, Qt::RightButton);
+    ASSERT_TRUE(ClickOn("treeAttachments", row, Qt::RightButton));
     ASSERT_TRUE(WaitFor([] { return ClickEntry("Save Attachment"); }, kWithin));
     ASSERT_TRUE(WaitFor([&] { return !proposed.isEmpty() && !QApplication::activeModalWidget(); }, kWithin));
     std::string const path = proposed.toStdString();
@@ -93,7 +73,7 @@ void OpenAndSave(Dialogue const &mail, int row) {
     int const attachments = std::stoi(mail["attachments"]);
     std::string const page = Root() + ".tmp/msg.html";
     fs::remove(page);
-    PressRow("treeMessageHeaders", row, Qt::LeftButton);
+    ASSERT_TRUE(ClickOn("treeMessageHeaders", row));
     EXPECT_TRUE(WaitFor([&] { return fs::exists(page); }, kWithin));
     QString const shown = QString::fromStdString(mail["shown"]);
     EXPECT_TRUE(WaitFor([&] { return Text("webEmailMessage").contains(shown); }, kWithin))
@@ -110,7 +90,8 @@ TEST(hostile_mail, OpensAndSavesInTheHomeOnly) {
     ClearTempHome();
     std::vector<Dialogue> const mails = ReadTable("hostile_mail");
     MakeProfile("127.0.0.1:1", true, 100'000); // nobody listens there
-    StoreAll(mails);
+    for (Dialogue const &mail : mails)
+        ASSERT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), mail["text"]), 0);
     fs::path const place = fs::path(TempHome()).parent_path();
     std::set<std::string> const around = Names(place);
     Sitting([&] {

@@ -1,5 +1,6 @@
 // Large attachments through the real window: how long it stands still, and what it costs.
 
+#include "fixtures/dialogue.h"
 #include "fixtures/temp_home.h"
 #include "store/folder.h"
 #include "ui/letter.h"
@@ -65,19 +66,6 @@ size_t PeakMemory() {
 /// Makes the memory at hand the largest there was.
 void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
-/// A message with a part of this size that is not base64 yet.
-std::string LargeMail() {
-    std::string const line = std::string(76, '\xE4') + "\r\n";
-    std::string mail = "From: bob@example.org\r\nTo: alice@example.org\r\nSubject: Large\r\nMIME-Version: 1.0\r\n"
-                       "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n--b\r\nContent-Type: text/plain\r\n\r\n"
-                       "See below\r\n--b\r\nContent-Type: application/octet-stream; name=\"large.bin\"\r\n"
-                       "Content-Disposition: attachment; filename=\"large.bin\"\r\n"
-                       "Content-Transfer-Encoding: 8bit\r\n\r\n";
-    while (mail.size() < kSize)
-        mail += line;
-    return mail + "\r\n--b--\r\n";
-}
-
 bool IsAttached() {
     return WaitFor([] { return Rows("pic_treeAttachments").size() == 1; }, 60000);
 }
@@ -101,7 +89,7 @@ TEST(attach, FiftyMegabytesLeaveTheWindowAlive) {
     MakeProfile("127.0.0.1:1", true);
     std::string const file = TempHome() + "/large.bin";
     std::ofstream(file, std::ios::binary) << std::string(kSize, 'x');
-    ASSERT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), LargeMail()), 0);
+    ASSERT_GT(AppendMessage((Root() + "home/Inbox/").c_str(), ReadTable("large_mail").at(0)["text"]), 0);
     Sitting([&] {
         double times = 0;
         double const attached = ShortestStillness([&] {
