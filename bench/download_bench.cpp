@@ -4,21 +4,19 @@
 #include "raw_reader.h"
 #include "runs.h"
 
+#include "app/named_calls.h"
 #include "app/start.h"
 #include "base/text.h"
 #include "core/lock.h"
 #include "fixtures/dovecot_server.h"
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
-#include "net/address.h"
-#include "net/line_io.h"
-#include "pop/check_mail.h"
-#include "pop/message.h"
-#include "pop/pop_login.h"
+#include "net/connection.h"
+#include "pop/dialogue.h"
+#include "pop/mailbox.h"
 #include "store/folder.h"
 #include "ui/links.h"
 #include "widgets/open_profile.h"
-#include "widgets/server_calls.h"
 
 #include <QCoreApplication>
 
@@ -54,19 +52,14 @@ AccountRef<MailProfile> MakeProfile(int port, bool leave) {
     return profile;
 }
 
-/// getMessage of all messages of a fresh connection.
+/// All messages through a fresh connection.
 int FetchAll(MailProfile &profile, int count) {
-    profile.serverSocket = OpenMailConnection(profile, nullptr, kPop3);
-    char reply[kReplyWidth];
-    if (PopLogin(profile) != 1 || WriteServerLine(profile.serverSocket, "STAT") < 0 ||
-        ReadServerLine(profile.serverSocket, reply, sizeof reply) <= 0)
+    std::string reply;
+    if (!EnsureLoggedIn(profile) || PopAsk(*StreamOf(profile), "STAT", reply) != PopReply::kOk)
         return -1;
-    for (int number = 1; number <= count; number++) {
-        char *const text = getMessage(number, profile, 1);
-        if (!text)
+    for (int number = 1; number <= count; number++)
+        if (!FetchMessage(*StreamOf(profile), number).outcome)
             return -1;
-        free(text);
-    }
     return 1;
 }
 

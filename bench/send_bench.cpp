@@ -9,7 +9,7 @@
 #include "net/address.h"
 #include "net/line_io.h"
 #include "protocol/send_fixture.h"
-#include "widgets/server_calls.h"
+#include "net/connection.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -129,7 +129,7 @@ double SendRaw(std::string const &server, std::string const &message) {
     std::filesystem::remove(path);
     double const begin = Sender::Now();
     Fd const file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    Fd const socket(OpenServerConnection(server.c_str(), kSmtp, 1));
+    Fd const socket = OpenSocket(server.c_str(), kSmtp).socket;
     char line[1000];
     ReadServerLine(socket.Get(), line, sizeof line);
     for (char const *command :

@@ -1,12 +1,12 @@
 #include "app/folder_view.h"
 
+#include "app/check_thread.h"
 #include "app/folder_rows.h"
 #include "app/message_view.h"
 #include "base/paths.h"
 #include "base/text.h"
 #include "names/widgets.h"
 #include "news/header_download.h"
-#include "pop/check_mail.h"
 #include "profiles/profile_tree.h"
 #include "widgets/close_later.h"
 #include "widgets/header_list.h"

@@ -5,7 +5,7 @@
 #include "mime/headers.h"
 #include "names/widgets.h"
 #include "net/session_lock.h"
-#include "pop/delete_message.h"
+#include "pop/mailbox.h"
 #include "store/folder.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
@@ -47,15 +47,13 @@ void RenumberAfter(RowIdentity const &deleted, int32_t number) {
             row->number--;
 }
 
-/// Deletes the row's message on the server and takes the row away. The caller holds sessionLock and has a connection.
+/// Deletes the row's message on the server and takes the row away. The caller holds sessionLock.
 Outcome DeleteFromServer(RowIdentity const &row, int32_t number, Stop const &stop) {
     MailProfile &profile = MailOf(row);
     Outcome outcome = DeleteOnServer(profile, number, stop);
     if (!outcome)
         return outcome;
     ToolkitGuard const guard;
-    if (profile.serverMessageCount > 0)
-        profile.serverMessageCount--;
     RemoveHeaderRow(FindHeaderRow(row.serial));
     if (ABW_treeMessageHeaders)
         RenumberAfter(row, number);
@@ -118,11 +116,10 @@ Outcome Do(ServerWork const &work, Stop const &stop) {
         Outcome stored = StoreCopy(profile, work.folder, fetched.text, work.deletes);
         if (!stored)
             return stored;
+        if (work.deletes && !fetched.whole)
+            return Refused("The message may be incomplete, it stays on the server, too");
     }
-    if (!work.deletes)
-        return {};
-    Outcome connected = EnsureConnected(profile, stop);
-    return connected ? DeleteFromServer(work.row, number, stop) : connected;
+    return work.deletes ? DeleteFromServer(work.row, number, stop) : Outcome();
 }
 
 void End(ServerWork const &work, Outcome const &outcome, std::string const &status) {

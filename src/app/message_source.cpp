@@ -3,14 +3,11 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "names/widgets.h"
-#include "net/connection.h"
+#include "net/dots.h"
 #include "net/session_lock.h"
 #include "news/alerts.h"
 #include "news/session/article.h"
-#include "pop/message.h"
-#include "pop/pop_login.h"
-#include "pop/transfer.h"
-#include "widgets/server_calls.h"
+#include "pop/mailbox.h"
 #include "widgets/toolkit.h"
 
 #include <algorithm>
@@ -73,30 +70,9 @@ int32_t NumberNow(RowIdentity const &row) {
     return now ? now->number : 0;
 }
 
-Outcome EnsureConnected(MailProfile &profile, Stop const &stop) {
-    if (profile.serverSocket >= 1)
-        return {};
-    Told const told;
-    profile.serverSocket = OpenMailConnection(profile, ABW_treeProfiles, kPop3);
-    if (profile.serverSocket < 0)
-        return Failed(told.Or("Could not connect to mail server"));
-    if (PopLogin(profile) != 1) {
-        CloseConnection(profile);
-        return Refused(told.Or("The mail server refused the login"));
-    }
-    return stop() ? Stopped() : Outcome();
-}
-
 FetchedText ServerText(MailProfile &profile, int32_t number, Stop const &stop) {
-    Outcome connected = EnsureConnected(profile, stop);
-    if (!connected)
-        return {std::move(connected), {}, false};
-    Told const told;
-    size_t length = 0;
-    std::unique_ptr<char, void (*)(void *)> const text(getMessage(number, profile, 1, &length), free);
-    if (!text)
-        return {Lost(told.Or("The message could not be fetched"))};
-    return {{}, std::string(text.get(), length)};
+    FetchedMessage message = FetchMessage(profile, number, stop);
+    return {std::move(message.outcome), std::move(message.text), message.asked, message.whole};
 }
 
 FetchedText FetchText(RowIdentity const &row, Stop const &stop) {

@@ -12,6 +12,7 @@ struct FetchedText {
     Outcome outcome;
     std::string text = {}; ///< all bytes of the message, which may hold NULs; only with kDone
     bool reached = true;   ///< false when no connection could be had to ask for it
+    bool whole = true;     ///< false when more of it may be on the server: it must not be deleted there
 };
 
 /// The text of message `number` in a local folder. kFailed: it cannot be read. Any thread.
@@ -22,10 +23,6 @@ FetchedText StoredText(std::string const &profile, std::string const &folder, in
 /// meanwhile is fetched with its new number. On a worker, without locks. Outcomes: kDone; kRefused in the server's
 /// words; kLost; kFailed; kStopped when stopped, and when the row was removed.
 FetchedText FetchText(RowIdentity const &row, Stop const &stop);
-
-/// Makes sure that the profile has a connection that is logged in; a failed login closes it. kFailed, kRefused in the
-/// server's words, kLost, kStopped. On a worker that holds sessionLock.
-Outcome EnsureConnected(MailProfile &profile, Stop const &stop);
 
 /// FetchText of a message on the mail server, for a caller that holds the account's sessionLock.
 FetchedText ServerText(MailProfile &profile, int32_t number, Stop const &stop);

@@ -1,13 +1,12 @@
 #include "app/timers.h"
 
+#include "app/check_thread.h"
 #include "base/paths.h"
 #include "base/thread.h"
 #include "names/widgets.h"
-#include "net/connection.h"
-#include "net/line_io.h"
 #include "net/session_lock.h"
 #include "news/header_download.h"
-#include "pop/check_mail.h"
+#include "pop/mailbox.h"
 #include "profiles/profile_tree.h"
 #include "widgets/activity.h"
 #include "widgets/open_profile.h"
@@ -22,7 +21,6 @@ namespace {
 
 constexpr int kCheckTickSeconds = 5;
 constexpr int kCheckTickMilliseconds = kCheckTickSeconds * 1000;
-constexpr int kNoopReplyWidth = 100;
 
 /// The mail profiles of the tree, held: the tree may be rebuilt while one of them is talked to.
 std::vector<AccountRef<ServerAccount>> MailProfiles() {
@@ -33,20 +31,10 @@ std::vector<AccountRef<ServerAccount>> MailProfiles() {
     return profiles;
 }
 
-void KeepAlive(ServerAccount &account) {
-    // A connection whose lock is taken is in use, so it is alive.
-    SessionLock const lock = SessionLock::Try(account);
-    Stream *const stream = lock.Held() ? StreamOf(account) : nullptr;
-    if (!stream)
-        return;
-    stream->StopWhen({});
-    stream->BearSilence(std::chrono::seconds(kKeepAliveSeconds));
-    std::string_view reply;
-    if (stream->WriteLine("NOOP") > 0)
-        stream->ReadClassicLine(reply, kNoopReplyWidth - 1);
-    stream->BearSilence({});
-    if (reply.empty())
-        CloseConnection(account);
+/// A connection whose lock is taken is in use, so it is alive.
+void KeepAliveWhenFree(ServerAccount &account) {
+    if (SessionLock const lock = SessionLock::Try(account); lock.Held())
+        KeepAlive(static_cast<MailProfile &>(account));
 }
 
 } // namespace
@@ -90,7 +78,7 @@ int OnNoopTimer(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     // No operation for Stop: it asks nothing of the user and is over in seconds.
     for (AccountRef<ServerAccount> const &profile : MailProfiles())
         if (profile->serverSocket > 0)
-            StartDetached([profile] { KeepAlive(*profile); });
+            StartDetached([profile] { KeepAliveWhenFree(*profile); });
     return Pt_CONTINUE;
 }
 

@@ -195,6 +195,19 @@ std::string_view Stream::ReadSome(size_t most) {
     return some;
 }
 
+std::string_view Stream::ReadArrived(size_t most) {
+    if (!HasMore() && state_ == StreamState::kOpen)
+        TakeArrived();
+    std::string_view const some = std::string_view(buffer_).substr(taken_, most);
+    taken_ += some.size();
+    return some;
+}
+
+bool Stream::Idle() {
+    return (state_ == StreamState::kOpen || state_ == StreamState::kSilent) && !HasMore() &&
+           TakeArrived() == ChannelState::kWantRead;
+}
+
 std::string_view Stream::Peek(size_t least) {
     while (buffer_.size() - taken_ < least && Fill()) {
     }

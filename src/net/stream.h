@@ -58,6 +58,9 @@ class Stream {
     /// false. Valid until the next call.
     std::string_view ReadSome(size_t most);
 
+    /// The same without waiting: empty also when nothing has arrived.
+    std::string_view ReadArrived(size_t most);
+
     /// Waits until `least` bytes or more are held, or fewer and no more will come, and shows all that is held without
     /// taking it. Valid until the next call.
     std::string_view Peek(size_t least);
@@ -77,6 +80,10 @@ class Stream {
 
     /// Takes over what has arrived, without waiting. True when the next ReadLine need not wait for the network.
     bool LineArrived();
+
+    /// True when the connection is as the last reply has left it: open, and nothing has come since. A server that
+    /// ends an idle connection often says so before. Does not wait.
+    bool Idle();
 
     /// True when bytes were read that nothing has taken.
     bool HasMore() const { return taken_ < buffer_.size(); }
@@ -124,4 +131,16 @@ class Stream {
     // Time spent in waits, and bytes, since the operation started and since its last progress.
     Clock::duration waited_{}, waitedWithoutLine_{}, silent_{};
     size_t receivedBefore_ = 0, receivedAtLine_ = 0;
+};
+
+/// Lets `stopped` end a stream's waits, from construction to the end of its life.
+class StopScope {
+  public:
+    StopScope(Stream &stream, StopPredicate stopped) : stream_(stream) { stream_.StopWhen(std::move(stopped)); }
+    ~StopScope() { stream_.StopWhen({}); }
+    StopScope(StopScope const &) = delete;
+    StopScope &operator=(StopScope const &) = delete;
+
+  private:
+    Stream &stream_;
 };

@@ -3,98 +3,25 @@
 #include "base/paths.h"
 #include "base/text.h"
 #include "mime/headers.h"
-#include "names/widgets.h"
 #include "net/connection.h"
-#include "net/line_io.h"
 #include "net/session_lock.h"
-#include "pop/check_widgets.h"
-#include "pop/message.h"
-#include "pop/pop_login.h"
+#include "pop/dialogue.h"
+#include "pop/fetch.h"
 #include "store/folder.h"
-#include "widgets/activity.h"
-#include "widgets/header_list.h"
-#include "widgets/open_profile.h"
-#include "widgets/server_calls.h"
-#include "widgets/toolkit.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <vector>
 
 namespace {
 
 /// A server that claims a mailbox and then has no message for so many numbers in a row is not asked on.
 constexpr int kMostMissing = 1000;
+/// The server may have hung up long ago: its answer to a goodbye is not waited for as long as others.
+constexpr std::chrono::seconds kGoodbyeSilence{10};
+/// How long a stopped check may still take to end its session properly, so that what is stored is not fetched again.
+constexpr auto kGrace = std::chrono::seconds(1);
 
-using Text = std::unique_ptr<char, void (*)(void *)>;
-
-struct Session {
-    MailProfile &profile;
-    PtWidget_t *list;
-    int count = 0;     ///< messages on the server
-    int rows = 0;      ///< rows added
-    bool whole = true; ///< nothing has failed
-};
-
-/// Sends a command and reads the reply into `reply` of kReplyWidth bytes. False when the connection is lost.
-bool Ask(MailProfile &profile, char const *command, char *reply) {
-    int const socket = profile.serverSocket;
-    if (WriteServerLine(socket, command) > 0 && ReadServerLine(socket, reply, kReplyWidth) > 0)
-        return true;
-    LoseConnection(profile);
-    return false;
-}
-
-/// Ends a connection left from before: every check sees a fresh list of the server's messages. The server may have
-/// hung up long ago, so its answer is not waited for as long as others.
-void DropOldConnection(MailProfile &profile) {
-    if (profile.serverSocket <= 0)
-        return;
-    char reply[kReplyWidth];
-    if (WriteServerLine(profile.serverSocket, "QUIT") > 0)
-        ReadServerLine(profile.serverSocket, reply, sizeof reply, kKeepAliveSeconds);
-    CloseConnection(profile);
-}
-
-/// Log in and ask for the number of messages.
-bool Begin(Session &session) {
-    if (PopLogin(session.profile) != 1)
-        return false;
-    char reply[kReplyWidth];
-    if (!Ask(session.profile, "STAT", reply) || !StartsWithNoCase(reply, "+OK "))
-        return false;
-    session.count = DecimalPrefix(reply + 4);
-    return true;
-}
-
-int64_t NewMessages(Session const &session) { return int64_t{session.count} - session.profile.serverMessageCount; }
-
-/// Adds the row of one message, unless the window or the profile has gone meanwhile.
-void AddRow(Session &session, char const *text, HeaderOrigin origin, int32_t number) {
-    char row[kRowWidth + 1]; // shown as it is stored
-    FormatHeaderRow(text, row, sizeof row);
-    ToolkitGuard const guard;
-    if (!session.list || ABW_treeMessageHeaders != session.list || currentProfile.Get() != &session.profile)
-        return;
-    // A stored message's number means something in its own folder only: in another one's list it would name, and
-    // delete, somebody else's message.
-    if (origin == kStored && strcmp(currentFolder, kInbox) != 0)
-        return;
-    if (AddHeaderRow(row, kRowWidth, origin, number, session.list, lastHeaderItem))
-        session.rows++;
-}
-
-/// Shows how far the listing is. To wait for the paint of every number would take many times as long as the listing:
-/// the window paints by itself, and `wait` makes sure of one.
-void ShowProgress(int number, int count, bool wait) {
-    ToolkitGuard const guard;
-    SetStatus("Rcv " + std::to_string(number) + " of " + std::to_string(count));
-    SetProgress(static_cast<int>(int64_t{number} * 100 / count));
-    if (wait)
-        PtFlush();
-}
+using Clock = std::chrono::steady_clock;
 
 /// An audible signal on the terminal.
 void RingBell() {
@@ -102,116 +29,185 @@ void RingBell() {
     fflush(stdout);
 }
 
-/// Lists the headers of the messages that are new; they stay on the server and the connection stays open.
-void ListHeaders(Session &session) {
-    MailProfile &profile = session.profile;
-    int missing = 0;
-    int const first = profile.serverMessageCount + 1;
-    for (int number = first; number <= session.count; number++) {
-        Text const header(TopHeader(profile, number), free);
-        missing = header ? 0 : missing + 1;
-        // What was not listed for want of a connection is new at the next check.
-        session.whole = profile.serverSocket > 0 && missing <= kMostMissing;
-        if (missing > kMostMissing)
-            SetStatus("The mail server has no headers for its messages");
-        if (!session.whole)
-            return;
-        ShowProgress(number, session.count, number == first || number == session.count);
-        AddRow(session, header.get(), kOnServer, number);
-        profile.serverMessageCount++;
+/// Ends a connection left from before: every check sees a fresh list of the server's messages.
+void DropOldConnection(MailProfile &profile, StopPredicate const &stopped) {
+    if (StreamOf(profile)) {
+        std::shared_ptr<Stream> const stream = profile.stream;
+        StopScope const scope(*stream, stopped);
+        stream->BearSilence(kGoodbyeSilence);
+        std::string reply;
+        PopAsk(*stream, "QUIT", reply);
     }
-    SetStatus("");
-    RingBell();
+    CloseConnection(profile);
 }
 
-/// Stores one message in the folder. Returns its number there, -1 when it could not be had or stored whole.
-int32_t TakeMessage(Session &session, int number, std::string const &folder) {
-    size_t length = 0;
-    Text const message(getMessage(number, session.profile, 1, &length), free);
-    if (!message) {
-        if (session.profile.serverSocket > 0)
-            SetStatus("Message " + std::to_string(number) + " could not be fetched, it stays on the server");
-        return -1;
-    }
-    int32_t const stored = AppendMessage(folder.c_str(), {message.get(), length});
-    if (stored < 0)
-        SetStatus("Message " + std::to_string(number) + " could not be stored, it stays on the server");
-    else
-        AddRow(session, message.get(), kStored, stored);
-    return stored;
-}
+class Session {
+  public:
+    Session(MailProfile &profile, CheckObserver &observer, StopPredicate const &stopped)
+        : profile_(profile), observer_(observer), stopped_(stopped),
+          folder_(ConfigRoot() + profile.name + "/" + kInbox) {}
 
-/// The server deletes at QUIT and not before (RFC 1939 6). What is not safely on disk by then must stay there, so
-/// without a sync the connection ends without a QUIT.
-void Finish(Session &session, std::string const &folder, std::vector<int32_t> const &stored) {
-    if (!stored.empty() && !SyncFolder(folder.c_str(), stored.data(), static_cast<int>(stored.size()))) {
-        CloseConnection(session.profile);
-        SetStatus("The messages could not be stored safely, they stay on the server");
-        session.whole = false;
-        return;
+    Outcome Run() {
+        OpenedStream opened = OpenStream(profile_.popServer, kPop3, stopped_);
+        if (!opened.outcome)
+            return std::move(opened.outcome);
+        SetStream(profile_, std::move(opened.stream));
+        stream_ = profile_.stream;
+        StopScope const scope(*stream_, [this] { return MustStop(); });
+        if (!Start())
+            return Close();
+        int64_t const fresh = int64_t{count_} - profile_.serverMessageCount;
+        observer_.Counted(fresh);
+        if (fresh > 0 && profile_.LeavesMailOnServer())
+            ListHeaders();
+        else if (fresh > 0)
+            FetchMessages();
+        observer_.Ended();
+        if (outcome_.ending == Ending::kLost || outcome_.ending == Ending::kStopped)
+            CloseConnection(profile_);
+        return std::move(outcome_);
     }
-    char reply[kReplyWidth];
-    if (!Ask(session.profile, "QUIT", reply))
-        session.whole = false;
-}
 
-/// Moves all messages into the Inbox.
-void FetchMessages(Session &session) {
-    MailProfile &profile = session.profile;
-    std::string const folder = ConfigRoot() + profile.name + "/" + kInbox;
-    std::vector<int32_t> stored;
-    for (int number = 1; session.whole && number <= session.count; number++) {
-        int32_t const taken = TakeMessage(session, number, folder);
-        session.whole = taken >= 0;
-        if (!session.whole)
-            break;
-        stored.push_back(taken);
-        char reply[kReplyWidth];
-        session.whole = Ask(profile, ("DELE " + std::to_string(number)).c_str(), reply);
-        profile.serverMessageCount++;
+  private:
+    /// For the stream. Once something is stored the session gets a moment to end as it should.
+    bool MustStop() {
+        if (!stopped_ || !stopped_())
+            return false;
+        if (stored_.empty())
+            return true;
+        auto const now = Clock::now();
+        if (stopAt_ == Clock::time_point())
+            stopAt_ = now + kGrace;
+        return now >= stopAt_;
     }
-    if (profile.serverSocket > 0)
-        Finish(session, folder, stored);
-    if (!stored.empty())
+
+    Outcome Close() {
+        CloseConnection(profile_);
+        return std::move(outcome_);
+    }
+
+    /// One command. False when the connection is lost or the check stopped, which is the outcome then.
+    bool Ask(std::string const &command) {
+        PopReply const result = PopAsk(*stream_, command, reply_);
+        if (result == PopReply::kOk || result == PopReply::kRefused)
+            return true;
+        outcome_ = OutcomeOf(result, reply_);
+        return false;
+    }
+
+    /// Logs in and asks for the number of messages.
+    bool Start() {
+        outcome_ = LogIn(*stream_, profile_.userName, profile_.password);
+        if (!outcome_ || !Ask("STAT"))
+            return false;
+        if (!StartsWithNoCase(reply_, "+OK ")) {
+            outcome_ = Refused(""); // kept: a refused STAT is not told
+            return false;
+        }
+        count_ = DecimalPrefix(std::string_view(reply_).substr(4));
+        return true;
+    }
+
+    void AddRow(char const *text, bool stored, int32_t number) {
+        char row[kRowWidth + 1]; // shown as it is stored
+        observer_.Row(FormatHeaderRow(text, row, sizeof row), stored, number);
+    }
+
+    /// Lists the headers of the messages that are new; they stay on the server and the connection stays open.
+    void ListHeaders() {
+        int missing = 0;
+        for (int number = profile_.serverMessageCount + 1; number <= count_; number++) {
+            FetchedHeader const header = FetchHeader(*stream_, number);
+            bool const refused = header.outcome.ending == Ending::kRefused;
+            missing = refused ? missing + 1 : 0;
+            if (missing > kMostMissing)
+                outcome_ = Refused("The mail server has no headers for its messages");
+            else if (!header.outcome && !refused)
+                outcome_ = header.outcome; // what was not listed for want of a connection is new at the next check
+            if (!outcome_)
+                return;
+            observer_.Listing(number, count_);
+            AddRow(refused ? nullptr : header.text.c_str(), false, number);
+            profile_.serverMessageCount++;
+        }
+        observer_.Say("");
         RingBell();
-}
+    }
 
-void ShowEnd(Session const &session) {
-    ToolkitGuard const guard;
-    if (session.rows > 0 && lastHeaderItem && ABW_treeMessageHeaders == session.list)
-        PtGenTreeShow(session.list, &lastHeaderItem->gen);
-    SetProgress(0);
-}
+    static std::string Staying(int number, char const *why) {
+        return "Message " + std::to_string(number) + " " + why + ", it stays on the server";
+    }
+
+    /// Moves one message into the Inbox. False when the check ends with it.
+    bool TakeMessage(int number) {
+        FetchedMessage const message = FetchMessage(*stream_, number);
+        if (message.outcome.ending == Ending::kRefused || message.outcome.ending == Ending::kFailed)
+            outcome_ = {message.outcome.ending, Staying(number, "could not be fetched")};
+        else
+            outcome_ = message.outcome;
+        if (!outcome_)
+            return false;
+        int32_t const stored = AppendMessage(folder_.c_str(), message.text);
+        if (stored < 0) {
+            outcome_ = Failed(Staying(number, "could not be stored"));
+            return false;
+        }
+        AddRow(message.text.c_str(), true, stored);
+        stored_.push_back(stored);
+        if (!message.whole)
+            observer_.Say(Staying(number, "may be incomplete"));
+        bool const goesOn = !message.whole || Ask("DELE " + std::to_string(number));
+        profile_.serverMessageCount++;
+        return goesOn;
+    }
+
+    /// The server deletes at QUIT and not before (RFC 1939 6). What is not safely on disk by then must stay there, so
+    /// without a sync the connection ends without a QUIT.
+    void Finish() {
+        if (!stored_.empty() && !SyncFolder(folder_.c_str(), stored_.data(), static_cast<int>(stored_.size()))) {
+            CloseConnection(profile_);
+            outcome_ = Failed("The messages could not be stored safely, they stay on the server");
+            return;
+        }
+        Outcome const before = outcome_;
+        if (Ask("QUIT") || before.ending == Ending::kStopped)
+            outcome_ = before;
+    }
+
+    /// Moves all messages into the Inbox. After a stop between two messages, and after one that could not be had, the
+    /// session still ends as it should; in the middle of a reply it cannot.
+    void FetchMessages() {
+        bool usable = true;
+        for (int number = 1; outcome_ && number <= count_; number++)
+            if (stopped_ && stopped_())
+                outcome_ = Stopped();
+            else if (!TakeMessage(number))
+                usable = outcome_.ending == Ending::kRefused || outcome_.ending == Ending::kFailed;
+        if (usable)
+            Finish();
+        if (!stored_.empty())
+            RingBell();
+    }
+
+    MailProfile &profile_;
+    CheckObserver &observer_;
+    StopPredicate const &stopped_;
+    std::string const folder_;
+    std::shared_ptr<Stream> stream_;
+    Outcome outcome_;
+    std::string reply_;
+    int count_ = 0;               ///< messages on the server
+    std::vector<int32_t> stored_; ///< numbers in the Inbox
+    Clock::time_point stopAt_;    ///< when a stopped session is cut off
+};
 
 } // namespace
 
-int CheckMailSession(MailProfile &profile, PtWidget_t *list) {
-    SessionLock lock(profile, SessionLock::kWorker);
+Outcome CheckMail(MailProfile &profile, CheckObserver &observer, StopPredicate const &stopped) {
+    SessionLock const lock(profile, stopped);
     profile.checkWaiting = false;
-    DropOldConnection(profile);
-    // After a failed connection or login the activity is not ended: the star turns on.
-    int32_t const socket = OpenMailConnection(profile, nullptr, kPop3);
-    profile.serverSocket = socket;
-    if (socket < 0) {
-        lock.Unlock();
-        UnblockCheckWidgets();
-        return socket;
-    }
-    Session session{profile, list};
-    if (!Begin(session)) {
-        lock.Unlock();
-        UnblockCheckWidgets();
-        return -1;
-    }
-    int64_t const fresh = NewMessages(session);
-    SetStatus(fresh >= 1 ? "You have " + std::to_string(fresh) + " new messages\n" : "");
-    if (fresh > 0 && profile.LeavesMailOnServer())
-        ListHeaders(session);
-    else if (fresh > 0)
-        FetchMessages(session);
-    ShowEnd(session);
-    lock.Unlock();
-    ToolkitGuard const guard;
-    EndActivity();
-    return session.whole ? 1 : -1;
+    if (!lock.Held())
+        return Stopped();
+    DropOldConnection(profile, stopped);
+    return Session(profile, observer, stopped).Run();
 }

@@ -2,7 +2,7 @@
 // again.
 
 #include "hostile/mailbox_server.h"
-#include "pop/message.h"
+#include "app/named_calls.h"
 #include "protocol/screen.h"
 
 #include <cstdlib>

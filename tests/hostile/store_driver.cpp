@@ -9,7 +9,7 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "base/text.h"
-#include "pop/check_mail.h"
+#include "app/named_calls.h"
 #include "pop/standard/receive.h"
 #include "profiles/mail_profile_file.h"
 #include "protocol/screen.h"

@@ -19,7 +19,7 @@ MAY_INCLUDE = {
     "net": {"base"},
     "widgets": {"base", "names", "net"},
     "message": {"base", "mime", "widgets", "names"},
-    "pop": {"base", "state", "mime", "store", "widgets", "names", "net"},
+    "pop": {"base", "state", "mime", "store", "net"},
     "profiles": {"base", "mime", "store", "widgets", "names", "net"},
     "news": {"base", "widgets", "names", "net", "profiles"},
     "compose": {"base", "state", "mime", "store", "widgets", "names", "message", "net", "profiles", "news"},
@@ -27,7 +27,7 @@ MAY_INCLUDE = {
     "ui": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
     "ways": {"base", "state", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
 }
-TOOLKIT_FREE = {"base", "state", "mime", "store", "net"}
+TOOLKIT_FREE = {"base", "state", "mime", "store", "net", "pop"}
 # Below the windows of a folder that has some.
 TOOLKIT_FREE_PARTS = ("compose/send/send.", "compose/send/message_sink.", "compose/send/outbox_copy.", "compose/send/classic/",
                       "compose/send/standard/", "news/session/")

@@ -1,6 +1,7 @@
 // The check-mail session against scripted servers: the dialogue byte for byte, and what is shown.
 
-#include "pop/check_mail.h"
+#include "app/check_thread.h"
+#include "app/named_calls.h"
 
 #include "base/text.h"
 #include "fixtures/scripted_server.h"
@@ -130,7 +131,7 @@ TEST_F(Check, FailedBeginningsLeaveTheStarTurning) {
         screen.RunCallback([] { PtSetResource(ABW_treeProfiles, Pt_ARG_FLAGS, Pt_TRUE, Pt_BLOCKED); });
         CloseConnection(*profile);
         EXPECT_EQ(Run(), -1);
-        EXPECT_GT(profile->serverSocket, 0);
+        EXPECT_EQ(profile->serverSocket, -1); // a session that was refused is none
         EXPECT_EQ(ActivityCount, i);
         EXPECT_EQ(screen.Blocked(), 0);
         EXPECT_EQ(screen.Status(), ""); // a refused name is not told

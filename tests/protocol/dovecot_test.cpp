@@ -1,10 +1,9 @@
 // The mail side against a real POP3 server.
 
+#include "app/named_calls.h"
 #include "base/text.h"
 #include "fixtures/dovecot_server.h"
 #include "names/widgets.h"
-#include "pop/check_mail.h"
-#include "pop/message.h"
 #include "protocol/screen.h"
 #include "store/folder.h"
 

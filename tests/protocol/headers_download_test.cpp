@@ -8,7 +8,6 @@
 #include "news/article_rows.h"
 #include "news/header_download.h"
 #include "news/nntp.h"
-#include "pop/check_widgets.h"
 #include "protocol/news_account.h"
 #include "protocol/screen.h"
 #include "widgets/activity.h"
@@ -25,6 +24,14 @@ namespace {
 
 constexpr char kGroup[] = "test.general";
 using Alerts = std::vector<std::string>;
+/// As a mail check does.
+void SetCheckBlocks(bool blocked) {
+    for (PtWidget_t *widget : {ABW_treeProfiles, ABW_treeMessageHeaders, ABW_btnCheckEmail, ABW_mnuFile_Check})
+        SetBlockedBy(kCheckBlocks, widget, blocked);
+}
+void BlockCheckWidgets() { SetCheckBlocks(true); }
+void UnblockCheckWidgets() { SetCheckBlocks(false); }
+
 
 /// An overview line of the article <number>, without its end.
 std::string Line(int number, std::string const &references = "") {

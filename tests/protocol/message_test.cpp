@@ -1,15 +1,12 @@
 // Downloading one message.
 
-#include "pop/message.h"
+#include "app/named_calls.h"
 
 #include "base/log.h"
 #include "fixtures/scripted_server.h"
 #include "net/connection.h"
 #include "net/line_io.h"
-#include "pop/check_mail.h"
-#include "pop/transfer.h"
 #include "protocol/screen.h"
-#include "widgets/server_calls.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -70,7 +67,7 @@ TEST_F(Download, SizedTransfers) {
         {"two doubled dots on short lines", "+OK 8 octets\r\n..\r\n..\r\nab\r\n.\r\n", ".\r\n.\r\nab\r\n"},
         {"a dot and no last line end", "+OK 2 octets\r\n..a\r\n.\r\n", ".a\r\n"},
         {"a lone dot at the end", "+OK 6 octets\r\na\r\n..\r\n.\r\n", "a\r\n.\r\n"},
-        {"a lone dot, doubled and counted: as announced", "+OK 7 octets\r\na\r\n..\r\n.\r\n", "a\r\n..\r\n"},
+        {"a lone dot, doubled and counted", "+OK 7 octets\r\na\r\n..\r\n.\r\n", "a\r\n.\r\n"},
         {"size too small", "+OK 4 octets\r\nSubject: a\r\n\r\nbody\r\n.\r\n", "Subject: a\r\n\r\nbody\r\n"},
         {"a number that is no size", "+OK 1st message\r\nSubject: a\r\n..\r\n.\r\n", "Subject: a\r\n.\r\n"},
         {"a size nobody believes", "+OK 99999999999\r\nabc\r\n..d\r\n.\r\n", "abc\r\n.d\r\n"},
@@ -167,18 +164,6 @@ TEST_F(Download, HeadersWithTop) {
     Connect({Expect("TOP 2 0"), Send("+OK\r\n"), Flood("Subject: a\r\n", 200 << 20)});
     EXPECT_EQ(TopHeader(*profile, 2), nullptr); // given up
     EXPECT_EQ(profile->serverSocket, -1);
-}
-
-TEST(Dripping, IsGivenUpAndSlownessIsNot) {
-    Pace::Clock::time_point const start{};
-    Pace slow(start), dripping(start);
-    bool held = true;
-    for (int minute = 1; minute <= 600; minute++) {
-        size_t const fair = static_cast<size_t>(minute) * Pace::kBytes / 9;
-        EXPECT_TRUE(slow.Holds(fair, start + std::chrono::minutes(minute)));
-        held = held && dripping.Holds(fair / 2, start + std::chrono::minutes(minute));
-        EXPECT_EQ(held, minute < 10) << minute;
-    }
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 // Server addresses, connections, line I/O and the login.
 
+#include "app/named_calls.h"
 #include "net/address.h"
 #include "net/line_io.h"
-#include "pop/pop_login.h"
-#include "widgets/server_calls.h"
 
 #include "fixtures/process.h"
 #include "fixtures/scripted_server.h"

@@ -35,6 +35,11 @@ int PtFileSelection(PtWidget_t *, PhPoint_t const *, char const *, char const *,
     return -1;
 }
 
+int PtPrompt(PtWidget_t *, PhPoint_t const *, char const *, PhImage_t const *, char const *, char const *, int,
+             char const **, char const **, int, int escape_button, int, char *, char const *, int) {
+    return escape_button;
+}
+
 struct PtWorkProcId {
     int (*work)(void *data);
     void *data;

@@ -10,10 +10,9 @@
 #include "names/widgets.h"
 #include "net/address.h"
 #include "net/line_io.h"
-#include "pop/check_mail.h"
+#include "app/named_calls.h"
 #include "protocol/send_fixture.h"
 #include "store/folder.h"
-#include "widgets/server_calls.h"
 
 #include <cstring>
 #include <unistd.h>

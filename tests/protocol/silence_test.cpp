@@ -1,13 +1,12 @@
 // A server that falls silent: the real wait, once.
 
+#include "app/named_calls.h"
 #include "fixtures/scripted_server.h"
 #include "net/address.h"
 #include "net/line_io.h"
 #include "news/session/article.h"
-#include "pop/message.h"
 #include "protocol/news_account.h"
 #include "protocol/screen.h"
-#include "widgets/server_calls.h"
 
 #include <gtest/gtest.h>
 #include <thread>

@@ -4,7 +4,7 @@
 
 #include "names/widgets.h"
 #include "news/header_download.h"
-#include "pop/check_mail.h"
+#include "app/check_thread.h"
 #include "profiles/profile_tree.h"
 #include "ui/person.h"
 #include "ui/sample.h"

@@ -5,7 +5,7 @@
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
 #include "news/header_download.h"
-#include "pop/check_mail.h"
+#include "app/check_thread.h"
 #include "store/folder.h"
 #include "ui/letter.h"
 #include "ui/person.h"

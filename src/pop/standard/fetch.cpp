@@ -1,6 +1,6 @@
 #include "pop/standard/fetch.h"
 
-#include "pop/transfer.h"
+#include "net/dots.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,73 +1,48 @@
+#include "app/check_thread.h"
+
+#include "app/shown_check.h"
 #include "base/text.h"
 #include "names/widgets.h"
-#include "pop/check_mail.h"
-#include "pop/check_widgets.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
+#include "widgets/operation.h"
 #include "widgets/toolkit.h"
 
+#include <atomic>
 #include <cstdlib>
-#include <memory>
-#include <pthread.h>
 
 namespace {
 
 std::atomic<int> runningChecks{0};
 
+/// The widgets that must not be used during a check: a click into the trees would change what the check fills.
 void SetCheckWidgetsBlocked(bool blocked) {
     for (PtWidget_t *widget : {ABW_treeProfiles, ABW_treeMessageHeaders, ABW_btnCheckEmail, ABW_mnuFile_Check})
         SetBlockedBy(kCheckBlocks, widget, blocked);
 }
 
-/// A check on its way to its thread.
-struct Check {
-    AccountRef<MailProfile> profile;
-    PtWidget_t *list;
-};
-
 /// Tells the user and blocks the widgets. False when the profile is not open any more.
-bool Announce(Check const &check) {
+bool Announce(MailProfile const &profile) {
     ToolkitGuard const guard;
-    BlockCheckWidgets();
+    SetCheckWidgetsBlocked(true);
     SetStatus("Checking Email");
     PtFlush();
-    return currentProfile.Get() == check.profile.Get();
+    return currentProfile.Get() == &profile;
 }
 
-void *RunCheck(void *argument) {
-    {
-        std::unique_ptr<Check> const check(static_cast<Check *>(argument));
-        if (Announce(*check)) {
-            CheckMailSession(*check->profile, check->list);
-        } else {
-            check->profile->checkWaiting = false;
-            ToolkitGuard const guard;
-            EndActivity();
-        }
-        ToolkitGuard const guard;
-        UnblockCheckWidgets();
-        runningChecks--;
-        PtFlush();
+void RunCheck(MailProfile &profile, Stop const &stop) {
+    bool const open = Announce(profile);
+    if (open)
+        RunShownCheck(profile, stop);
+    ToolkitGuard const guard;
+    if (!open) {
+        profile.checkWaiting = false;
+        EndActivity();
     }
-    return nullptr;
-}
-
-bool StartThread(MailProfile &profile) {
-    auto check = std::make_unique<Check>(Check{AccountRef<MailProfile>(&profile), ABW_treeMessageHeaders});
-    pthread_attr_t attributes;
-    if (pthread_attr_init(&attributes) != 0)
-        return false;
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_t thread;
-    runningChecks++;
-    bool const started = pthread_create(&thread, &attributes, RunCheck, check.get()) == 0;
-    if (started)
-        static_cast<void>(check.release()); // the thread frees it
-    else
-        runningChecks--;
-    pthread_attr_destroy(&attributes);
-    return started;
+    runningChecks--;
+    UnblockCheckWidgets();
+    PtFlush();
 }
 
 MailProfile *FirstMailProfile() {
@@ -110,12 +85,9 @@ MailProfile *ProfileToCheck() {
 
 } // namespace
 
-void BlockCheckWidgets() { SetCheckWidgetsBlocked(true); }
-
 void UnblockCheckWidgets() {
     ToolkitGuard const guard;
-    // A failed session unblocks before its own thread has ended: another one counts from two on.
-    if (runningChecks <= 1)
+    if (runningChecks == 0)
         SetCheckWidgetsBlocked(false);
 }
 
@@ -131,8 +103,11 @@ void StartCheckMailThread() {
     if (profile->checkWaiting.exchange(true))
         return;
     BeginActivity();
-    if (StartThread(*profile))
+    runningChecks++;
+    AccountRef<MailProfile> const checked(profile);
+    if (StartOperation(OperationKind::kOther, [checked](Stop const &stop) { RunCheck(*checked, stop); }))
         return;
+    runningChecks--;
     profile->checkWaiting = false;
     EndActivity();
     SetStatus("The mail check could not be started");
