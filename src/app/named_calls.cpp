@@ -51,7 +51,7 @@ char *getMessage(int number, MailProfile &profile, int lockHeld, size_t *length)
         return nullptr;
     std::optional<SessionLock> lock;
     if (!lockHeld)
-        lock.emplace(profile, SessionLock::kCallback);
+        lock.emplace(profile, StopPredicate());
     if (profile.serverSocket == 0) {
         LogDebug(0, "Go get a SOCKET");
         profile.serverSocket = OpenMailConnection(profile, nullptr, kPop3);

@@ -4,12 +4,10 @@
 #include "base/paths.h"
 #include "fixtures/process.h"
 #include "hostile/mailbox_server.h"
-#include "names/widgets.h"
 #include "net/connection.h"
-#include "app/named_calls.h"
-#include "protocol/screen.h"
+#include "pop/mailbox.h"
+#include "protocol/mail_fixture.h"
 #include "store/folder.h"
-#include "widgets/activity.h"
 
 #include <algorithm>
 #include <chrono>
@@ -41,35 +39,37 @@ std::string Trimmed(std::string text) {
 
 class Dialogue : public testing::Test {
   protected:
-    /// One whole check with the fault in it, and what must hold whatever the fault is. Returns its result.
-    int Run(Fault const &fault, bool leave, std::vector<std::string> const &mailbox = kMailbox) {
-        int result = 0;
+    /// One whole check with the fault in it, and what must hold whatever the fault is. Returns its end.
+    Ending Run(Fault const &fault, bool leave, std::vector<std::string> const &mailbox = kMailbox) {
+        Outcome outcome;
+        std::filesystem::remove_all(FolderDirectory("home", ""));
         {
-            Screen screen;
             MailboxServer server(mailbox, fault);
             AccountRef<MailProfile> const profile = MakeProfile("home", server.Address(), leave);
-            screen.AddProfile(*profile, true);
+            ToldCheck check;
             auto const start = std::chrono::steady_clock::now();
-            screen.RunCallback(BeginActivity);
             testing::internal::CaptureStdout();
-            screen.RunWorker([&] { result = CheckMailSession(*profile, ABW_treeMessageHeaders); });
-            if (leave && result == 1)
-                screen.RunCallback([&] { got = TakeText(getMessage(1, *profile, 0)); });
+            outcome = CheckMail(*profile, check);
             testing::internal::GetCapturedStdout();
             EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
             EXPECT_EQ(LockValue(*profile), 1);
-            EXPECT_EQ(screen.Blocked(), 0);
-            status = screen.Status();
-            rows = screen.Rows().size();
             taken = profile->serverMessageCount;
+            if (leave && outcome) {
+                FetchedMessage const message = FetchMessage(*profile, 1);
+                got = message.text;
+                outcome = message.outcome;
+            }
             connected = profile->serverSocket > 0;
+            status = outcome.text;
+            rows = check.rows;
+            told = check.told;
             CloseConnection(*profile);
             ExpectNothingLost(server.Messages(), InboxOf(*profile), mailbox);
         }
         // What the first session of a process opens once stays open.
         static int const descriptors = CountDescriptors();
         EXPECT_EQ(CountDescriptors(), descriptors);
-        return result;
+        return outcome.ending;
     }
 
     static void ExpectNothingLost(std::vector<std::string> const &left, std::string const &inbox,
@@ -88,8 +88,8 @@ class Dialogue : public testing::Test {
     }
 
     // What the last run has left.
-    std::string status, got; ///< `got` is the first message, read behind a whole check that leaves it
-    size_t rows = 0;
+    std::string status, got, told; ///< `got` is the first message, read after a whole check that leaves it
+    int rows = 0;
     int taken = 0; ///< messages of the list that are no news any more
     bool connected = false;
 };
@@ -103,18 +103,21 @@ TEST_F(Dialogue, EndsWellWhateverHappensAtWhichStep) {
                 Fault fault = way.fault;
                 fault.reply = step;
                 got.clear();
-                int const result = Run(fault, leave);
+                Ending const end = Run(fault, leave);
                 if (way.effect == Misbehaviour::kHarmless) {
-                    EXPECT_EQ(result, 1);
-                    EXPECT_EQ(rows, 2u);
+                    EXPECT_EQ(end, Ending::kDone);
+                    EXPECT_EQ(rows, 2);
                     EXPECT_EQ(got, leave ? kMailbox[0] : "");
                 }
-                if (way.effect == Misbehaviour::kLosing) {
+                if (way.effect == Misbehaviour::kLosing && end == Ending::kDone) {
+                    EXPECT_EQ(step, kLastReply[leave]) << "only reading connects again";
+                    EXPECT_EQ(got, kMailbox[0]);
+                } else if (way.effect == Misbehaviour::kLosing) {
                     EXPECT_FALSE(connected);
                     EXPECT_TRUE(status == kLost || status == "Could not connect to mail server") << status;
                 }
                 if (leave) {
-                    EXPECT_EQ(taken, static_cast<int>(rows)) << "what has no row must come again";
+                    EXPECT_EQ(taken, rows) << "what has no row must come again";
                 }
             }
 }
@@ -133,7 +136,7 @@ TEST_F(Dialogue, LetsTheServerKeepWhatIsNotOnDisk) {
             std::filesystem::remove_all(FolderDirectory("home", "Inbox") + one.gone);
             return reply;
         };
-        EXPECT_EQ(Run({.reply = one.reply, .bytes = remove}, false), -1);
+        EXPECT_EQ(Run({.reply = one.reply, .bytes = remove}, false), Ending::kFailed);
         EXPECT_EQ(status, one.status);
     }
 }
@@ -155,9 +158,9 @@ TEST_F(Dialogue, LiesAboutTheSizeOfAMessage) {
         lies.push_back(std::to_string(static_cast<int>(kMailbox[0].size()) + off));
     for (std::string const &lie : lies) {
         SCOPED_TRACE(lie + " instead of " + size);
-        EXPECT_EQ(Run({.reply = kStat + 1, .bytes = Count(lie)}, false), 1);
-        EXPECT_EQ(rows, 2u);
-        EXPECT_EQ(Run({.reply = kStat + 3, .bytes = Count(lie)}, true), 1);
+        EXPECT_EQ(Run({.reply = kStat + 1, .bytes = Count(lie)}, false), Ending::kDone);
+        EXPECT_EQ(rows, 2);
+        EXPECT_EQ(Run({.reply = kStat + 3, .bytes = Count(lie)}, true), Ending::kDone);
         EXPECT_EQ(Trimmed(got), Trimmed(kMailbox[0]));
     }
 }
@@ -168,7 +171,7 @@ TEST_F(Dialogue, LiesAboutTheNumberOfMessages) {
             SCOPED_TRACE(lie + (leave ? ", leaving" : ", removing"));
             Run({.reply = kStat, .bytes = Count(lie)}, leave);
         }
-    EXPECT_EQ(Run({.reply = kStat, .bytes = Count("2147483647")}, true), -1);
+    EXPECT_EQ(Run({.reply = kStat, .bytes = Count("2147483647")}, true), Ending::kRefused);
     EXPECT_EQ(status, "The mail server has no headers for its messages");
 }
 
@@ -176,10 +179,10 @@ TEST_F(Dialogue, MessageThatLooksLikeTheDialogue) {
     // Dots, end marks that are none, replies and commands within the text.
     std::vector<std::string> const mailbox = {
         "Subject: +OK 5\r\n\r\n+OK 5 octets\r\n-ERR no\r\nQUIT\r\n. \r\n\n.\n\r\n x.\r\n", Message("two")};
-    EXPECT_EQ(Run({}, false, mailbox), 1);
-    EXPECT_EQ(rows, 2u);
-    EXPECT_EQ(Run({.reply = kStat + 1, .piece = 1}, false, mailbox), 1);
-    EXPECT_EQ(Run({.reply = kStat + 3, .piece = 3}, true, mailbox), 1);
+    EXPECT_EQ(Run({}, false, mailbox), Ending::kDone);
+    EXPECT_EQ(rows, 2);
+    EXPECT_EQ(Run({.reply = kStat + 1, .piece = 1}, false, mailbox), Ending::kDone);
+    EXPECT_EQ(Run({.reply = kStat + 3, .piece = 3}, true, mailbox), Ending::kDone);
     EXPECT_EQ(got, mailbox[0]);
 }
 

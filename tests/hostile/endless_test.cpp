@@ -2,8 +2,8 @@
 // again.
 
 #include "hostile/mailbox_server.h"
-#include "app/named_calls.h"
-#include "protocol/screen.h"
+#include "pop/mailbox.h"
+#include "protocol/mail_fixture.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -32,20 +32,15 @@ TEST(Endless, MessageIsGivenUpAndTold) {
         lines += "A line of a message that has no end, and no dot alone.\r\n";
     for (bool const sized : {true, false}) {
         SCOPED_TRACE(sized ? "with a size" : "without");
-        Screen screen;
         Fault const fault{
             .reply = 3,
             .bytes = [&](std::string const &) { return (sized ? "+OK 5000 octets\r\n" : "+OK\r\n") + lines; },
             .times = 1500};
         MailboxServer server({"Subject: x\r\n\r\ntext\r\n"}, fault);
         AccountRef<MailProfile> const profile = MakeProfile("home", server.Address(), true);
-        screen.AddProfile(*profile, true);
-        profile->serverSocket = 0; // to be connected
         ForgetPeak();
-        screen.RunCallback([&] { EXPECT_EQ(getMessage(1, *profile, 0), nullptr); });
-        EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");
+        EXPECT_EQ(Said(FetchMessage(*profile, 1).outcome), "lost Lost the connection to the mail server");
         EXPECT_EQ(profile->serverSocket.load(), -1);
-        EXPECT_EQ(LockValue(*profile), 1);
         EXPECT_LT(Peak(), sized ? kGigabyte * 5 / 4 : kGigabyte / 8) << "the second still has what the first took";
         EXPECT_FALSE(std::filesystem::exists("/tmp/Corvanta-" + std::to_string(getpid())));
     }

@@ -9,10 +9,9 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "base/text.h"
-#include "app/named_calls.h"
 #include "pop/standard/receive.h"
 #include "profiles/mail_profile_file.h"
-#include "protocol/screen.h"
+#include "protocol/mail_fixture.h"
 #include "store/convert.h"
 #include "store/folder.h"
 #include "store/message_row.h"
@@ -85,18 +84,21 @@ int32_t Marked(std::function<int32_t()> const &operation) {
     return result;
 }
 
-/// A whole session in remove mode, on the thread that is the toolkit's.
+/// A whole session in remove mode.
 int32_t Session(Job const &job) {
-    Screen screen;
     AccountRef<MailProfile> const profile(new MailProfile);
     CopyText(profile->name, "home");
     CopyText(profile->popServer, job.server);
     CopyText(profile->userName, "alice");
     CopyText(profile->password, "secret");
     CopyText(profile->leaveOnServer, "REMOVEFROMSERVER");
-    screen.AddProfile(*profile, true);
-    int32_t const result = Marked([&] { return CheckMailSession(*profile, nullptr); });
-    fprintf(stderr, "%s\n", screen.Status().c_str());
+    ToldCheck check;
+    Outcome outcome;
+    int32_t const result = Marked([&] {
+        outcome = CheckMail(*profile, check);
+        return outcome ? 1 : -1;
+    });
+    fprintf(stderr, "%s\n", outcome.text.c_str());
     return result;
 }
 

@@ -1,10 +1,10 @@
 // The mail side against a real POP3 server.
 
-#include "app/named_calls.h"
 #include "base/text.h"
 #include "fixtures/dovecot_server.h"
-#include "names/widgets.h"
-#include "protocol/screen.h"
+#include "net/session_lock.h"
+#include "pop/mailbox.h"
+#include "protocol/mail_fixture.h"
 #include "store/folder.h"
 
 #include <gtest/gtest.h>
@@ -26,17 +26,20 @@ class Dovecot : public testing::Test {
   protected:
     void SetUp() override { ASSERT_GT(server.Port(), 0); }
 
-    int Run(MailProfile &profile) {
-        int result = 0;
-        screen.RunWorker([&] { result = CheckMailSession(profile, ABW_treeMessageHeaders); });
-        EXPECT_EQ(LockValue(profile), 1);
-        return result;
+    /// One check. Returns what it told and came to.
+    static std::string Run(MailProfile &profile) {
+        ToldCheck check;
+        Outcome const outcome = CheckMail(profile, check);
+        return check.told + Said(outcome);
     }
 
-    /// A message read from the server, "(none)" when it could not be.
-    static std::string Text(MailProfile &profile, int number) { return TakeText(getMessage(number, profile, 0)); }
+    /// A message read from the server, or why it could not be.
+    static std::string Text(MailProfile &profile, int number) {
+        SessionLock const lock(profile, SessionLock::kWorker);
+        FetchedMessage const message = FetchMessage(profile, number);
+        return message.outcome ? message.text : Said(message.outcome);
+    }
 
-    Screen screen;
     DovecotServer server;
 };
 
@@ -45,39 +48,31 @@ TEST_F(Dovecot, LeaveModeThenReading) {
     for (int i = 1; i <= 3; i++)
         server.Put("alice", mail(i));
     AccountRef<MailProfile> const profile = MakeProfile("home", server.Address(), true, "alice", "wrong");
-    screen.AddProfile(*profile, true);
-    EXPECT_EQ(Run(*profile), -1);
-    EXPECT_EQ(screen.Status(), "-ERR [AUTH] Authentication failed.");
+    EXPECT_EQ(Run(*profile), "refused -ERR [AUTH] Authentication failed.");
+    EXPECT_EQ(profile->serverSocket, -1);
     CopyText(profile->password, "secret");
-    EXPECT_EQ(Run(*profile), 1);
-    ASSERT_EQ(screen.Rows().size(), 3u);
-    EXPECT_EQ(screen.Rows()[1].text, Row(2));
-    EXPECT_EQ(screen.Rows()[1].data.origin, kOnServer);
-    EXPECT_EQ(screen.Rows()[1].data.number, 2);
-    screen.RunCallback([&] {
-        for (int i = 1; i <= 3; i++)
-            EXPECT_EQ(Text(*profile, i), mail(i));
-        EXPECT_EQ(Text(*profile, 4), "(none)");
-        EXPECT_EQ(Text(*profile, 0), "(none)");
-    });
+    EXPECT_EQ(Run(*profile), "counted 3\nlisting 1 of 3\nserver 1: " + Row(1) + "\nlisting 2 of 3\nserver 2: " +
+                                 Row(2) + "\nlisting 3 of 3\nserver 3: " + Row(3) + "\nsay \nended\ndone");
+    for (int i = 1; i <= 3; i++)
+        EXPECT_EQ(Text(*profile, i), mail(i));
+    EXPECT_TRUE(Text(*profile, 4).starts_with("refused -ERR"));
+    EXPECT_TRUE(Text(*profile, 0).starts_with("refused -ERR"));
     server.Put("alice", Mail(4));
-    EXPECT_EQ(Run(*profile), 1);
-    ASSERT_EQ(screen.Rows().size(), 4u);
-    EXPECT_EQ(screen.Rows()[3].text, Row(4));
+    EXPECT_EQ(Run(*profile), "counted 1\nlisting 4 of 4\nserver 4: " + Row(4) + "\nsay \nended\ndone");
     EXPECT_TRUE(server.WaitForLog("Logged out")); // the first connection ended with a QUIT
     EXPECT_EQ(server.Count("alice"), 4);
-    // Thrown out in between: the next check just connects again, reading meets the server's farewell and then the
-    // end.
+    // Thrown out in between: the next check just connects again, and so does reading, in front of the server's
+    // farewell and the end.
     server.Kick("alice");
     EXPECT_TRUE(server.WaitForLog("size=", 2)) << server.Log();
-    EXPECT_EQ(Run(*profile), 1);
+    EXPECT_EQ(Run(*profile), "counted 0\nended\ndone");
     server.Kick("alice");
     EXPECT_TRUE(server.WaitForLog("size=", 3)) << server.Log();
-    screen.RunCallback([&] {
-        EXPECT_EQ(Text(*profile, 1), "(none)");
-        EXPECT_EQ(Text(*profile, 1), "(none)");
-    });
-    EXPECT_EQ(profile->serverSocket, -1);
+    EXPECT_EQ(Text(*profile, 1), mail(1));
+    // A deletion ends the session; the messages above have other numbers in the next one.
+    EXPECT_TRUE(DeleteOnServer(*profile, 1));
+    EXPECT_EQ(profile->serverMessageCount, 3);
+    EXPECT_EQ(Text(*profile, 1), mail(2));
 }
 
 TEST_F(Dovecot, RemoveMode) {
@@ -85,14 +80,13 @@ TEST_F(Dovecot, RemoveMode) {
     for (int i = 0; i < 40000; i++)
         large += (i % 7 ? "A line of a large message, number " : ".") + std::to_string(i) + "\r\n";
     auto const mail = [&](int i) { return Mail(i, i == 5 ? large : "Hello.\r\n"); };
-    for (int i = 1; i <= 20; i++)
+    std::string told = "counted 20\n";
+    for (int i = 1; i <= 20; i++) {
         server.Put("alice", mail(i));
+        told += "stored " + std::to_string(i) + ": " + Row(i) + "\n";
+    }
     AccountRef<MailProfile> const profile = MakeProfile("home", server.Address(), false);
-    screen.AddProfile(*profile, true);
-    EXPECT_EQ(Run(*profile), 1);
-    ASSERT_EQ(screen.Rows().size(), 20u);
-    EXPECT_EQ(screen.Rows()[19].text, Row(20));
-    EXPECT_EQ(screen.Rows()[19].data.origin, kStored);
+    EXPECT_EQ(Run(*profile), told + "ended\ndone");
     for (int i = 1; i <= 20; i++)
         EXPECT_EQ(FileText(InboxOf(*profile) + std::to_string(i)), mail(i));
     EXPECT_TRUE(server.WaitForLog("del=20/"));
@@ -106,28 +100,20 @@ TEST_F(Dovecot, ManyChecksAtOnce) {
         server.Put("bob", Mail(i));
     }
     std::vector<AccountRef<MailProfile>> profiles;
-    for (int i = 0; i < kProfiles; i++) {
+    for (int i = 0; i < kProfiles; i++)
         profiles.push_back(MakeProfile("p" + std::to_string(i), server.Address(), i != 5, i == 5 ? "bob" : "alice"));
-        screen.AddProfile(*profiles[i], i == 0);
-    }
     std::vector<std::jthread> workers;
-    std::atomic<int> done = 0;
     for (int i = 0; i < 3 * kProfiles; i++)
-        workers.emplace_back([&, i] {
-            EXPECT_EQ(CheckMailSession(*profiles[static_cast<size_t>(i % kProfiles)], ABW_treeMessageHeaders), 1);
-            done++;
-        });
-    EXPECT_TRUE(screen.PaintUntil([&] {
-        // Meanwhile the main thread asks for the locks and uses a connection, as reading and the keep-alive do.
-        screen.RunCallback([&] { Text(*profiles[1], 1); });
-        return done == 3 * kProfiles;
-    }));
+        workers.emplace_back(
+            [&, i] { EXPECT_TRUE(Run(*profiles[static_cast<size_t>(i % kProfiles)]).ends_with("ended\ndone")); });
+    for (int i = 0; i < 20; i++)
+        EXPECT_EQ(Text(*profiles[1], 1), Mail(1)); // as reading does meanwhile
     workers.clear();
-    EXPECT_EQ(screen.Rows().size(), static_cast<size_t>(kMessages)); // of the open profile
-    EXPECT_EQ(profiles[5]->serverMessageCount, kMessages);
-    EXPECT_EQ(server.Count("bob"), 0);
-    for (auto const &profile : profiles)
+    for (auto const &profile : profiles) {
+        EXPECT_EQ(profile->serverMessageCount, kMessages);
         EXPECT_EQ(LockValue(*profile), 1);
+    }
+    EXPECT_EQ(server.Count("bob"), 0);
 }
 
 } // namespace

@@ -1,24 +1,35 @@
 // Server addresses, connections, line I/O and the login.
 
-#include "app/named_calls.h"
 #include "net/address.h"
+#include "net/connection.h"
 #include "net/line_io.h"
+#include "net/session_lock.h"
 
 #include "fixtures/process.h"
 #include "fixtures/scripted_server.h"
-#include "net/session_lock.h"
-#include "protocol/screen.h"
-#include "widgets/toolkit.h"
+#include "pop/dialogue.h"
+#include "protocol/mail_fixture.h"
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <netdb.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+/// The resolver of the system, but for a name that takes until the test says so.
+static std::atomic<bool> lookupsWait = false;
+extern "C" int getaddrinfo(char const *name, char const *service, addrinfo const *hints, addrinfo **found) {
+    using Function = int(char const *, char const *, addrinfo const *, addrinfo **);
+    static auto *const next = reinterpret_cast<Function *>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    while (lookupsWait && !(hints->ai_flags & AI_NUMERICHOST))
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return next(name, service, hints, found);
+}
 
 namespace {
 
@@ -86,7 +97,7 @@ TEST(ServerAddress, Parses) {
     }
 }
 
-TEST(ReadServerLine, EndsLinesAsItAlwaysDid) {
+TEST(Stream, EndsClassicLinesAsTheyAlwaysDid) {
     struct {
         std::string bytes, text;
         int consumed;
@@ -116,94 +127,81 @@ TEST(ReadServerLine, EndsLinesAsItAlwaysDid) {
         EXPECT_EQ(line, one.text);
         EXPECT_EQ(line[20], '#');
         EXPECT_EQ(pair.Rest(), one.rest);
+        pair.Put(one.bytes);
+        Stream stream(PlainChannel(Fd(dup(pair.here))));
+        std::string_view text;
+        EXPECT_EQ(stream.ReadClassicLine(text, 19), one.consumed) << one.bytes;
+        EXPECT_EQ(text, one.text);
+        EXPECT_EQ(stream.ReadArrived(100), one.rest);
     }
 }
 
-TEST(ReadServerLine, FailsWithoutALineEnd) {
-    char line[100];
-    Pair pair;
-    pair.Put("abc");
-    auto const start = std::chrono::steady_clock::now();
-    EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line, 1), -1);
-    EXPECT_STREQ(line, "abc");
-    // A byte now and then does not prolong a short wait.
-    std::jthread const dripping([&](std::stop_token const &over) {
-        for (; !over.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(300)))
-            pair.Put("d");
-    });
-    EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line, 1), -1);
-    auto const waited = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(waited, std::chrono::milliseconds(1900));
-    EXPECT_LT(waited, std::chrono::seconds(10));
-    EXPECT_EQ(ReadServerLine(0, line, sizeof line), -1);
-    EXPECT_EQ(ReadServerLine(-1, line, sizeof line), -1);
+TEST(Stream, GivesUpSilenceAndDripping) {
+    for (bool const drips : {false, true}) {
+        Pair pair;
+        pair.Put("abc");
+        Stream stream(PlainChannel(Fd(dup(pair.here))),
+                      {.silence = std::chrono::seconds(drips ? 60 : 1), .dripping = std::chrono::seconds(2)});
+        std::jthread const dripping([&](std::stop_token const &over) {
+            for (; drips && !over.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(50)))
+                pair.Put("d");
+        });
+        auto const start = std::chrono::steady_clock::now();
+        std::string_view text;
+        EXPECT_EQ(stream.ReadClassicLine(text, 3), -1);
+        EXPECT_EQ(text, "abc");
+        EXPECT_EQ(stream.State(), drips ? StreamState::kDripping : StreamState::kSilent);
+        auto const waited = std::chrono::steady_clock::now() - start;
+        EXPECT_GE(waited, std::chrono::milliseconds(drips ? 1900 : 900));
+        EXPECT_LT(waited, std::chrono::seconds(10));
+    }
 }
 
-TEST(ReadServerLine, LeavesTheLibraryToOthersWhileItWaits) {
-    Screen screen;
-    Pair pair;
-    timeval const bound{10, 0};
-    setsockopt(pair.here, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
-    std::thread other([&] {
-        SetStatus("somebody else");
-        EXPECT_TRUE(screen.WaitUntilPainted("somebody else"));
-        pair.Put("+OK\r\n");
-    });
-    screen.RunCallback([&] {
-        char line[100];
-        EXPECT_EQ(ReadServerLine(pair.here, line, sizeof line), 5);
-        EXPECT_EQ(PtEnter(0), -EDEADLK); // the callback has the library again
-    });
-    other.join();
-}
-
-TEST(ReadServerLine, DropsAnEndlessLineAndStaysInStep) {
+TEST(Stream, DropsAnEndlessLineAndStaysInStep) {
     ScriptedServer server(Script{Flood("x", 2 << 20), Send("\r\n+OK next\r\n"), Flood("y", 40 << 20), Send("\r\n")});
-    AccountRef<MailProfile> const profile = MakeProfile("p", server.Address(), true);
-    profile->serverSocket = OpenMailConnection(*profile, nullptr, kPop3);
-    char line[100];
-    EXPECT_GT(ReadServerLine(profile->serverSocket, line, sizeof line), 2 << 20);
+    auto const stream = std::move(OpenStream(server.Address().c_str(), kPop3).stream);
+    std::string_view line;
+    EXPECT_GT(stream->ReadClassicLine(line, 99), 2 << 20);
     EXPECT_EQ(line, std::string(99, 'x'));
-    EXPECT_EQ(ReadServerLine(profile->serverSocket, line, sizeof line), 10);
-    EXPECT_STREQ(line, "+OK next");
-    EXPECT_EQ(ReadServerLine(profile->serverSocket, line, sizeof line), -1); // given up
+    EXPECT_EQ(stream->ReadClassicLine(line, 99), 10);
+    EXPECT_EQ(line, "+OK next");
+    EXPECT_EQ(stream->ReadClassicLine(line, 99), -1);
+    EXPECT_EQ(stream->State(), StreamState::kTooLong);
 }
 
-TEST(WriteServerLine, SendsOneLineInOnePiece) {
+TEST(Stream, SendsOneLineInOnePiece) {
     Pair pair(SOCK_SEQPACKET);
-    EXPECT_EQ(WriteServerLine(pair.peer, "NOOP"), 6);
-    EXPECT_EQ(pair.Rest(), "NOOP\r\n");
-    EXPECT_EQ(WriteServerLine(pair.peer, "USER eve\r\nDELE 1"), 10);
-    EXPECT_EQ(pair.Rest(), "USER eve\r\n");
-    EXPECT_EQ(WriteServerLine(pair.peer, ""), 2);
-    EXPECT_EQ(WriteServerLine(pair.peer, "%s%n"), 6);
-    pair.ClosePeer();
-    EXPECT_EQ(WriteServerLine(pair.here, "QUIT"), -1); // and no SIGPIPE
-    EXPECT_EQ(WriteServerLine(-1, "QUIT"), -1);
+    Stream stream(PlainChannel(Fd(dup(pair.peer))));
+    for (auto const &[text, sent] : {std::pair("NOOP", "NOOP\r\n"), std::pair("USER eve\r\nDELE 1", "USER eve\r\n"),
+                                     std::pair("", "\r\n"), std::pair("%s%n", "%s%n\r\n")}) {
+        EXPECT_EQ(stream.WriteLine(text), static_cast<int>(strlen(sent)));
+        EXPECT_EQ(pair.Rest(), sent);
+    }
+    close(pair.here);
+    pair.here = open("/dev/null", O_RDONLY);
+    EXPECT_EQ(stream.WriteLine("QUIT"), -1); // and no SIGPIPE
 }
 
 class Connecting : public testing::Test {
   protected:
     void TearDown() override { unsetenv("http_proxy"); }
 
-    /// Connects and closes again; what went to standard error is in `errors`.
-    bool Connects(std::string const &server, int kind = kPop3) {
-        AccountRef<MailProfile> const profile = MakeProfile("p", server, true);
+    /// Connects and closes again. What went to standard error is in `errors`.
+    Outcome Connect(std::string const &server, int kind = kPop3, StopPredicate const &stopped = {}) {
         testing::internal::CaptureStderr();
-        int const socket = kind == kPop3 ? OpenMailConnection(*profile, nullptr, kPop3)
-                                         : OpenServerConnection(server.c_str(), kind, 1);
+        OpenedStream const opened = OpenStream(server.c_str(), kind, stopped);
         errors = testing::internal::GetCapturedStderr();
-        if (socket < 0)
-            return false;
-        int noDelay = 0;
-        socklen_t size = sizeof noDelay;
-        getsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
-        EXPECT_TRUE(noDelay);
-        EXPECT_TRUE(fcntl(socket, F_GETFD) & FD_CLOEXEC);
-        return close(socket) == 0;
+        EXPECT_EQ(static_cast<bool>(opened.stream), opened.outcome.ending == Ending::kDone);
+        if (opened.stream) {
+            int noDelay = 0;
+            socklen_t size = sizeof noDelay;
+            getsockopt(opened.stream->Descriptor(), IPPROTO_TCP, TCP_NODELAY, &noDelay, &size);
+            EXPECT_TRUE(noDelay);
+            EXPECT_TRUE(fcntl(opened.stream->Descriptor(), F_GETFD) & FD_CLOEXEC);
+        }
+        return opened.outcome;
     }
 
-    Screen screen;
     std::string errors;
 };
 
@@ -213,12 +211,13 @@ TEST_F(Connecting, TellsWhatFailed) {
     struct {
         std::string server;
         int kind;
-        std::string errors, status;
+        std::string errors, text;
     } const cases[] = {
         {"255.255.255.255", kPop3, "Error: Unknown Host\n: ", unknown},
         {"127.0.0.1:0", kPop3, "Error: Unknown Host\n: ", unknown},
         {"127.0.0.1:65536", kPop3, "Error: Unknown Host\n: ", unknown},
         {":110", kPop3, "Error: Unknown Host\n: ", unknown},
+        {"no.such.host.invalid", kPop3, "Error: Unknown Host\n: ", unknown},
         {"255.255.255.255:99", kSmtp, "Unknown host 255.255.255.255\n", unknown},
         {closed, kPop3, "pop: connect(): Connection refused\n", "Could not connect to mail server"},
         {closed, kSmtp, "pop: connect(): Connection refused\n", "Could not connect to mail server"},
@@ -226,95 +225,91 @@ TEST_F(Connecting, TellsWhatFailed) {
     };
     int const before = CountDescriptors();
     for (auto const &one : cases) {
-        EXPECT_FALSE(Connects(one.server, one.kind)) << one.server;
+        EXPECT_EQ(Said(Connect(one.server, one.kind)), "failed " + one.text) << one.server;
         EXPECT_TRUE(errors.starts_with(one.errors)) << errors;
-        EXPECT_EQ(screen.Status(), one.status) << one.server;
         EXPECT_EQ(CountDescriptors(), before);
     }
 }
 
 TEST_F(Connecting, TriesEveryAddress) {
-    ScriptedServer server({Script{}, Script{}}, "127.0.0.2");
+    ScriptedServer server({Script{}}, "127.0.0.2");
     std::ofstream(getenv("NSS_WRAPPER_HOSTS")) << "127.0.0.3 twofold\n127.0.0.2 twofold\n";
-    std::string const address = "twofold:" + std::to_string(server.Port());
-    EXPECT_TRUE(Connects(address)) << errors;
+    EXPECT_TRUE(Connect("twofold:" + std::to_string(server.Port()))) << errors;
     EXPECT_EQ(errors, "");
-    screen.RunCallback([&] { EXPECT_TRUE(Connects(address)) << errors; }); // looked up on a thread of its own
 }
 
 TEST_F(Connecting, GoesThroughTheProxyVariable) {
     ScriptedServer proxy({Script{}, Script{}, Script{}});
     setenv("http_proxy", ("http://" + proxy.Address() + "/").c_str(), 1);
     for (int kind : {kPop3, kSmtp, kNntp})
-        EXPECT_TRUE(Connects("255.255.255.255", kind)) << errors;
+        EXPECT_TRUE(Connect("255.255.255.255", kind)) << errors;
     EXPECT_EQ(proxy.Problems(), "");
     EXPECT_EQ(proxy.Received(), "");
 }
 
-class Login : public testing::Test {
-  protected:
-    int Play(Script script, std::string const &user = "alice", std::string const &password = "secret") {
-        if (script.size() > 1)
-            script.insert(script.begin() + 1, Expect("USER " + user.substr(0, user.find_first_of("\r\n"))));
-        server = std::make_unique<ScriptedServer>(script);
-        profile = MakeProfile("p", server->Address(), true, user, password);
-        profile->serverSocket = OpenMailConnection(*profile, nullptr, kPop3);
-        return PopLogin(*profile);
+TEST_F(Connecting, StopEndsTheLookupAndTheConnection) {
+    int port = 0;
+    Fd const full(ListenOn("127.0.0.1", port, 0));
+    // A queue of one, which two connections fill.
+    std::vector<OpenedSocket> filling;
+    std::string const busy = "127.0.0.1:" + std::to_string(port);
+    for (int i = 0; i < 2; i++) {
+        auto const start = std::chrono::steady_clock::now();
+        filling.push_back(OpenSocket(
+            busy.c_str(), kPop3, [&] { return std::chrono::steady_clock::now() - start > std::chrono::seconds(1); }));
     }
-    Screen screen;
-    std::unique_ptr<ScriptedServer> server;
-    AccountRef<MailProfile> profile;
-};
+    lookupsWait = true;
+    for (std::string const &server : {busy, std::string("some.host.invalid")}) {
+        auto const start = std::chrono::steady_clock::now();
+        auto const soon = [&] { return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(100); };
+        EXPECT_EQ(Connect(server, kPop3, soon).ending, Ending::kStopped) << server;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+        EXPECT_EQ(errors, "");
+    }
+    lookupsWait = false;
+}
 
-TEST_F(Login, TakesAGreetingHoweverItArrives) {
+TEST(Account, OwnsADescriptorThatWasSetByHand) {
+    Pair pair;
+    AccountRef<MailProfile> const profile(new MailProfile);
+    EXPECT_EQ(StreamOf(*profile), nullptr);
+    int const descriptors = CountDescriptors();
+    profile->serverSocket = dup(pair.here);
+    EXPECT_EQ(StreamOf(*profile)->Descriptor(), profile->serverSocket);
+    CloseConnection(*profile, 0);
+    EXPECT_EQ(profile->serverSocket, 0);
+    EXPECT_EQ(CountDescriptors(), descriptors);
+}
+
+/// Logs in on a connection that plays the script, with the user's name in its second step.
+std::string LogInTo(ScriptedServer &server, std::string const &user = "alice",
+                    std::string const &password = "secret") {
+    auto const stream = std::move(OpenStream(server.Address().c_str(), kPop3).stream);
+    return Said(LogIn(*stream, user, password));
+}
+
+TEST(Login, TakesAGreetingHoweverItArrives) {
     for (auto const &[greeting, piece] : {std::pair<std::string, size_t>{"+OK Dovecot ready.\r\n", 1},
                                           {"+OK M\xc3\xbcller's\tserver \x80\x81\r\n", 3},
                                           {"\n", 0},
                                           {"-ERR go away " + std::string(12000, '.') + "\r\n", 0}}) {
-        EXPECT_EQ(Play({Send(greeting, piece), Send("+ok \r\n"), Expect("PASS secret"), Send("+Ok\r\n")}), 1);
-        EXPECT_EQ(server->Problems(), "");
-        EXPECT_EQ(screen.Status(), "");
+        ScriptedServer server(Script{Send(greeting, piece), Expect("USER alice"), Send("+ok \r\n"),
+                                     Expect("PASS secret"), Send("+Ok\r\n")});
+        EXPECT_EQ(LogInTo(server), "done");
+        EXPECT_EQ(server.Problems(), "");
     }
-    EXPECT_EQ(Play({Send(std::string(40 << 20, 'x') + "\r\n"), Send("+OK\r\n"), Skip(), Send("+OK\r\n")}), -1);
-    EXPECT_EQ(screen.Status(), "Lost the connection to the mail server");
+    ScriptedServer endless(Script{Send(std::string(40 << 20, 'x') + "\r\n")});
+    EXPECT_EQ(LogInTo(endless), "lost Lost the connection to the mail server");
 }
 
-TEST_F(Login, SendsEachCommandOnceAndWhole) {
-    EXPECT_EQ(Play({Send("+OK\r\n"), Send("+OK\r\n"), Expect("PASS two words"), Send("+OK\r\n")}, "al\r\nDELE 1",
-                   "two words\nQUIT"),
-              1);
-    EXPECT_EQ(server->Problems(), "");
-    ASSERT_EQ(server->Arrivals().size(), 2u);
-    EXPECT_EQ(server->Arrivals()[0].bytes, "USER al\r\n");
-    EXPECT_EQ(server->Arrivals()[1].bytes, "PASS two words\r\n");
-}
-
-TEST(SessionLock, CallbackLetsAHolderUseTheLibrary) {
-    Screen screen;
-    AccountRef<MailProfile> const profile = MakeProfile("p", "x", true);
-    std::atomic<bool> held = false, asked = false;
-    std::thread holder([&] {
-        SessionLock const lock(*profile, SessionLock::kWorker);
-        held = true;
-        while (!asked)
-            std::this_thread::yield();
-        PtEnter(0); // would wait for ever if the callback kept the library
-        PtLeave(0);
-    });
-    while (!held)
-        std::this_thread::yield();
-    EXPECT_FALSE(SessionLock::Try(*profile).Held());
-    screen.RunCallback([&] {
-        asked = true;
-        SessionLock lock(*profile, SessionLock::kCallback);
-        EXPECT_EQ(PtEnter(0), -EDEADLK); // the callback has the library again
-        EXPECT_EQ(LockValue(*profile), 0);
-        lock.Unlock();
-        EXPECT_FALSE(lock.Held());
-    });
-    holder.join();
-    EXPECT_TRUE(SessionLock::Try(*profile).Held());
-    EXPECT_EQ(LockValue(*profile), 1);
+TEST(Login, SendsEachCommandOnceAndWhole) {
+    ScriptedServer server(
+        Script{Send("+OK\r\n"), Expect("USER al"), Send("+OK\r\n"), Expect("PASS two words"), Send("+OK\r\n")});
+    EXPECT_EQ(LogInTo(server, "al\r\nDELE 1", "two words\nQUIT"), "done");
+    EXPECT_EQ(server.Problems(), "");
+    ASSERT_EQ(server.Arrivals().size(), 2u);
+    EXPECT_EQ(server.Arrivals()[0].bytes, "USER al\r\n");
+    EXPECT_EQ(server.Arrivals()[1].bytes, "PASS two words\r\n");
 }
 
 } // namespace

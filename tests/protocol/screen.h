@@ -2,7 +2,7 @@
 // The main window's widgets without a window: what the mail side writes into them can be read back.
 
 #include "Pt.h"
-#include "base/account.h"
+#include "protocol/mail_fixture.h"
 #include "widgets/header_list.h"
 
 #include <functional>
@@ -44,19 +44,3 @@ class Screen {
     /// Puts the profile into the tree, and opens it when asked to.
     void AddProfile(ServerAccount &account, bool open);
 };
-
-/// A mail profile named `name` for alice on the server; its Inbox exists.
-AccountRef<MailProfile> MakeProfile(std::string const &name, std::string const &server, bool leaveOnServer,
-                                    std::string const &user = "alice", std::string const &password = "secret");
-
-/// The profile's Inbox, with the slash.
-std::string InboxOf(MailProfile const &profile);
-
-/// A whole file; empty when there is none.
-std::string FileText(std::string const &path);
-
-/// A text from malloc, which is freed; "(none)" for null.
-std::string TakeText(char *text);
-
-/// 1 when nobody holds the lock.
-int LockValue(ServerAccount &account);

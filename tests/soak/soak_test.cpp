@@ -7,7 +7,7 @@
 #include "fixtures/postfix_server.h"
 #include "fixtures/temp_home.h"
 #include "news/header_download.h"
-#include "pop/check_mail.h"
+#include "app/check_thread.h"
 #include "threads/walk.h"
 #include "ui/person.h"
 #include "ui/sample.h"
