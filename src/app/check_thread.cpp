@@ -1,6 +1,7 @@
 #include "app/check_thread.h"
 
 #include "app/shown_check.h"
+#include "app/waiting_mail.h"
 #include "base/text.h"
 #include "names/widgets.h"
 #include "widgets/activity.h"
@@ -33,8 +34,10 @@ bool Announce(MailProfile const &profile) {
 
 void RunCheck(MailProfile &profile, Stop const &stop) {
     bool const open = Announce(profile);
-    if (open)
+    if (open) {
         RunShownCheck(profile, stop);
+        SendWaitingShown(profile.name, stop);
+    }
     ToolkitGuard const guard;
     if (!open) {
         profile.checkWaiting = false;

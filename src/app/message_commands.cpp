@@ -6,6 +6,7 @@
 #include "names/widgets.h"
 #include "net/session_lock.h"
 #include "pop/mailbox.h"
+#include "state/uidl_log.h"
 #include "store/folder.h"
 #include "widgets/activity.h"
 #include "widgets/header_list.h"
@@ -68,17 +69,21 @@ Outcome DeleteStored(RowIdentity const &row) {
     if (deleted != 0 && errno != 0 && errno != ENOENT) // without an errno it was deleted before
         return Failed("Cannot delete message " + std::to_string(row.number) + " of " + row.folder + ": " +
                       strerror(errno));
+    NoteDeleted(row.account->name, row.folder, row.number);
     RemoveHeaderRow(FindHeaderRow(row.serial));
     return {};
 }
 
 /// Stores the text in the folder and shows its row when that folder is open. A message that is to lose its original
 /// is brought to disk. Any thread.
-Outcome StoreCopy(ServerAccount &profile, std::string const &folder, std::string const &text, bool durable) {
+Outcome StoreCopy(ServerAccount &profile, std::string const &folder, std::string const &text, bool durable,
+                  int32_t *stored = nullptr) {
     std::string const path = FolderDirectory(profile.name, folder);
     int32_t const number = AppendMessage(path.c_str(), text);
     if (number < 0 || (durable && !SyncFolder(path.c_str(), &number, 1)))
         return Failed("The message could not be stored in " + folder);
+    if (stored)
+        *stored = number;
     ToolkitGuard const guard;
     if (currentProfile.Get() == &profile && folder == currentFolder) {
         char row[kRowWidth + 1];
@@ -92,8 +97,12 @@ Outcome FileStored(RowIdentity const &row, std::string const &folder, bool move)
     FetchedText const fetched = StoredText(row.account->name, row.folder, row.number);
     if (!fetched.outcome)
         return fetched.outcome;
-    Outcome const stored = StoreCopy(*row.account, folder, fetched.text, move);
-    return stored && move ? DeleteStored(row) : stored;
+    int32_t number = 0;
+    Outcome const stored = StoreCopy(*row.account, folder, fetched.text, move, &number);
+    if (!stored || !move)
+        return stored;
+    NoteMoved(row.account->name, row.folder, row.number, folder, number);
+    return DeleteStored(row);
 }
 
 /// What the commands do on the server: store a copy in `folder`, unless that is empty, then delete the message.

@@ -1,8 +1,10 @@
 #include "app/shown_check.h"
 
 #include "base/paths.h"
+#include "base/way.h"
 #include "names/widgets.h"
 #include "widgets/activity.h"
+#include "widgets/certificate_box.h"
 #include "widgets/header_list.h"
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
@@ -51,12 +53,15 @@ void ShownCheck::Ended() {
 Outcome RunShownCheck(MailProfile &profile, StopPredicate const &stopped) {
     ShownCheck shown(profile);
     Outcome outcome = CheckMail(profile, shown, stopped);
+    if (outcome.certificate && AskToAcceptCertificate(*outcome.certificate))
+        outcome = CheckMail(profile, shown, stopped);
     ToolkitGuard const guard;
     SetProblem(outcome.text);
     if (outcome.ending == Ending::kStopped)
         SetStatus("");
-    // kept: after a failed connection, login or STAT the activity is not ended, and the star turns on.
-    if (shown.WasCounted() || outcome.ending == Ending::kStopped)
+    // kept: after a failed connection, login or STAT the activity is not ended, and the star turns on. Not so in the
+    // standard way.
+    if (shown.WasCounted() || !Classic() || outcome.ending == Ending::kStopped)
         EndActivity();
     return outcome;
 }

@@ -10,7 +10,9 @@
 #include "base/log.h"
 #include "base/paths.h"
 #include "base/scratch.h"
+#include "base/settings.h"
 #include "base/text.h"
+#include "base/way.h"
 #include "names/widgets.h"
 #include "photon/PtWebClient.h"
 #include "profiles/profile_tree.h"
@@ -191,6 +193,9 @@ int OnBaseRealized(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
         PtAddHotkeyHandler(ABW_treeProfiles, key, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnProfileKey);
     PtAddHotkeyHandler(ABW_treeMessageHeaders, Pk_Delete, 0, Pt_HOTKEY_SYM | Pt_HOTKEY_FOCUSED, nullptr, OnDeleteKey);
     PtAddHotkeyHandler(ABW_base, Pk_Escape, 0, Pt_HOTKEY_SYM, nullptr, OnStopKey);
+    SetBlocked(ABW_mnuFile_SendWaiting, Classic());
+    if (std::string const &problem = ProgramSettings().Problem(); !problem.empty())
+        SetStatus(problem);
     return Pt_CONTINUE;
 }
 

@@ -87,3 +87,8 @@ bool Settings::Save() {
     exists_ = ReplaceFile(path_, path_ + ".new", text.str());
     return exists_;
 }
+
+Settings &ProgramSettings() {
+    static Settings settings(SettingsDirectory() + "settings.toml");
+    return settings;
+}

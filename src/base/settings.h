@@ -11,6 +11,9 @@
 std::string SettingsDirectory();
 std::string StateDirectory();
 
+/// The key that says whether the way of working is the classic one.
+constexpr char kClassicKey[] = "classic";
+
 class Settings {
   public:
     /// The values of the file at `path`. A file that is missing has none; one that is no TOML has none either, is
@@ -44,3 +47,6 @@ class Settings {
     bool exists_ = false;
     std::unique_ptr<Table> table_;
 };
+
+/// The program's settings, read at the first call. Main thread.
+Settings &ProgramSettings();

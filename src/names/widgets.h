@@ -14,6 +14,7 @@
     X(dlgDownloadNewsPrompt, ApDialog) \
     X(dlgViewSource, ApDialog) \
     X(dlgAbout, ApDialog) \
+    X(dlgPreferences, ApDialog) \
     X(winAddressBook, ApDialog) \
     X(mnuProfile, ApMenu) \
     X(mnuFolder, ApMenu) \
@@ -27,9 +28,9 @@
     X(lblStatus) X(prgStatus) X(lblStar) X(btnStop) \
     X(btnCheckEmail) X(btnCompose) X(btnReply) X(btnForward) X(btnDelete) X(btnHome) X(btnAddressBook) \
     X(timerCheckEmail) X(timerNoop) X(timerAnimation) \
-    X(mnuFile_Check) X(mnuFile_Compose) X(mnuFile_SaveAttachment) X(mnuFile_Print) X(mnuFile_Exit) \
+    X(mnuFile_Check) X(mnuFile_SendWaiting) X(mnuFile_Compose) X(mnuFile_SaveAttachment) X(mnuFile_Print) X(mnuFile_Exit) \
     X(mnuMessage_Reply) X(mnuMessage_Forward) X(mnuMessage_Delete) X(mnuMessage_ViewSource) \
-    X(mnuSettings_Accounts) X(mnuSettings_NewsAccounts) X(mnuSettings_AddressBook) \
+    X(mnuSettings_Accounts) X(mnuSettings_NewsAccounts) X(mnuSettings_AddressBook) X(mnuSettings_Preferences) \
     X(mnuHelp_Home) X(mnuHelp_About) \
     /* dlgAccounts */ \
     X(dlgAccounts) X(treeAccounts_Accounts) X(btnNewEmailAccount) X(btnEditEmailAccount) X(btnDeleteEmailAccount) \
@@ -51,6 +52,8 @@
     /* dlgViewSource */ \
     X(dlgViewSource) X(txtViewSource) X(paneViewSourceParts) X(lblViewSourcePart) X(btnNextSourcePart) \
     X(btnCloseViewSource) \
+    /* dlgPreferences */ \
+    X(dlgPreferences) X(tlgPreferences_Classic) X(lblPreferencesProblem) X(btnSavePreferences) X(btnCancelPreferences) \
     /* dlgAbout */ \
     X(dlgAbout) X(lblAboutName) X(lblAboutVersion) X(btnCloseAbout) \
     /* winAddressBook */ \

@@ -6,10 +6,12 @@
 #include "app/folder_view.h"
 #include "app/message_commands.h"
 #include "app/message_view.h"
+#include "app/preferences.h"
 #include "app/printing.h"
 #include "app/start.h"
 #include "app/timers.h"
 #include "app/view_source.h"
+#include "app/waiting_mail.h"
 #include "compose/compose_window.h"
 #include "compose/reply.h"
 #include "names/widgets.h"
@@ -61,6 +63,7 @@ constexpr ApLink_t kBase[] = {
     Code("timerAnimation", Pt_CB_TIMER_ACTIVATE, OnAnimationTimer),
 
     Code("mnuFile_Check", Pt_CB_ACTIVATE, OnCheckEmail),
+    Code("mnuFile_SendWaiting", Pt_CB_ACTIVATE, OnSendWaiting),
     Code("mnuFile_Compose", Pt_CB_ACTIVATE, OnCompose),
     Code("mnuFile_SaveAttachment", Pt_CB_ACTIVATE, OnSaveAttachment),
     Code("mnuFile_Print", Pt_CB_ACTIVATE, OnPrint),
@@ -73,6 +76,7 @@ constexpr ApLink_t kBase[] = {
     Open("mnuSettings_NewsAccounts", &ABM_dlgNewsAccounts),
     Code("mnuSettings_AddressBook", Pt_CB_ACTIVATE, OnAddressBook),
     Code("mnuHelp_Home", Pt_CB_ACTIVATE, OnHome),
+    Open("mnuSettings_Preferences", &ABM_dlgPreferences),
     Open("mnuHelp_About", &ABM_dlgAbout),
 };
 
@@ -152,6 +156,12 @@ constexpr ApLink_t kProfileMenu[] = {
     Code("mnuProfile_Subscribe", Pt_CB_ACTIVATE, OnSubscribe),
 };
 constexpr ApLink_t kFolderMenu[] = {Code("mnuFolder_Delete", Pt_CB_ACTIVATE, OnDeleteFolder)};
+constexpr ApLink_t kPreferences[] = {
+    Code("dlgPreferences", Pt_CB_REALIZED, OnPreferencesRealized),
+    Code("btnSavePreferences", Pt_CB_ACTIVATE, OnSavePreferences),
+    Done("btnSavePreferences"),
+    Done("btnCancelPreferences"),
+};
 constexpr ApLink_t kHeadersMenu[] = {Code("mnuHeaders_Delete", Pt_CB_ACTIVATE, OnDeleteMessage)};
 constexpr ApLink_t kAttachmentsMenu[] = {Code("mnuAttachments_Save", Pt_CB_ACTIVATE, OnSaveAttachment)};
 
@@ -168,6 +178,7 @@ constexpr ApLinkTable_t kTables[] = {
     Table("winAddressBook", kAddressBook),
     Table("dlgViewSource", kViewSource),
     Table("dlgAbout", kAbout),
+    Table("dlgPreferences", kPreferences),
     Table("mnuProfile", kProfileMenu),
     Table("mnuFolder", kFolderMenu),
     Table("mnuHeaders", kHeadersMenu),

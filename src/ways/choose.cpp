@@ -2,10 +2,12 @@
 
 #include "base/log.h"
 #include "base/paths.h"
+#include "base/settings.h"
 #include "base/way.h"
 #include "compose/forward_part.h"
 #include "compose/send/send.h"
 #include "net/tls/tls.h"
+#include "pop/check_mail.h"
 #include "state/certificates.h"
 
 #include <cerrno>
@@ -13,8 +15,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-constexpr char kClassicKey[] = "classic";
 
 bool HasData() {
     struct stat status {};
@@ -24,18 +24,15 @@ bool HasData() {
 
 } // namespace
 
-Settings &ProgramSettings() {
-    static Settings settings(SettingsDirectory() + "settings.toml");
-    return settings;
-}
-
 void ChooseWay() {
     SetAcceptedFingerprint(AcceptedCertificate);
     Settings &settings = ProgramSettings();
     SetClassic(settings.Bool(kClassicKey, HasData()));
     if (!Classic()) {
+        CheckTheStandardWay();
         SendTheStandardWay();
         EndBodiesWhole();
+        MakeDirectories(ConfigRoot()); // so that the very first run can show messages
     }
     if (settings.Exists() || Classic())
         return;

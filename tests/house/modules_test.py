@@ -91,7 +91,7 @@ class Modules(unittest.TestCase):
 
     def test_tab_order_names_everything_once(self):
         for module in ("base", "dlgAccounts", "dlgNewsAccounts", "dlgNews", "dlgDownloadNewsPrompt", "winAddressBook",
-                       "dlgViewSource", "dlgAbout"):
+                       "dlgViewSource", "dlgAbout", "dlgPreferences"):
             root = MODULES[module]
             stops = [stop.text for stop in root.iter("tabstop")]
             wanted = [widget.get("name") for widget in root.iter("widget")

@@ -13,21 +13,22 @@ ROOT = pathlib.Path(sys.argv.pop(1)).resolve() if len(sys.argv) > 1 else pathlib
 MAY_INCLUDE = {
     "base": set(),
     "names": set(),
+    "secrets": {"base"},
     "state": {"base"},
     "mime": {"base"},
     "store": {"base", "mime"},
     "net": {"base"},
-    "widgets": {"base", "names", "net"},
+    "widgets": {"base", "names", "net", "state"},
     "message": {"base", "mime", "widgets", "names"},
-    "pop": {"base", "state", "mime", "store", "net"},
+    "pop": {"base", "secrets", "state", "mime", "store", "net"},
     "profiles": {"base", "mime", "store", "widgets", "names", "net"},
     "news": {"base", "widgets", "names", "net", "profiles"},
-    "compose": {"base", "state", "mime", "store", "widgets", "names", "message", "net", "profiles", "news"},
-    "app": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news"},
+    "compose": {"base", "secrets", "state", "mime", "store", "widgets", "names", "message", "net", "profiles", "news"},
+    "app": {"base", "state", "compose", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news"},
     "ui": {"base", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
-    "ways": {"base", "state", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
+    "ways": {"base", "secrets", "state", "mime", "store", "widgets", "names", "message", "net", "pop", "profiles", "news", "compose", "app"},
 }
-TOOLKIT_FREE = {"base", "state", "mime", "store", "net", "pop"}
+TOOLKIT_FREE = {"base", "secrets", "state", "mime", "store", "net", "pop"}
 # Below the windows of a folder that has some.
 TOOLKIT_FREE_PARTS = ("compose/send/send.", "compose/send/message_sink.", "compose/send/outbox_copy.", "compose/send/classic/",
                       "compose/send/standard/", "news/session/")

@@ -10,7 +10,7 @@
 #include "fixtures/temp_home.h"
 #include "pop/standard/receive.h"
 #include "profiles/mail_profile_file.h"
-#include "profiles/secret.h"
+#include "secrets/secret.h"
 #include "state/waiting.h"
 #include "store/folder.h"
 #include "unit/scratch.h"

@@ -24,6 +24,8 @@ struct SendProgress {
     std::function<void(int)> percent;
     std::function<void(std::string const &)> tell; ///< an alert; returns when it was read
     std::function<bool()> stopped;                 ///< asked at least every 0.1 s
+    /// Asks the user to accept a server's certificate that did not pass; empty accepts none.
+    std::function<bool(CertificateProblem const &)> accept = {};
 };
 
 /// What became of the message's copy in the Outbox, for the list that shows it.

@@ -2,6 +2,7 @@
 
 #include "base/thread.h"
 #include "compose/send/send_window.h"
+#include "widgets/certificate_box.h"
 #include "widgets/toolkit.h"
 
 #include <memory>
@@ -21,7 +22,8 @@ void WaitForTurn(ComposeState &state) {
 SendProgress ProgressIn(ComposeState &state) {
     return {.percent = [&state](int percent) { SetSendProgress(state, percent); },
             .tell = [&state](std::string const &text) { AlertSender(state, text); },
-            .stopped = [&state] { return state.cancelled.load(); }};
+            .stopped = [&state] { return state.cancelled.load(); },
+            .accept = AskToAcceptCertificate};
 }
 
 } // namespace

@@ -16,7 +16,9 @@ constexpr int kConnectedProgress = 2, kBodyProgress = 6;
 
 SendResult Delivery::Run() {
     SendResult result;
-    OpenedStream const opened = OpenStream(Server(), Kind(), progress_.stopped);
+    OpenedStream opened = OpenStream(Server(), Kind(), progress_.stopped);
+    if (opened.outcome.certificate && progress_.accept && progress_.accept(*opened.outcome.certificate))
+        opened = OpenStream(Server(), Kind(), progress_.stopped);
     if (opened.stream) {
         opened.stream->StopWhen(progress_.stopped);
         progress_.percent(kConnectedProgress);

@@ -9,7 +9,7 @@
 #include "compose/send/standard/outbox_file.h"
 #include "compose/send/standard/submission.h"
 #include "profiles/mail_profile_file.h"
-#include "profiles/secret.h"
+#include "secrets/secret.h"
 #include "state/waiting.h"
 #include "store/folder.h"
 #include "store/index_file.h"
@@ -128,7 +128,10 @@ SubmissionResult Sending::Steps() {
                                 .has8bit = envelope_.has8bit,
                                 .write = [this](Stream &stream, bool allow8bit) { return Write(stream, allow8bit); },
                                 .progress = progress_.percent};
-    return Submit(submission, progress_.stopped);
+    SubmissionResult result = Submit(submission, progress_.stopped);
+    if (result.outcome.certificate && progress_.accept && progress_.accept(*result.outcome.certificate))
+        result = Submit(submission, progress_.stopped);
+    return result;
 }
 
 /// Over the wire and into Sent at once: Sent is what went.

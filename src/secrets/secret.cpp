@@ -1,4 +1,4 @@
-#include "profiles/secret.h"
+#include "secrets/secret.h"
 
 #include "base/command.h"
 #include "desktop/keyring.h"
