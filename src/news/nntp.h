@@ -1,7 +1,7 @@
 #pragma once
 // The calls of the news side under the names that its interface gives them: thin faces of the functions in
-// news/session, with what those leave to the window (alerts, the status label). Nothing in the program needs them but
-// where it says so.
+// news/session, with what those leave to the window (alerts, the status label). Nothing in the program calls them;
+// the benchmark of header downloads calls getnewsheaders.
 
 #include "news/session/article.h"
 
@@ -13,7 +13,6 @@ int httpget(char const *server);
 
 /// Logs in with AUTHINFO USER and PASS. Anything but 281 is shown in an alert with the server's line; the library
 /// lock is taken for it when the caller does not hold it. Returns the reply's number, -1 when the connection is lost.
-/// Called when an article is posted.
 int NntpAuthinfo(int socket, char const *userName, char const *password);
 
 /// Stores the server's group list in the file `path` (FetchGroupList). Returns 1, also when the connection ended
@@ -28,7 +27,7 @@ int32_t selectnewsgroup(int socket, NewsProfile &profile, char const *group, cha
 
 /// Downloads `count` headers from articleCursor on (below 1: all the rest) into the header list; "rcvd n of m" shows
 /// `total` last. Returns 1 after a complete download, -1 on failure. A worker calls it with sessionLock held, without
-/// the library lock. Called by the benchmark of header downloads.
+/// the library lock.
 int getnewsheaders(int socket, NewsProfile &profile, int32_t count, int32_t total);
 
 /// Fetches article `number` of the account's open group (FetchArticle). Null when there is none. The caller holds

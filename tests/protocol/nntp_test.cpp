@@ -170,8 +170,10 @@ class Session {
             std::stoi(word.substr(blank));
     }
     void PutInTheWay(std::string const &what) {
-        ASSERT_TRUE(what == "full disk" || what == "odd spool") << what;
-        if (what == "odd spool")
+        ASSERT_TRUE(what == "full disk" || what == "odd spool" || what == "no numbers") << what;
+        if (what == "no numbers")
+            fs::remove(NumberListPath("usenet", "g"));
+        else if (what == "odd spool")
             fs::create_directory(SpoolPath("usenet"));
         else
             full_.emplace(1);

@@ -103,7 +103,8 @@ Outcome Download::FindEnd() {
         std::string const path = NumberListPath(profile_.name, profile_.currentGroup);
         std::optional<int32_t> const end = EndOfBatch(path, profile_.articleCursor, count_);
         if (!end)
-            return profile_.noNumbers.empty() ? Failed("Done.") : Refused(profile_.noNumbers);
+            return profile_.noNumbers.empty() ? Failed("The numbers of the group's articles could not be read")
+                                              : Refused(profile_.noNumbers);
         end_ = *end;
         mostLines_ = count_;
     }

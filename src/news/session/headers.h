@@ -24,5 +24,5 @@ class OverviewSink {
 /// connection that the server has ended meanwhile is made again once, with its group selected. Outcomes: kDone, also
 /// when there are no more articles; kRefused in the server's words, also when it has refused the numbers of the
 /// group's articles; kLost; kStopped, also when the sink wants no more; what the sink says; kFailed: no connection,
-/// too many lines, or the numbers are not known ("Done."). A connection with half an answer on it is closed.
+/// too many lines, or the numbers could not be read. A connection with half an answer on it is closed.
 NewsOutcome FetchHeaders(NewsSession &session, int32_t count, OverviewSink &sink);
