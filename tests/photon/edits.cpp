@@ -173,7 +173,7 @@ TEST_F(Edits, AfterAControlCharacterTheCharacterSeenIsTheOneChanged) {
     WithoutLock([&] { editor->undo(); });
     EXPECT_EQ(ShownText(TextOf(W("mtxOne")), TextShape::Lines), editor->toPlainText());
 
-    // Two characters that begin with the same unit.
+    // Two characters that start with the same unit.
     auto *field = N<QLineEdit>("txtOne");
     WithoutLock([&] { field->selectAll(); });
     Paste(field, QStringLiteral("\U0001F600"));

@@ -57,7 +57,7 @@ inline int Note(PtWidget_t *, void *data, PtCallbackInfo_t *info) {
     return Pt_CONTINUE;
 }
 
-/// The GUI thread holds the lock throughout, as the program's callbacks do. No widget stays behind.
+/// The GUI thread holds the lock throughout, as the program's callbacks do. No widget outlives its test.
 class ToolkitTest : public testing::Test {
   protected:
     void TearDown() override {
@@ -113,7 +113,7 @@ class TreeTest : public WindowTest {
         ASSERT_TRUE(frame_);
     }
 
-    /// Adds a row behind `last`, or as the first one below `parent` when there is none.
+    /// Adds a row after `last`, or as the first one below `parent` when there is none.
     PtTreeItem_t *Append(std::string const &text, PtTreeItem_t *parent, PtTreeItem_t *last, bool open = false) {
         PtTreeItem_t *item = PtTreeAllocItem(tree_, text.c_str(), -1, -1);
         if (open)

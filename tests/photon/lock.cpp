@@ -69,7 +69,7 @@ TEST_F(Lock, TellsItsOwnerFromOthers) {
         EXPECT_EQ(PtFlush(), -EPERM);
     }).join();
     EXPECT_EQ(PtEnter(0), 0);
-    std::thread([] { EXPECT_EQ(PtLeave(0), -EPERM); }).join(); // somebody else's lock
+    std::thread([] { EXPECT_EQ(PtLeave(0), -EPERM); }).join(); // another thread's lock
     EXPECT_TRUE(PtLockHeld());
 }
 
@@ -104,7 +104,7 @@ TEST_F(Lock, LetsOneThreadInAtATimeAndFlushes) {
     for (std::thread &worker : workers)
         worker.join();
     EXPECT_EQ(counter, kWorkers * kRounds);
-    EXPECT_GE(painted, flushed * 9 / 10) << "a main thread that does not begin within 2 s paints later";
+    EXPECT_GE(painted, flushed * 9 / 10) << "a main thread that does not start within 2 s paints later";
     EXPECT_TRUE(ProcessEventsUntil([&] { return Shown() == std::to_string(counter); }));
 }
 

@@ -154,7 +154,7 @@ TEST_F(Images, MutatedImagesEndNoWorkerByASignal) {
     for (size_t i = 0; i < kPage; ++i)
         page += "<img src=" + std::to_string(i) + ">";
     place_.Write("p.html", page);
-    // How its workers end is seen by whoever traces it; the kernel writes no log that a test may read.
+    // How its workers end is seen by tracing it; the kernel writes no log that a test may read.
     std::string const log = place_ / "log";
     Restart({"strace", "-q", "-e", "trace=none", "-e", "signal=!all", "-f", "-o", log});
     size_t shown = 0, ended = 0;

@@ -127,7 +127,7 @@ class PageServer : public testing::Test {
     std::vector<std::string> Command() const {
         return {VSERVER_PROGRAM, "-n", "Test", "-r", place_.Path() + "/", "-r", place_.Path() + "-later"};
     }
-    /// Starts another server, under the program that `words` begin.
+    /// Starts another server, run by the program in `words`.
     void Restart(std::vector<std::string> words) {
         server_.Hang();
         server_.Join();

@@ -1,4 +1,4 @@
-// The web view with the real page server behind it: what is shown, and what happens when the server does not behave.
+// The web view with the real page server: what is shown, and what happens when the server does not behave.
 
 #include "Pp.h"
 #include "photon/PtWebClient.h"
