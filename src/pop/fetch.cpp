@@ -1,14 +1,15 @@
 #include "pop/fetch.h"
 
 #include "base/log.h"
+#include "base/spool.h"
 #include "base/text.h"
 #include "net/dots.h"
 #include "pop/dialogue.h"
-#include "pop/spool.h"
 
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <unistd.h>
 
 namespace {
 
@@ -140,11 +141,13 @@ bool FillSpool(Stream &stream, Spool &spool) {
 
 /// A message whose reply names no size.
 FetchedMessage TakeUnsized(Stream &stream) {
-    Spool spool;
+    Spool spool("/tmp/Corvanta-" + std::to_string(getpid()), Spool::kGoesAtOnce);
     if (!FillSpool(stream, spool))
         return {ReadFailure(stream), {}};
     FetchedMessage message;
-    if (!spool.ReadBack(message.text))
+    long const size = spool.Size();
+    message.text.resize(static_cast<size_t>(std::max(0L, size)));
+    if (size < 0 || !spool.ReadBack(message.text.data(), message.text.size()))
         return {Failed("The message could not be kept on the disk"), {}};
     LogDebug(1, "msg size = %d\n", static_cast<int>(message.text.size()));
     // kept: the end mark stays in the text.
