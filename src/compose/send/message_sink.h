@@ -26,14 +26,13 @@ class MessageSink {
 
   private:
     void Emit(std::string_view bytes);
-    bool SendStuffed(std::string_view bytes);
 
     Stream *wire_;
     int copy_;
     StopPredicate const &stopped_;
     std::unique_ptr<char[]> block_;
     size_t used_ = 0;
-    std::string stuffed_;
+    std::string dotted_; ///< what DoubleDots needs
     bool atLineStart_ = true;
     bool wireFailed_ = false, copyFailed_ = false;
 };
