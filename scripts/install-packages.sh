@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing; with nothing missing it changes nothing and asks nobody.
+# Installs the Debian packages that are missing; with nothing missing it changes nothing and asks nothing.
 #   scripts/install-packages.sh SET...
 # Sets: build (compile the program), test (run the tests), demo (the demo on a display), screen (a virtual display),
 #       package (make the Debian package), wayland (a virtual Wayland display), trial (try the package in a fresh Debian).

@@ -28,7 +28,7 @@ class Notifier : public QObject {
             listening_ = bus.connect(kService, kPath, kService, QStringLiteral("ActionInvoked"), this,
                                      SLOT(OnAction(uint, QString)));
         QDBusMessage call = QDBusMessage::createMethodCall(kService, kPath, kService, QStringLiteral("Notify"));
-        // Without "default" as an action a click tells nobody.
+        // Without "default" as an action a click tells no program.
         call << QStringLiteral("Corvanta") << shown_ << QStringLiteral("corvanta") << title << text.toHtmlEscaped()
              << QStringList{QStringLiteral("default"), QStringLiteral("Show")}
              << QVariantMap{{QStringLiteral("category"), QStringLiteral("email.arrived")},

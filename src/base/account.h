@@ -66,7 +66,7 @@ struct MailProfile : ServerAccount {
     bool LeavesMailOnServer() const;
 };
 
-/// A Usenet account (NNTP). The fields after `signatureFile` belong to whoever holds sessionLock.
+/// A Usenet account (NNTP). The fields after `signatureFile` belong to the holder of sessionLock.
 struct NewsProfile : ServerAccount {
     char name[3075] = "";
     char server[1025] = "";

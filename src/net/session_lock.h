@@ -1,5 +1,5 @@
 #pragma once
-// Holding an account's sessionLock. Nobody waits for it while holding the library lock: a check on a worker holds
+// Holding an account's sessionLock. No thread waits for it while holding the library lock: a check on a worker holds
 // the one and asks for the other with every row it adds.
 
 #include "base/account.h"

@@ -35,7 +35,7 @@ namespace {
 constexpr char kTitle[] = "Subscribe/Unsubscribe Newsgroups";
 constexpr char kHint[] = "Click a group, or press Space, to subscribe (S) or unsubscribe.";
 constexpr int kRowsBetweenFlushes = 102;
-/// No server has as many groups. One that claims more shall not take all memory.
+/// No server has as many groups. One that claims more must not take all memory.
 constexpr int kMostRows = 1'000'000;
 constexpr unsigned kSpace = ' ';
 /// How long a worker that adds rows keeps the library at a time.

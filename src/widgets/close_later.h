@@ -1,5 +1,5 @@
 #pragma once
-// Leaving an account's connection without waiting for whoever uses it.
+// Leaving an account's connection without waiting for the thread that uses it.
 
 #include "base/account.h"
 

@@ -110,7 +110,7 @@ NewsOutcome ReopenGroup(NewsSession &session) {
         return {end};
     KeepPlace const place(session.Profile());
     NewsOutcome end = SelectGroup(session, session.Profile().currentGroup, session.Login());
-    // Nothing shall take this connection for one that has the group selected.
+    // Nothing may take this connection for one that has the group selected.
     if (!end)
         session.Close();
     return end;

@@ -84,7 +84,7 @@ NewsOutcome Download::PlaceCursor(bool &placed) {
     }
     if (reply.IsNoArticle())
         return {}; // the group is at its end, or empty
-    // Any other refusal the user shall know, and another connection may do better.
+    // The user is told of any other refusal, and another connection may do better.
     if (!reply.IsGood())
         return Close(Refused(reply.line));
     if (int32_t const number = NumberIn(reply.line); number > 0)

@@ -123,7 +123,7 @@ class Session {
             if (missing > kMostMissing)
                 outcome_ = Refused("The mail server has no headers for its messages");
             else if (!header.outcome && !refused)
-                outcome_ = header.outcome; // what was not listed for want of a connection is new at the next check
+                outcome_ = header.outcome; // what was not listed without a connection is new at the next check
             if (!outcome_)
                 return;
             observer_.Listing(number, count_);

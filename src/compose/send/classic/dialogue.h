@@ -25,5 +25,5 @@ Outcome LossOfSending(Stream const &stream);
 bool SendText(Stream &stream, std::function<bool()> const &write, bool *dotSent = nullptr);
 
 /// True for the code of a final answer that says the message was taken.
-// kept: SMTP's 250 and NNTP's 240 are both good, whoever says them.
+// kept: SMTP's 250 and NNTP's 240 are both good, whichever server says them.
 bool IsTaken(int32_t code);

@@ -108,7 +108,7 @@ void WriteMessageHeaders(OutgoingMessage const &message, MessageSink &sink) {
 void WriteMessageBody(OutgoingMessage const &message, MessageSink &sink, std::function<void(int)> const &progress) {
     std::string_view const boundary = message.boundary;
     // kept: one of these lines ends in a bare LF, a blank follows the last one, and the delimiters have no "--". What
-    // earlier versions filed has this form, and whoever reads one must read the other.
+    // earlier versions filed has this form, and who reads one must read the other.
     if (!message.parts.empty())
         PutAll(sink, {"MIME-Version: 1.0\nContent-Type: MULTIPART/MIXED; BOUNDARY=\"", boundary, "\"\r\n\r\n",
                       boundary, "\r\nContent-Type: TEXT/PLAIN; charset=US-ASCII\r\n "});

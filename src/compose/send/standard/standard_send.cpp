@@ -116,7 +116,7 @@ SubmissionResult Sending::Steps() {
     if (!file_.Valid() || !ReadEnvelope(file_.Get(), envelope_))
         return {.outcome = Failed(std::string("The message in the Outbox cannot be read: ") + strerror(errno))};
     if (envelope_.recipients.empty())
-        return {.outcome = Failed("The message names nobody to send it to.")};
+        return {.outcome = Failed("The message names no recipient.")};
     Secret secret;
     if (Outcome const found = FindSecretOf(profile_, secret, progress_.stopped); !found)
         return {.outcome = found};
