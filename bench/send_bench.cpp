@@ -7,9 +7,8 @@
 #include "fixtures/temp_home.h"
 #include "mime/base64.h"
 #include "net/address.h"
-#include "net/line_io.h"
-#include "protocol/send_fixture.h"
 #include "net/connection.h"
+#include "protocol/send_fixture.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -21,6 +20,18 @@
 #include <unistd.h>
 
 namespace {
+
+bool SendAll(int socket, std::string_view bytes) { return WriteAll(socket, bytes); }
+bool SendLine(int socket, std::string const &line) { return SendAll(socket, line + "\r\n"); }
+
+/// Reads a line without its end, and nothing after it. Returns the bytes read, 0 at the end of the connection.
+int ReadLine(int socket, char *line, int size) {
+    int length = 0;
+    char byte = 0;
+    while (byte != '\n' && length < size && recv(socket, &byte, 1, 0) == 1)
+        line[length++] = byte == '\r' || byte == '\n' ? '\0' : byte;
+    return byte == '\n' ? length : 0;
+}
 
 /// Takes one message after another and keeps none.
 class Sink {
@@ -57,10 +68,10 @@ class Sink {
 
     void Take(int client) {
         char line[1000];
-        WriteServerLine(client, "220 ready");
-        while (ReadServerLine(client, line, sizeof line) > 0) {
+        SendLine(client, "220 ready");
+        while (ReadLine(client, line, sizeof line) > 0) {
             bool const data = std::string_view(line) == "DATA";
-            if (!WriteServerLine(client, data ? "354 go on" : "250 ok"))
+            if (!SendLine(client, data ? "354 go on" : "250 ok"))
                 return;
             if (data && !TakeText(client))
                 return;
@@ -76,7 +87,7 @@ class Sink {
             tail.append(block_.get() + std::max<ssize_t>(0, got - 16),
                         static_cast<size_t>(std::min<ssize_t>(16, got)));
             if (tail.find("\r\n.\r\n") != tail.npos)
-                return WriteServerLine(client, "250 ok") > 0;
+                return SendLine(client, "250 ok");
             tail.erase(0, tail.size() - std::min<size_t>(tail.size(), 4));
         }
     }
@@ -131,17 +142,17 @@ double SendRaw(std::string const &server, std::string const &message) {
     Fd const file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     Fd const socket = OpenSocket(server.c_str(), kSmtp).socket;
     char line[1000];
-    ReadServerLine(socket.Get(), line, sizeof line);
+    ReadLine(socket.Get(), line, sizeof line);
     for (char const *command :
          {"HELO localhost", "MAIL FROM: <ann@example.org>", "RCPT TO: <bob@example.org>", "DATA"}) {
-        WriteServerLine(socket.Get(), command);
-        ReadServerLine(socket.Get(), line, sizeof line);
+        SendLine(socket.Get(), command);
+        ReadLine(socket.Get(), line, sizeof line);
     }
-    WriteServerBytes(socket.Get(), message);
+    SendAll(socket.Get(), message);
     WriteAll(file.Get(), message);
-    WriteServerBytes(socket.Get(), "\r\n.\r\n\r\n");
-    ReadServerLine(socket.Get(), line, sizeof line);
-    WriteServerLine(socket.Get(), "QUIT");
+    SendAll(socket.Get(), "\r\n.\r\n\r\n");
+    ReadLine(socket.Get(), line, sizeof line);
+    SendLine(socket.Get(), "QUIT");
     return Sender::Now() - begin;
 }
 

@@ -3,6 +3,7 @@
 #include "app/check_thread.h"
 #include "app/shown_check.h"
 #include "base/log.h"
+#include "base/text.h"
 #include "net/connection.h"
 #include "net/session_lock.h"
 #include "pop/dialogue.h"
@@ -12,10 +13,19 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <sys/socket.h>
 
 namespace {
 
 constexpr size_t kSpare = 20; ///< zero bytes after a text
+
+constexpr int kLongestLine = 16 << 20;
+
+int Shown(OpenedSocket opened) {
+    if (!opened.outcome)
+        SetStatus(opened.outcome.text);
+    return opened.socket.Release();
+}
 
 /// A lost connection is closed and told.
 bool Holds(ServerAccount &account, Outcome const &outcome) {
@@ -34,6 +44,29 @@ char *CopyOf(std::string const &text, size_t length) {
 }
 
 } // namespace
+
+int OpenMailConnection(MailProfile &profile, void *, int kind) { return Shown(OpenSocket(profile.popServer, kind)); }
+
+int OpenServerConnection(char const *text, int kind, int) { return Shown(OpenSocket(text, kind)); }
+
+int ReadServerLine(int socket, char *buffer, int size) {
+    memset(buffer, 0, static_cast<size_t>(size));
+    int position = 0;
+    signed char byte = 0;
+    do {
+        if (recv(socket, &byte, 1, 0) != 1)
+            return position;
+        if (byte > 20 && position < size - 1)
+            buffer[position] = static_cast<char>(byte);
+        position++;
+    } while (byte > 10 && position < kLongestLine);
+    return position;
+}
+
+int WriteServerLine(int socket, char const *text) {
+    std::string const line = std::string(FirstLine(text)) + "\r\n";
+    return static_cast<int>(send(socket, line.data(), line.size(), MSG_NOSIGNAL));
+}
 
 int PopLogin(MailProfile &profile) {
     Stream *const stream = StreamOf(profile);

@@ -4,9 +4,24 @@
 
 #include "Pt.h"
 #include "base/account.h"
-#include "widgets/server_calls.h"
 
 #include <cstddef>
+
+/// Connects to the profile's POP3 server (or to the host of the environment variable "http_proxy"), in the clear.
+/// Returns the socket, or -1 with the outcome in lblStatus. Any thread.
+int OpenMailConnection(MailProfile &profile, void *ignored, int kind);
+
+/// The same for the server string `text`. `inThread` is not used: lblStatus is written under the library lock from
+/// every thread.
+int OpenServerConnection(char const *text, int kind, int inThread);
+
+/// Reads one reply line into `buffer` of `size` bytes, terminated, without its end. A line ends after a byte whose
+/// signed value is 10 or less; bytes up to 20 are not stored, and what does not fit is dropped. Returns the bytes
+/// consumed, with the line's end when one came. The bytes after it stay in the socket.
+int ReadServerLine(int socket, char *buffer, int size);
+
+/// Sends `text` up to its first CR or LF, and CR LF. Returns the bytes sent, -1 on failure.
+int WriteServerLine(int socket, char const *text);
 
 /// Reads the greeting, sends USER and PASS. Returns 1 when the server took both; -1 otherwise, with the server's
 /// words in lblStatus when the password was refused. A lost connection is closed and told. The caller holds

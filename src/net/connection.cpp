@@ -1,8 +1,6 @@
 #include "net/connection.h"
 
 #include "base/text.h"
-#include "net/library_pause.h"
-#include "net/line_io.h"
 #include "net/lookup.h"
 #include "net/security.h"
 #include "net/starttls.h"
@@ -54,7 +52,6 @@ bool WaitConnected(int socket, Clock::time_point deadline, StopPredicate const &
             errno = ETIMEDOUT;
             return false;
         }
-        LibraryPause const pause;
         pollfd wanted{socket, POLLOUT, 0};
         if (poll(&wanted, 1, static_cast<int>(std::min(left, std::chrono::milliseconds(kSlice)).count())) > 0)
             return true;
@@ -78,7 +75,7 @@ bool Connect(int socket, addrinfo const &address, Clock::time_point deadline, St
 
 /// Whatever reads or writes without a bound of its own ends with the silence too; small commands leave at once.
 bool Prepare(int socket) {
-    timeval const silence{kSilenceSeconds, 0};
+    timeval const silence{StreamLimits().silence.count(), 0};
     int const yes = 1;
     int const flags = fcntl(socket, F_GETFL);
     return flags >= 0 && fcntl(socket, F_SETFL, flags & ~O_NONBLOCK) == 0 &&

@@ -28,7 +28,7 @@ struct OpenedStream {
 /// connect to the news server", or what StartTls and AskForTls say. Failures are written to standard error, too.
 OpenedStream OpenStream(char const *text, int kind, StopPredicate const &stopped = {});
 
-/// OpenStream without a stream: close-on-exec, TCP_NODELAY, blocking calls bounded by kSilenceSeconds.
+/// OpenStream without a stream: close-on-exec, TCP_NODELAY, blocking calls bounded by the silence of a stream.
 OpenedSocket OpenSocket(char const *text, int kind, StopPredicate const &stopped = {});
 
 /// The stream of the account's connection, null when there is none. A serverSocket that was set without a stream gets

@@ -1,7 +1,6 @@
 #include "net/lookup.h"
 
 #include "base/thread.h"
-#include "net/library_pause.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -44,7 +43,6 @@ AddressList LookUpHost(char const *host, int port, std::chrono::steady_clock::ti
         answer->changed.notify_one();
     });
     while (started && !(stopped && stopped()) && std::chrono::steady_clock::now() < deadline) {
-        LibraryPause const pause;
         std::unique_lock lock(answer->mutex);
         if (answer->changed.wait_for(lock, kSlice, [&] { return answer->there; }))
             return std::move(answer->addresses);

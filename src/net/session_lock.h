@@ -1,6 +1,11 @@
 #pragma once
+<<<<<<< HEAD
 // Holding an account's sessionLock. No thread waits for it while holding the library lock: a check on a worker holds
 // the one and asks for the other with every row it adds.
+=======
+// Holding an account's sessionLock. It is never waited for with the library lock held: a check on a worker holds the
+// one and asks for the other with every row it adds.
+>>>>>>> 426612e (Net: nothing waits while it holds the library any more)
 
 #include "base/account.h"
 #include "net/stream.h"
@@ -8,13 +13,8 @@
 /// Holds sessionLock from construction to the end of its life (or to Unlock).
 class SessionLock {
   public:
-    enum Caller {
-        kWorker,  ///< does not hold the library lock: simply waits
-        kCallback ///< holds it: leaves the library while waiting, keeping the window painted, and enters again
-    };
-    SessionLock(ServerAccount &account, Caller caller);
-    /// For a worker without locks: gives up within 0.1 s of `stopped` becoming true. Held() tells.
-    SessionLock(ServerAccount &account, StopPredicate const &stopped);
+    /// Waits for it, on a worker without locks. Gives up within 0.1 s of `stopped` becoming true; Held() tells.
+    explicit SessionLock(ServerAccount &account, StopPredicate const &stopped = {});
     ~SessionLock() { Unlock(); }
     SessionLock(SessionLock const &) = delete;
     SessionLock &operator=(SessionLock const &) = delete;

@@ -1,7 +1,6 @@
 #include "net/stream.h"
 
 #include "base/text.h"
-#include "net/library_pause.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -81,11 +80,8 @@ bool Stream::WaitFor(short events) {
     if (TooSlow())
         return End(StreamState::kDripping);
     auto const start = Clock::now();
-    {
-        LibraryPause const pause;
-        pollfd wanted{channel_->Descriptor(), events, 0};
-        poll(&wanted, 1, static_cast<int>(kSlice.count()));
-    }
+    pollfd wanted{channel_->Descriptor(), events, 0};
+    poll(&wanted, 1, static_cast<int>(kSlice.count()));
     auto const passed = Clock::now() - start;
     waited_ += passed;
     waitedWithoutLine_ += passed;

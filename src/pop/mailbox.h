@@ -19,6 +19,6 @@ FetchedMessage FetchMessage(MailProfile &profile, int number, StopPredicate cons
 /// changed here, and only the next check shows what there is; and those of EnsureLoggedIn.
 Outcome DeleteOnServer(MailProfile &profile, int number, StopPredicate const &stopped = {});
 
-/// Sends NOOP and waits for the reply, kKeepAliveSeconds at most. Closes the connection when none comes. An account
+/// Sends NOOP and waits for the reply, 10 s at most. Closes the connection when none comes. An account
 /// without a connection is left alone.
 void KeepAlive(MailProfile &profile, StopPredicate const &stopped = {});

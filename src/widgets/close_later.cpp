@@ -13,7 +13,7 @@ void CloseWhenFree(ServerAccount &account, int32_t afterwards) {
     }
     // Without a thread the connection is closed with the account's record.
     StartDetached([used = AccountRef<ServerAccount>(&account), afterwards] {
-        SessionLock const lock(*used, SessionLock::kWorker);
+        SessionLock const lock(*used);
         if (used->serverSocket > 0)
             CloseConnection(*used, afterwards);
     });

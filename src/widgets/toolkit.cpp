@@ -1,7 +1,6 @@
 #include "widgets/toolkit.h"
 
 #include "names/widgets.h"
-#include "net/library_pause.h"
 
 #include <cstdint>
 
@@ -9,27 +8,13 @@ char AlertFont[80] = "";
 
 namespace {
 
-constexpr LibraryCalls kCalls{[] { return PtLeave(0) >= 0; },
-                              [] {
-                                  PtEnter(0);
-                                  PtFlush();
-                              }};
 /// Never destroyed: workers may still fail while the program ends.
 std::string &Problem() {
     static auto *const problem = new std::string;
     return *problem;
 }
 
-[[maybe_unused]] bool const callsKnown = (libraryCalls = &kCalls) != nullptr;
-
 } // namespace
-
-bool HoldsLibrary() {
-    if (PtLeave(0) < 0)
-        return false;
-    PtEnter(0);
-    return true;
-}
 
 void SetStatus(std::string const &text) {
     ToolkitGuard const guard;

@@ -21,10 +21,6 @@ class ToolkitGuard {
     bool entered_;
 };
 
-/// True when this thread holds the library, which it lets go for a moment then: it has a window to paint while it
-/// waits.
-bool HoldsLibrary();
-
 /// The font of every alert. Written once at start-up.
 extern char AlertFont[80];
 

@@ -1,4 +1,4 @@
-// sources: src/news/session/answer_copy.cpp src/news/session/nntp.cpp src/net/stream.cpp src/net/library_pause.cpp
+// sources: src/news/session/answer_copy.cpp src/news/session/nntp.cpp src/net/stream.cpp
 // Any bytes as a news server's answer, in pieces of any size: the group list, an article and a list of numbers keep
 // exactly what they should.
 

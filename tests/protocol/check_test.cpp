@@ -63,7 +63,7 @@ TEST(Check, UnknownHost) {
 TEST(Check, StopEndsTheWaitForAnother) {
     AccountRef<MailProfile> const profile = MakeProfile("home", "255.255.255.255", true);
     std::atomic<bool> stop = false;
-    SessionLock held(*profile, SessionLock::kWorker);
+    SessionLock held(*profile);
     profile->checkWaiting = true;
     std::jthread const waiting([&] {
         ToldCheck check;

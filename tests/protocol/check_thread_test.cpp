@@ -156,4 +156,31 @@ TEST_F(CheckThread, ChecksDoNotPileUp) {
     EXPECT_EQ(RowTexts().size(), 2u);
 }
 
+TEST_F(CheckThread, FunctionsThatNothingCallsDoAsDescribed) {
+    Start("named calls", true);
+    for (int const socket : {0, -1}) {
+        CloseConnection(*profile, socket);
+        size_t length = 0;
+        screen.RunWorker([&] {
+            EXPECT_EQ(TakeText(getMessage(3, *profile, 0, &length)), socket == 0 ? "abc" : "(none)");
+            EXPECT_EQ(TakeText(TopHeader(*profile, 3)), socket == 0 ? "Subject: a\r\n\r\n.\r\n" : "(none)");
+        });
+        EXPECT_EQ(length, socket == 0 ? 3u : 0u);
+        EXPECT_EQ(LockValue(*profile), 1);
+    }
+    Fd const plain(OpenServerConnection(server->Address().c_str(), kPop3, 1));
+    char line[8];
+    EXPECT_EQ(ReadServerLine(plain.Get(), line, sizeof line), 12);
+    EXPECT_STREQ(line, "+OK rea"); // cut at the width of the buffer
+    EXPECT_EQ(WriteServerLine(plain.Get(), "QUIT\r\nDELE 1"), 6);
+    EXPECT_EQ(ReadServerLine(plain.Get(), line, sizeof line), 6); // up to the 8-bit letter
+    EXPECT_STREQ(line, "+OK M");
+    CopyText(profile->popServer, "255.255.255.255");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(OpenMailConnection(*profile, nullptr, kPop3), -1);
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(screen.Status(), "Host unknown, could not connect to mail server");
+    EXPECT_EQ(server->Problems(), "");
+}
+
 } // namespace

@@ -35,7 +35,7 @@ class Dovecot : public testing::Test {
 
     /// A message read from the server, or why it could not be.
     static std::string Text(MailProfile &profile, int number) {
-        SessionLock const lock(profile, SessionLock::kWorker);
+        SessionLock const lock(profile);
         FetchedMessage const message = FetchMessage(profile, number);
         return message.outcome ? message.text : Said(message.outcome);
     }

@@ -2,7 +2,6 @@
 
 #include "net/address.h"
 #include "net/connection.h"
-#include "net/line_io.h"
 #include "net/session_lock.h"
 
 #include "fixtures/process.h"
@@ -120,13 +119,6 @@ TEST(Stream, EndsClassicLinesAsTheyAlwaysDid) {
     };
     for (auto const &one : cases) {
         Pair pair;
-        pair.Put(one.bytes);
-        char line[21];
-        line[20] = '#';
-        EXPECT_EQ(ReadServerLine(pair.here, line, 20), one.consumed) << one.bytes;
-        EXPECT_EQ(line, one.text);
-        EXPECT_EQ(line[20], '#');
-        EXPECT_EQ(pair.Rest(), one.rest);
         pair.Put(one.bytes);
         Stream stream(PlainChannel(Fd(dup(pair.here))));
         std::string_view text;
