@@ -1,11 +1,6 @@
 #pragma once
-<<<<<<< HEAD
-// Holding an account's sessionLock. No thread waits for it while holding the library lock: a check on a worker holds
-// the one and asks for the other with every row it adds.
-=======
 // Holding an account's sessionLock. It is never waited for with the library lock held: a check on a worker holds the
 // one and asks for the other with every row it adds.
->>>>>>> 426612e (Net: nothing waits while it holds the library any more)
 
 #include "base/account.h"
 #include "net/stream.h"
