@@ -1,7 +1,5 @@
 // Bounded texts, names that may become paths, and the paths themselves.
 
-#include "base/account.h"
-#include "base/file_name.h"
 #include "base/paths.h"
 #include "base/scratch.h"
 #include "base/text.h"
@@ -42,17 +40,6 @@ TEST(Fields, AreFilledToTheirWidthAndNoFurther) {
     EXPECT_EQ(FieldText(full, 4), "full");
 }
 
-TEST(DecimalPrefix, ReadsSignsBlanksAndSaturates) {
-    EXPECT_EQ(DecimalPrefix("42 octets"), 42);
-    EXPECT_EQ(DecimalPrefix(" \t\n-17x"), -17);
-    EXPECT_EQ(DecimalPrefix("+8"), 8);
-    for (char const *none : {"", "x", "-", "+-1", "--1", " "})
-        EXPECT_EQ(DecimalPrefix(none), 0) << none;
-    EXPECT_EQ(DecimalPrefix("2147483648"), INT32_MAX);
-    EXPECT_EQ(DecimalPrefix("-2147483648"), INT32_MIN);
-    EXPECT_EQ(DecimalPrefix("-" + std::string(200, '9')), INT32_MIN);
-}
-
 TEST(Utf8, CutsBetweenCharacters) {
     std::string const text = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\xE4z"; // the last but one is Latin-1
     size_t const cuts[] = {0, 1, 1, 3, 3, 3, 6, 6, 6, 6, 10, 11, 12, 12};
@@ -73,45 +60,6 @@ TEST(TextPart, EndsAtALineWhereItCan) {
              {std::string(kTextPartLines, '\n'), kTextPartLines},
              {std::string(kTextPartLines, '\n') + "x", kTextPartLines}})
         EXPECT_EQ(TextPart(text).size(), part);
-}
-
-TEST(FirstLine, CannotSmuggleASecondCommand) {
-    for (char const *text : {"user\r\nDELE 1", "user\nDELE 1", "user\r", "user"})
-        EXPECT_EQ(FirstLine(text), "user");
-}
-
-TEST(Names, LeadNowhereElse) {
-    for (char const *good : {"Inbox", "a b", "...", ".hidden", "-rf", "M\xfcll", "%s", "comp.lang.c"}) {
-        EXPECT_TRUE(IsPlainName(good)) << good;
-        EXPECT_TRUE(IsGroupName(good)) << good;
-    }
-    using namespace std::string_literals;
-    for (std::string const &bad : {""s, "."s, ".."s, "/"s, "a/b"s, "../x"s, "a\nb"s, "\x7f"s, "a\0b"s}) {
-        EXPECT_FALSE(IsPlainName(bad)) << bad;
-        EXPECT_FALSE(IsGroupName(bad)) << bad;
-        EXPECT_FALSE(IsGroupName(bad + " ")) << bad;
-    }
-    EXPECT_TRUE(IsGroupName(std::string(199, 'g')));
-    EXPECT_FALSE(IsGroupName(std::string(200, 'g')));
-}
-
-TEST(FileNames, AreSafeToSaveUnder) {
-    std::string const x100(100, 'x');
-    constexpr char kEuro[] = "\xe2\x82\xac";
-    std::string const cases[][2] = {
-        {"r\xe9sum\xe9 (1).pdf", "r\xe9sum\xe9 (1).pdf"},
-        {"/etc/../.bashrc", "bashrc"},
-        {"..", "attachment"},
-        {"a/", "attachment"},
-        {" . .x", "x"},
-        {"a\nb\tc\x7f\xc2\x85.txt", "abc.txt"},
-        {"photo\xe2\x80\xaegpj.exe", "photogpj.exe"},
-        {"a.pdf" + x100 + "  \xc2\xa0 \xe3\x80\x80.exe  ", "a.pdf" + x100 + ".exe"},
-        {x100 + x100 + kEuro + ".jpeg", (x100 + x100).substr(5) + ".jpeg"},
-        {x100 + kEuro + x100 + x100, x100 + kEuro + x100.substr(3)},
-    };
-    for (auto const &[name, safe] : cases)
-        EXPECT_EQ(SafeFileName(name), safe);
 }
 
 TEST(NoCase, FoldsAsciiOnly) {

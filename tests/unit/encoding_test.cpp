@@ -1,7 +1,6 @@
-// Text and bytes on their way into a page or a message: base64, escapes, types by name.
+// Text and bytes on their way into a page or a message: base64, escapes.
 
 #include "mime/base64.h"
-#include "mime/content_types.h"
 #include "mime/escape.h"
 #include "mime/interface_only.h"
 
@@ -24,15 +23,6 @@ std::string Decode(std::string_view text) {
     EXPECT_EQ(out.back(), '#') << "wrote past its room";
     EXPECT_EQ(out[static_cast<size_t>(length)], 0);
     return out.substr(0, static_cast<size_t>(length));
-}
-
-TEST(Base64Decode, WholeGroupsOnly) {
-    EXPECT_EQ(Decode("TWFu"), "Man");
-    EXPECT_EQ(Decode("TWE="), "Ma");
-    EXPECT_EQ(Decode("TQ=="), "M");
-    EXPECT_EQ(Decode("TWFuTQ"), "Man");
-    EXPECT_EQ(Decode("TWF"), "");
-    EXPECT_EQ(Decode("TQ==TWFu"), "M\x0f\xffMan") << "padding counts at the end only";
 }
 
 /// The rule itself, one character at a time.
@@ -102,31 +92,6 @@ TEST(Base64Encode, RoundTripOfWholeGroups) {
         std::erase(text, '\n');
         EXPECT_EQ(text.size(), length / 3 * 4 + (length % 3 ? 1 : 0));
         EXPECT_EQ(Decode(text), bytes.substr(0, length / 3 * 3));
-    }
-}
-
-TEST(ContentTypes, ByTheEndOfTheName) {
-    struct Case {
-        char const *name, *type, *extension; ///< that is the first one of its type
-    };
-    for (Case const &c : std::initializer_list<Case>{{"photo.JPEG", "IMAGE/JPEG", ".jpg"},
-                                                     {"../../x.tiff", "IMAGE/TIFF", ".tif"},
-                                                     {"cabin", "APPLICATION/OCTET-STREAM", ".bin"},
-                                                     {"a.TGZ", "APPLICATION/X-TAR-GZ\t", ".tgz"},
-                                                     {"atgz", "APPLICATION/X-GUNZIP", ".gz"},
-                                                     {"a.tar.gz", "APPLICATION/X-GUNZIP", ".gz"},
-                                                     {"a.gtar", "APPLICATION/X-GTAR", ".gtar"},
-                                                     {"", "unknown", ""},
-                                                     {"gif.x", "unknown", ""},
-                                                     {"a.gif\n", "unknown", ""}}) {
-        char type[64], path[32] = "1_0", narrow[6];
-        int const found = c.extension[0] ? 1 : 0;
-        EXPECT_EQ(ContentTypeForFileName(type, sizeof type, c.name), found) << c.name;
-        EXPECT_STREQ(type, c.type) << c.name;
-        EXPECT_EQ(AppendImageExtension(c.name, path, sizeof path), found);
-        EXPECT_EQ(path, "1_0"s + c.extension) << c.name;
-        ContentTypeForFileName(narrow, sizeof narrow, c.name);
-        EXPECT_EQ(narrow, std::string(c.type).substr(0, 5));
     }
 }
 

@@ -1,10 +1,17 @@
-// What the parsers of mail make of each input of tests/tables: headers, parts, recipients, pages, replies.
+// What the parsers of mail make of each input of tests/tables: headers, parts, recipients, pages, replies, names.
 
+#include "base/account.h"
+#include "base/file_name.h"
+#include "base/text.h"
 #include "compose/quote.h"
+#include "compose/references.h"
 #include "fixtures/dialogue.h"
+#include "mime/content_types.h"
 #include "mime/headers.h"
 #include "mime/interface_only.h"
 #include "mime/recipients.h"
+#include "profiles/address_book_file.h"
+#include "profiles/mail_profile_file.h"
 #include "unit/rendered.h"
 
 #include <gtest/gtest.h>
@@ -89,6 +96,29 @@ Facts Page(Dialogue const &one) {
             {"last", mail->sink.items.empty() ? "" : mail->sink.items.back().body}};
 }
 
+Facts Text(Dialogue const &one) {
+    std::string const text = one["text"];
+    char type[64], image[32] = "1_0", narrow[6];
+    int const known = ContentTypeForFileName(type, sizeof type, text.c_str());
+    EXPECT_EQ(AppendImageExtension(text.c_str(), image, sizeof image), known);
+    EXPECT_EQ(ContentTypeForFileName(narrow, sizeof narrow, text.c_str()), known);
+    EXPECT_EQ(narrow, std::string(type).substr(0, 5));
+    Contact const contact = SplitContact(text);
+    auto const said = [](bool yes) { return yes ? "yes" : "no"; };
+    return {{"file", SafeFileName(text)},
+            {"number", std::to_string(DecimalPrefix(text))},
+            {"line", std::string(FirstLine(text))},
+            {"plain", said(IsPlainName(text))},
+            {"group", said(IsGroupName(text))},
+            {"profile", said(IsMailProfileName(text))},
+            {"type", type},
+            {"image", image},
+            {"contact", contact.name + "|" + contact.address + "|" + contact.note},
+            {"address", std::string(ContactAddress(text))},
+            {"references", ReplyReferences(text)},
+            {"groups", ReplyGroups(text)}};
+}
+
 struct Table {
     char const *file;
     Facts (*make)(Dialogue const &);
@@ -119,7 +149,8 @@ TEST_P(Tables, EachInputBecomesWhatIsStated) {
 INSTANTIATE_TEST_SUITE_P(
     Mail, Tables,
     testing::Values(Table{"headers", Headers, {"text"}}, Table{"parts", Part, {"text"}},
-                    Table{"recipient", Recipient, {"list", "address-only"}}, Table{"pages", Page, {"mail"}},
+                    Table{"recipient", Recipient, {"list", "address-only"}}, Table{"texts", Text, {"text"}},
+                    Table{"pages", Page, {"mail"}},
                     Table{"reply", Reply, {"page", "subject", "field", "list", "own", "leading-comma"}}),
     [](auto const &info) { return std::string(info.param.file); });
 
