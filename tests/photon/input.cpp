@@ -148,28 +148,4 @@ TEST_F(Input, Hotkeys) {
     Key(N<QPushButton>("btnOne"), Qt::Key_X);
 }
 
-int OpenMenu(PtWidget_t *widget, void *data, PtCallbackInfo_t *info) {
-    static ApEventLink_t const link{"testmenu", ApMenu};
-    *static_cast<PtWidget_t **>(data) = ApCreateModule(&link, widget, info);
-    return Pt_CONTINUE;
-}
-
-TEST_F(Input, ContextMenuOpensActsAndGoes) {
-    PtWidget_t *menu = nullptr;
-    PtAddCallback(W("lblOne"), Pt_CB_MENU, OpenMenu, &menu);
-    auto *label = N<QWidget>("lblOne");
-    WithoutLock([&] { QTest::mousePress(label, Qt::RightButton); });
-    ASSERT_TRUE(menu);
-    auto *native = Native<QMenu>(menu);
-    ASSERT_TRUE(ProcessEventsUntil([&] { return native->isVisible(); }));
-    EXPECT_EQ(native->pos(), label->mapToGlobal(label->rect().center()));
-    PtAddCallback(Find(menu, "mnuTop"), Pt_CB_ACTIVATE, Note, &told_);
-    EXPECT_EQ(Find(menu, "mnuSub_Deep")->parent, Find(menu, "mnuSub"));
-    WithoutLock([&] { ClickAction(native, native->actions().first()); });
-    EXPECT_EQ(told_.size(), 1u);
-    QPointer<QMenu> const gone(native);
-    EXPECT_TRUE(ProcessEventsUntil([&] { return gone.isNull(); }));
-    EXPECT_EQ(std::count(PtTopLevels().begin(), PtTopLevels().end(), menu), 0);
-}
-
 } // namespace

@@ -1,4 +1,4 @@
-// The main loop: timers, painting, the end.
+// The main loop: timers and painting.
 
 #include "photon/fixture.h"
 
@@ -118,31 +118,6 @@ TEST_F(Loop, SmallChangesOfAWorkerShareAPaint) {
     // A frame takes 40 ms; whatever else the window's style animates brings the text up to date, too.
     EXPECT_LE(paints.count, 500) << "of 1000 changes";
     EXPECT_TRUE(QTest::qWaitFor([&] { return N<QLabel>("lblOne")->text() == QLatin1String("999"); }));
-}
-
-int CloseSoon(PtWidget_t *, void *window, PtCallbackInfo_t *) {
-    return PtDestroyWidget(static_cast<PtWidget_t *>(window));
-}
-
-TEST_F(Loop, TheMainLoopEndsWithTheLastWindow) {
-    std::atomic<bool> stop = false;
-    std::thread worker([&] { // keeps running beyond the end
-        while (!stop) {
-            PtEnter(0);
-            PtFlush();
-            PtLeave(0);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
-    PtAddCallback(W("timerOne"), Pt_CB_TIMER_ACTIVATE, CloseSoon, window_);
-    PtSetResource(W("timerOne"), Pt_ARG_TIMER_INITIAL, 20, 0);
-    PtMainLoop();
-    EXPECT_TRUE(PtLockHeld());
-    EXPECT_TRUE(PtTopLevels().empty());
-    stop = true;
-    ProcessEventsFor(20);
-    worker.join();
-    PtMainLoop(); // without a window there is nothing to wait for
 }
 
 } // namespace

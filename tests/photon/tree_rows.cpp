@@ -84,55 +84,6 @@ TEST_F(Trees, NothingIsChosenAfterAClickBesideTheRows) {
     EXPECT_TRUE(agree());
 }
 
-TEST_F(Trees, KeysCallWithoutClicks) {
-    Add("one");
-    PtTreeItem_t *two = Add("two");
-    Sync();
-    ClickRow(0);
-    told_.clear();
-    Key(frame_, Qt::Key_Down);
-    ASSERT_EQ(told_.size(), 1u);
-    EXPECT_EQ(told_[0].event, 1u);
-    EXPECT_EQ(told_[0].clicks, 0);
-    EXPECT_EQ(told_[0].item, two);
-    Key(frame_, Qt::Key_Down); // there is no further row
-    EXPECT_EQ(told_.size(), 1u);
-    Key(frame_, Qt::Key_Return);
-    Key(frame_, Qt::Key_Space);
-    ASSERT_EQ(told_.size(), 3u);
-    EXPECT_EQ(told_[2].event, 1u);
-}
-
-TEST_F(Trees, ExpandingSelectsNothing) {
-    PtTreeItem_t *one = Add("one");
-    Append("child", one, nullptr);
-    Sync();
-    QRect const row = frame_->visualRect(frame_->model()->index(0, 0));
-    QPoint const decoration(row.left() - frame_->indentation() / 2, row.center().y());
-    auto const click = [&] {
-        WithoutLock([&] { QTest::mouseClick(frame_->viewport(), Qt::LeftButton, {}, decoration); });
-    };
-    click();
-    EXPECT_TRUE(one->gen.list.flags & Pt_TREE_ITEM_EXPANDED);
-    click();
-    EXPECT_FALSE(one->gen.list.flags & Pt_TREE_ITEM_EXPANDED);
-    EXPECT_TRUE(told_.empty());
-}
-
-TEST_F(Trees, RightPressMakesTheRowCurrentAndOffersItsMenu) {
-    Add("one");
-    PtTreeItem_t *two = Add("two");
-    std::vector<Told> menu;
-    PtAddCallback(tree_, Pt_CB_MENU, Note, &menu);
-    Sync();
-    ClickRow(1, Qt::RightButton);
-    EXPECT_EQ(PtTreeGetCurrent(tree_), two);
-    EXPECT_TRUE(two->gen.list.flags & Pt_LIST_ITEM_SELECTED);
-    ASSERT_EQ(menu.size(), 1u);
-    EXPECT_EQ(menu[0].event, static_cast<unsigned long>(Ph_EV_BUT_PRESS));
-    EXPECT_TRUE(told_.empty());
-}
-
 int FreeAll(PtWidget_t *tree, void *, PtCallbackInfo_t *) {
     PtGenTreeFreeAllItems(tree);
     PtTreeItem_t *fresh = PtTreeAllocItem(tree, "fr\xE9sh\t<b>\x01\tnot shown", -1, -1);

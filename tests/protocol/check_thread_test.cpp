@@ -89,21 +89,6 @@ TEST_F(CheckThread, StarTurnsOnAfterAFailedStart) {
     EXPECT_EQ(screen.Status(), "");
 }
 
-TEST_F(CheckThread, StopEndsIt) {
-    Start("stalls", true);
-    screen.RunCallback(StartCheckMailThread);
-    EXPECT_TRUE(screen.PaintUntil([&] { return server->Received().ends_with("STAT\r\n"); }));
-    EXPECT_EQ(RunningOperations(), 1);
-    auto const start = std::chrono::steady_clock::now();
-    screen.RunCallback(StopOperations);
-    EXPECT_TRUE(screen.PaintUntil([] { return RunningOperations() == 0; }));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    EXPECT_EQ(ActivityCount, 0);
-    EXPECT_EQ(screen.Blocked(), 0);
-    EXPECT_EQ(screen.Status(), "");
-    EXPECT_EQ(profile->serverSocket, -1);
-}
-
 TEST_F(CheckThread, SurvivesTheWindow) {
     Start("leave", true);
     screen.RunCallback(StartCheckMailThread);

@@ -4,7 +4,6 @@
 #include "base/fd.h"
 #include "base/paths.h"
 #include "fixtures/dialogue.h"
-#include "fixtures/inn_server.h"
 #include "fixtures/process.h"
 #include "fixtures/temp_home.h"
 #include "news/session/article.h"
@@ -65,8 +64,6 @@ class Session {
             CopyText(profile_->password, dialogue_["password"]);
     }
     explicit Session(Dialogue const &dialogue) : Session(dialogue, dialogue.connections) {}
-    explicit Session(std::string const &address, std::string const &password = "secret")
-        : server_(std::vector<Script>()), profile_(MakeNewsProfile(address, password)) {}
     ~Session() { ClearTempHome(); }
 
     /// How each of the actions ended, parted by "; ".
@@ -221,58 +218,6 @@ TEST(NewsSession, EndsWhereverTheServerGoes) {
             }
         cut.push_back(step);
     }
-}
-
-std::string Post(int number, std::string const &references = "", std::string const &body = "Hello.\n") {
-    std::string const text = std::to_string(number);
-    return "From: Author <a@example.org>\nNewsgroups: test.general\nSubject: Article " + text +
-           "\nDate: Mon, 01 Jan 2024 00:00:01 +0000\nMessage-ID: <a" + text + "@example.org>\n" +
-           (references.empty() ? "" : "References: " + references + "\n") + "\n" + body;
-}
-
-/// A real server that wants a login.
-TEST(NewsSession, OfARealServer) {
-    InnServer inn({"--access", "required"});
-    if (inn.MayNotRun())
-        GTEST_SKIP() << "INN needs root or user name spaces here";
-    ASSERT_GT(inn.Port(), 0);
-    std::string large;
-    for (int i = 0; i < 20000; i++)
-        large += (i % 9 ? "A line of a long article, number " : "..") + std::to_string(i) + "\n";
-    ASSERT_TRUE(inn.Put(Post(1)));
-    ASSERT_TRUE(inn.Put(Post(2, "<a1@example.org>", ".one\n.\n..two\n")));
-    ASSERT_TRUE(inn.Put(Post(3, "<a1@example.org>\n <a2@example.org>", large)));
-    Session session(inn.Address());
-    EXPECT_EQ(session.Do("connect; list; connect; group no.where; group test.other; open test.general; headers 500"),
-              "done; done; done; refused: 411 No such group no.where; done; done; done");
-    std::string const listing = session.Facts()["listing"];
-    EXPECT_TRUE(listing.starts_with("control 0000000000 0000000001 n\r\n")) << listing;
-    EXPECT_TRUE(listing.ends_with("\r\ntest.general 0000000003 0000000001 y\r\ntest.other 0000000000 0000000001 y"))
-        << listing;
-    EXPECT_EQ(session.Facts()["rows"], "1 2 3");
-    EXPECT_TRUE(session.Facts()["texts"].starts_with(
-        "\tArticle 1\tAuthor <a@example.org>\tMon, 01 Jan 2024 00:00:01 +0000\t"));
-    EXPECT_EQ(session.Do("article 2"), "done");
-    std::string const dots = session.Facts()["article"];
-    EXPECT_TRUE(dots.starts_with("Path: ") && dots.ends_with("\r\n\r\n..one\r\n..\r\n...two\r\n.\r\n")) << dots;
-    EXPECT_EQ(session.Do("article 3"), "done");
-    EXPECT_GT(session.Facts()["article"].size(), large.size() + 20000);
-
-    // The current article was cancelled: the next one is asked for.
-    ASSERT_TRUE(inn.Control({"cancel", "<a1@example.org>"}));
-    EXPECT_EQ(session.Do("article 1; connect; open test.general; headers 500"),
-              "refused: 423 No such article number 1; done; done; done");
-    EXPECT_EQ(session.Facts()["rows"], "1 2 3 2 3");
-    // The server was away, and is there again.
-    inn.Stop();
-    EXPECT_EQ(session.Do("article 3"), "failed: Could not connect to the news server");
-    ASSERT_TRUE(inn.Start());
-    ASSERT_TRUE(inn.Put(Post(4)));
-    // Reading an article moves what the server stands at.
-    EXPECT_EQ(session.Do("article 4; headers 500"), "done; done");
-    EXPECT_EQ(session.Facts()["rows"], "1 2 3 2 3 4");
-    EXPECT_EQ(Session(inn.Address(), "wrong").Do("connect; group test.general"),
-              "done; refused: 481 Authentication failed");
 }
 
 } // namespace

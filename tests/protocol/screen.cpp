@@ -11,7 +11,6 @@
 #include "widgets/open_profile.h"
 #include "widgets/toolkit.h"
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
@@ -170,19 +169,6 @@ std::string Screen::Status() const {
 }
 
 std::vector<std::string> const &Screen::Painted() const { return display.painted; }
-
-bool Screen::WaitUntilPainted(std::string const &status) const {
-    for (int i = 0; i < 3000; i++) {
-        {
-            ToolkitGuard const guard;
-            if (std::any_of(display.painted.begin(), display.painted.end(),
-                            [&](std::string const &painted) { return painted.starts_with(status + "|"); }))
-                return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
-}
 
 std::vector<Screen::Row> Screen::Rows() const {
     ToolkitGuard const guard;

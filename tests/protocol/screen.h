@@ -31,8 +31,6 @@ class Screen {
     std::string Status() const;
     /// The status texts and progress values that were painted, each change once: "Rcv 1 of 2|50".
     std::vector<std::string> const &Painted() const;
-    /// Waits on another thread until this status has been painted, for 30 s. Returns whether it was.
-    bool WaitUntilPainted(std::string const &status) const;
     struct Row {
         std::string text;
         HeaderRow data;

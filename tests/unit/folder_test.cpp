@@ -243,26 +243,6 @@ TEST_F(FolderTest, ReadMessageFile) {
     EXPECT_EQ(ConvertFolderIndex("office", "Inbox"), -1);
 }
 
-TEST_F(FolderTest, NoDescriptorAndNoLockIsLeft) {
-    int const before = CountDescriptors();
-    char row[kRowWidth];
-    for (int i = 0; i < 3; i++) {
-        int32_t number = 0;
-        close(ReserveMessage(Path(), number));
-        UpdateIndexRow("office", "Inbox", number, 0, "x");
-        UpdateIndexRow("office", "Inbox", 99, 0, "x");
-        ReadMessageRow("office", "Inbox", number, row);
-        DeleteMessage(Path(), number);
-        DeleteMessage(Path(), 99);
-        Rows();
-        SyncFolder(Path(), &number, 1);
-    }
-    EXPECT_EQ(CountDescriptors(), before);
-    int const index = open(In("index2").c_str(), O_RDWR);
-    EXPECT_EQ(flock(index, LOCK_EX | LOCK_NB), 0);
-    close(index);
-}
-
 TEST_F(FolderTest, TwoProcessesAndAReader) {
     constexpr int kEach = 400;
     auto const change = [this](int process) {

@@ -126,30 +126,4 @@ TEST_F(ProfileFile, OddFiles) {
     EXPECT_STREQ(ended.name, "home");
 }
 
-TEST(ProfileNames, LeadNowhereElse) {
-    for (char const *good : {"home", "Work2", "a.b", "news2", "two words"})
-        EXPECT_TRUE(IsMailProfileName(good)) << good;
-    for (char const *bad : {"", "..", "news", ".tmp", "a/b", "a\nb"})
-        EXPECT_FALSE(IsMailProfileName(bad)) << bad;
-}
-
-TEST_F(ProfileFile, PasswordsOfNewsThatDoNotFitAreNotWritten) {
-    NewsProfile profile;
-    CopyText(profile.name, "work");
-    CopyText(profile.server, "x");
-    CopyText(profile.userName, "x");
-    for (size_t length : {45u, 46u, 48u}) {
-        std::string const password(length, 'p');
-        CopyText(profile.password, password);
-        ASSERT_TRUE(WriteNewsProfile(newsDirectory, profile)) << length;
-        NewsProfile back;
-        ASSERT_EQ(ReadNewsProfile("work", back), 1);
-        EXPECT_EQ(back.password, password);
-    }
-    std::string const before = ReadFile(newsFile);
-    CopyText(profile.password, std::string(49, 'p'));
-    EXPECT_FALSE(WriteNewsProfile(newsDirectory, profile));
-    EXPECT_EQ(ReadFile(newsFile), before);
-}
-
 } // namespace
