@@ -1,5 +1,7 @@
 #include "base/text.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -65,6 +67,29 @@ std::optional<int32_t> LeadingNumber(std::string_view text) {
     if (digits.empty() || !IsDigit(digits[0]))
         return std::nullopt;
     return DecimalPrefix(text);
+}
+
+std::vector<std::string_view> WordsOf(std::string_view line) {
+    std::vector<std::string_view> words;
+    while (!line.empty()) {
+        size_t const end = std::min(line.find(' '), line.size());
+        if (end > 0)
+            words.push_back(line.substr(0, end));
+        line.remove_prefix(std::min(end + 1, line.size()));
+    }
+    return words;
+}
+
+int64_t LongPrefix(std::string_view text) {
+    int64_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+std::string HexByte(char byte) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    auto const value = static_cast<unsigned char>(byte);
+    return {kDigits[value >> 4], kDigits[value & 15]};
 }
 
 std::string_view FirstLine(std::string_view text) { return text.substr(0, text.find_first_of("\r\n")); }

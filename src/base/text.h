@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Copies `source` into `field` of `width` bytes, cut to width - 1 and always terminated.
 /// Stops at the first NUL of `source`. Returns the number of bytes copied. Width 0 writes nothing.
@@ -36,6 +37,15 @@ int32_t DecimalPrefix(std::string_view text);
 
 /// DecimalPrefix; nothing for a text without a number.
 std::optional<int32_t> LeadingNumber(std::string_view text);
+
+/// The words of a line, between blanks; views into it.
+std::vector<std::string_view> WordsOf(std::string_view line);
+
+/// The decimal number at the start of `text`, without blanks and signs but "-"; 0 without one.
+int64_t LongPrefix(std::string_view text);
+
+/// A byte as two hexadecimal digits in capitals.
+std::string HexByte(char byte);
 
 /// `text` up to its first CR or LF: anything from outside that goes into a protocol line passes
 /// here, so that it can never become a command of its own (RFC 1939 3, RFC 3977 3.1).

@@ -86,12 +86,11 @@ bool endsWhole = false;
 
 /// The rest of the last group, of which Base64Encode has written the first character.
 std::string RestOfGroup(std::string_view bytes) {
-    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     auto const first = static_cast<unsigned char>(bytes[0]);
     if (bytes.size() == 1)
-        return {kAlphabet[first << 4 & 63], '=', '='};
+        return {kBase64Alphabet[first << 4 & 63], '=', '='};
     auto const second = static_cast<unsigned char>(bytes[1]);
-    return {kAlphabet[(first << 4 | second >> 4) & 63], kAlphabet[second << 2 & 63], '='};
+    return {kBase64Alphabet[(first << 4 | second >> 4) & 63], kBase64Alphabet[second << 2 & 63], '='};
 }
 
 } // namespace

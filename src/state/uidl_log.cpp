@@ -26,10 +26,8 @@ std::string PathOf(std::string const &profile) { return DirectoryOfLogs() + prof
 std::string WordOf(std::string_view name) {
     std::string word;
     for (char const byte : name) {
-        char code[4];
         bool const plain = static_cast<unsigned char>(byte) > ' ' && byte != '%' && byte != 0x7f;
-        PrintText(code, sizeof code, "%%%02X", static_cast<unsigned char>(byte));
-        word += plain ? std::string(1, byte) : code;
+        word += plain ? std::string(1, byte) : "%" + HexByte(byte);
     }
     return word;
 }
@@ -44,22 +42,6 @@ std::string NameOf(std::string_view word) {
         i += encoded ? 2 : 0;
     }
     return name;
-}
-
-std::vector<std::string_view> WordsOf(std::string_view line) {
-    std::vector<std::string_view> words;
-    while (!line.empty()) {
-        size_t const end = std::min(line.find(' '), line.size());
-        words.push_back(line.substr(0, end));
-        line.remove_prefix(std::min(end + 1, line.size()));
-    }
-    return words;
-}
-
-int64_t NumberIn(std::string_view word) {
-    int64_t number = 0;
-    std::from_chars(word.data(), word.data() + word.size(), number);
-    return number;
 }
 
 /// Takes the lock within 10 s.
@@ -125,12 +107,12 @@ void UidlLog::Apply(std::string_view line) {
     std::vector<std::string_view> const words = WordsOf(line);
     std::string_view const what = words.empty() ? "" : words[0];
     if (what == "fetch" && words.size() >= 2) {
-        unendedFrom_ = static_cast<int32_t>(NumberIn(words[1]));
+        unendedFrom_ = static_cast<int32_t>(LongPrefix(words[1]));
         unended_.assign(words.begin() + 2, words.end());
     } else if (what == "done") {
         unended_.clear();
     } else if (what == "seen" && words.size() == 5) {
-        SeenMessage const message{NameOf(words[2]), static_cast<int32_t>(NumberIn(words[3])), NumberIn(words[4])};
+        SeenMessage const message{NameOf(words[2]), static_cast<int32_t>(LongPrefix(words[3])), LongPrefix(words[4])};
         byPlace_[{message.folder, message.number}] = words[1];
         seen_.insert_or_assign(std::string(words[1]), message);
     } else if (what == "gone" && words.size() == 2) {
@@ -139,14 +121,14 @@ void UidlLog::Apply(std::string_view line) {
             seen_.erase(found);
         }
     } else if ((what == "moved" && words.size() == 5) || (what == "deleted" && words.size() == 3)) {
-        auto const place = byPlace_.find({NameOf(words[1]), static_cast<int32_t>(NumberIn(words[2]))});
+        auto const place = byPlace_.find({NameOf(words[1]), static_cast<int32_t>(LongPrefix(words[2]))});
         if (place == byPlace_.end())
             return;
         std::string const uid = place->second;
         byPlace_.erase(place);
         SeenMessage &message = seen_[uid];
         message.folder = what == "moved" ? NameOf(words[3]) : "";
-        message.number = what == "moved" ? static_cast<int32_t>(NumberIn(words[4])) : 0;
+        message.number = what == "moved" ? static_cast<int32_t>(LongPrefix(words[4])) : 0;
         if (what == "moved")
             byPlace_[{message.folder, message.number}] = uid;
     }

@@ -1,5 +1,7 @@
 #include "net/tls/certificate.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <ctime>
 #include <memory>
@@ -131,10 +133,7 @@ std::string FingerprintOf(SSL *session) {
         return {};
     std::string text;
     for (unsigned i = 0; i < size; i++) {
-        constexpr char kDigits[] = "0123456789ABCDEF";
-        text += i ? ":" : "";
-        text += kDigits[bytes[i] >> 4];
-        text += kDigits[bytes[i] & 15];
+        text += (i ? ":" : "") + HexByte(static_cast<char>(bytes[i]));
     }
     return text;
 }

@@ -7,31 +7,12 @@
 #include "state/uidl_log.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cstring>
 
 namespace {
 
 constexpr size_t kReplyWidth = 4096;
 constexpr size_t kLongestCommand = 255; ///< with its CR LF (RFC 2449 4)
 constexpr size_t kMostMessages = 10'000'000;
-
-std::vector<std::string> WordsOf(std::string_view line) {
-    std::vector<std::string> words;
-    while (!line.empty()) {
-        size_t const end = std::min(line.find(' '), line.size());
-        if (end > 0)
-            words.emplace_back(line.substr(0, end));
-        line.remove_prefix(std::min(end + 1, line.size()));
-    }
-    return words;
-}
-
-int64_t NumberIn(std::string_view text) {
-    int64_t number = 0;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
-}
 
 } // namespace
 
@@ -94,7 +75,7 @@ Outcome PopSession::ReadCapabilities() {
     mayUseUser_ = false;
     size_t lines = 0;
     return ReadLines([&](std::string_view line) {
-        std::vector<std::string> const capability = WordsOf(line);
+        std::vector<std::string_view> const capability = WordsOf(line);
         std::string_view const name = capability.empty() ? "" : capability[0];
         mayUseUser_ = mayUseUser_ || EqualNoCase(name, "USER");
         pipelining_ = pipelining_ || EqualNoCase(name, "PIPELINING");
@@ -148,10 +129,10 @@ Outcome PopSession::List(std::vector<ServerMessage> &messages, bool &hasUids) {
         return asked;
     std::map<int, size_t> places;
     Outcome const listed = ReadLines([&](std::string_view line) {
-        std::vector<std::string> const entry = WordsOf(line);
-        int const number = entry.empty() ? 0 : static_cast<int>(NumberIn(entry[0]));
+        std::vector<std::string_view> const entry = WordsOf(line);
+        int const number = entry.empty() ? 0 : static_cast<int>(LongPrefix(entry[0]));
         if (number > 0 && places.emplace(number, messages.size()).second)
-            messages.push_back({number, entry.size() > 1 ? std::max<int64_t>(0, NumberIn(entry[1])) : 0, {}});
+            messages.push_back({number, entry.size() > 1 ? std::max<int64_t>(0, LongPrefix(entry[1])) : 0, {}});
         return messages.size() < kMostMessages;
     });
     if (!listed)
@@ -163,7 +144,7 @@ Outcome PopSession::List(std::vector<ServerMessage> &messages, bool &hasUids) {
     size_t lines = 0, named = 0;
     Outcome const read = ReadLines([&](std::string_view line) {
         size_t const blank = line.find(' ');
-        auto const place = places.find(static_cast<int>(NumberIn(line.substr(0, blank))));
+        auto const place = places.find(static_cast<int>(LongPrefix(line.substr(0, blank))));
         std::string_view const uid = blank == line.npos ? "" : line.substr(blank + 1);
         if (place != places.end() && IsUid(uid) && messages[place->second].uid.empty()) {
             messages[place->second].uid = uid;

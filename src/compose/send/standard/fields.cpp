@@ -1,5 +1,7 @@
 #include "compose/send/standard/fields.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <gmime/gmime.h>
 #include <memory>
@@ -82,13 +84,12 @@ std::string FileNameParameter(std::string const &name) {
         if (piece.size() >= kPiece && !IsContinuation(name[i]))
             put(false);
         auto const byte = static_cast<unsigned char>(name[i]);
-        constexpr char kDigits[] = "0123456789ABCDEF";
         if ((byte | 0x20) >= 'a' && (byte | 0x20) <= 'z' && byte < 0x80)
             piece += name[i];
         else if ((byte >= '0' && byte <= '9') || byte == '.' || byte == '-' || byte == '_')
             piece += name[i];
         else
-            piece.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+            piece.append(1, '%').append(HexByte(name[i]));
     }
     put(true);
     return pieces;

@@ -7,7 +7,6 @@
 #include "net/tls/tls.h"
 
 #include <algorithm>
-#include <charconv>
 #include <memory>
 
 namespace {
@@ -92,9 +91,7 @@ Reply Dialogue::Read() {
         reply.lines.emplace_back(line.substr(std::min<size_t>(4, line.size())));
         if (line.size() > 3 && line[3] == '-')
             continue;
-        int code = 0;
-        std::from_chars(line.data(), line.data() + std::min<size_t>(3, line.size()), code);
-        reply.code = code;
+        reply.code = static_cast<int>(LongPrefix(line.substr(0, 3)));
         return reply;
     }
     return reply;
@@ -105,12 +102,8 @@ std::vector<std::string> Dialogue::Parameters(std::string_view name) const {
     for (std::string const &line : extensions_) {
         if (!StartsWithNoCase(line, name) || line.size() <= name.size() || line[name.size()] != ' ')
             continue;
-        for (std::string_view rest = std::string_view(line).substr(name.size() + 1); !rest.empty();) {
-            size_t const end = std::min(rest.find(' '), rest.size());
-            if (end > 0)
-                words.emplace_back(rest.substr(0, end));
-            rest.remove_prefix(std::min(end + 1, rest.size()));
-        }
+        for (std::string_view const word : WordsOf(std::string_view(line).substr(name.size() + 1)))
+            words.emplace_back(word);
     }
     return words;
 }
@@ -222,9 +215,7 @@ Outcome Dialogue::OfferMessage() {
     std::string mail = "MAIL FROM:<" + submission_.sender + ">";
     if (Offers("SIZE")) {
         std::vector<std::string> const limit = Parameters("SIZE");
-        int64_t most = 0;
-        if (!limit.empty())
-            std::from_chars(limit[0].data(), limit[0].data() + limit[0].size(), most);
+        int64_t const most = limit.empty() ? 0 : LongPrefix(limit[0]);
         if (most > 0 && submission_.size > most)
             return Refused("The message is too large: " + meaning_.host + " takes up to " +
                            std::to_string(most / 1'000'000) + " MB.");

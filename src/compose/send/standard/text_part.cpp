@@ -1,5 +1,8 @@
 #include "compose/send/standard/text_part.h"
 
+#include "base/text.h"
+#include "mime/base64.h"
+
 #include <algorithm>
 
 namespace {
@@ -83,8 +86,6 @@ std::string WithoutControls(std::string_view line) {
     return kept;
 }
 
-char Hex(unsigned value) { return "0123456789ABCDEF"[value & 15]; }
-
 std::string QuotedPrintable(std::string_view text) {
     std::string out;
     size_t column = 0;
@@ -108,21 +109,20 @@ std::string QuotedPrintable(std::string_view text) {
         if (plain)
             out += byte;
         else
-            out.append({'=', Hex(static_cast<unsigned char>(byte) >> 4), Hex(static_cast<unsigned char>(byte))});
+            out.append(1, '=').append(HexByte(byte));
         column += width;
     }
     return out;
 }
 
 std::string Base64(std::string_view text) {
-    constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string out;
     for (size_t i = 0, column = 0; i < text.size(); i += 3) {
         size_t const count = std::min<size_t>(3, text.size() - i);
         auto const byte = [&](size_t at) { return at < count ? static_cast<unsigned char>(text[i + at]) : 0u; };
         unsigned const bits = byte(0) << 16 | byte(1) << 8 | byte(2);
         for (size_t at = 0; at < 4; at++)
-            out += at <= count ? kAlphabet[bits >> (18 - 6 * at) & 63] : '=';
+            out += at <= count ? kBase64Alphabet[bits >> (18 - 6 * at) & 63] : '=';
         if ((column += 4) == kEncodedLine || i + 3 >= text.size()) {
             out += "\r\n";
             column = 0;
