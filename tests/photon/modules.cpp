@@ -67,23 +67,6 @@ class Modules : public ToolkitTest {
     ApContext_t context_{0, kNames, widgets, kCount, kTables, 2};
 };
 
-TEST_F(Modules, WrongNamesInLinkTablesAreRefused) {
-    ApLink_t const unknown[] = {{"btnOen", Pt_CB_ACTIVATE, ApLinkCode, OnClose, nullptr}};
-    ApLink_t const opens_missing[] = {{"btnOne", Pt_CB_ACTIVATE, ApLinkModule, nullptr, &missing_link}};
-    context_.link_table_count = 1;
-    for (auto const &[table, name] : {std::pair{ApLinkTable_t{"testwin", unknown, 1}, "btnOen"},
-                                      {{"tetswin", kWindowLinks, 2}, "tetswin"},
-                                      {{"testwin", opens_missing, 1}, "missing"}}) {
-        context_.link_tables = &table;
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(Start(), -1);
-        EXPECT_NE(testing::internal::GetCapturedStderr().find(name), std::string::npos);
-    }
-    context_.link_tables = kTables;
-    context_.link_table_count = 2;
-    EXPECT_EQ(Start(), 0);
-}
-
 TEST_F(Modules, StandardOptionsPlaceTheFirstWindow) {
     std::vector<char const *> arguments = {"test", "-x10", "-y",   "5%r", "-vw", "640", "-s",
                                            "-h1",  "-Sn",  "name", "-h",  "700", "--",  "-x99"};

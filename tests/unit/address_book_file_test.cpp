@@ -15,18 +15,6 @@ using namespace std::string_literals;
 
 namespace {
 
-using Rows = std::vector<std::string_view>;
-
-TEST(AddressBookFile, RowsEndAtAnEmptyLineOrANul) {
-    EXPECT_EQ(BookRows("Ann\ta@x\tfriend\nBob\tb@x\t\n"), (Rows{"Ann\ta@x\tfriend", "Bob\tb@x\t"}));
-    EXPECT_EQ(BookRows("Ann\ta@x\t\n\nBob\tb@x\t\n"), (Rows{"Ann\ta@x\t"}));
-    EXPECT_EQ(BookRows(std::string_view("A\tn\0n\nBob\n", 11)), (Rows{"A\tn"}));
-    EXPECT_EQ(BookRows("no end\tx@y\t"), (Rows{"no end\tx@y\t"}));
-    std::string const longest(999, 'n'), longer(1000, 'm');
-    std::string const text = longest + "\n" + longer + "\nlast\n";
-    EXPECT_EQ(BookRows(text), (Rows{longest, longer.substr(0, 999), "m", "last"})) << "long lines are several";
-}
-
 TEST(AddressBookFile, FieldsBecomeARow) {
     EXPECT_EQ(ContactRow({"a\tb\r\nc", "x@y\n", "\x7F"}), "a b  c\tx@y \t ");
     EXPECT_EQ(ContactRow({std::string(997, 'n'), "\xC3\xA4", ""}), std::string(997, 'n') + "\t")

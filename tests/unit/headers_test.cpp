@@ -1,7 +1,4 @@
-
-#include "mime/interface_only.h"
 #include "mime/lines.h"
-#include "mime/recipients.h"
 
 #include <gtest/gtest.h>
 
@@ -25,23 +22,6 @@ TEST(FindNoCase, LooksAtNoMoreThanItIsTold) {
     EXPECT_EQ(find(" " + far, "name", far.size() + 1), -1) << "only the first 2000 bytes are looked at";
     char const unterminated[3] = {'a', 'b', 'c'};
     EXPECT_EQ(FindNoCase(unterminated, "bc", 3), unterminated + 1);
-}
-
-TEST(InPlace, Edits) {
-    struct Case {
-        void (*edit)(char *);
-        char const *before, *after;
-    };
-    for (Case const &c : std::initializer_list<Case>{{StripQuotes, "\"a\"b\"\r\nc", "ab"},
-                                                     {StripQuotes, "\rabc", ""},
-                                                     {RemoveSpaces, " a  b\t", "ab\t"},
-                                                     {TrimLeadingSpaces, "   a b ", "a b "},
-                                                     {TrimLeadingSpaces, "   ", ""},
-                                                     {RemoveLineBreaks, "\r\na\rb\n", "ab"}}) {
-        std::string text = c.before;
-        c.edit(text.data());
-        EXPECT_STREQ(text.c_str(), c.after);
-    }
 }
 
 } // namespace

@@ -96,6 +96,11 @@ Facts Page(Dialogue const &one) {
             {"last", mail->sink.items.empty() ? "" : mail->sink.items.back().body}};
 }
 
+std::string Edited(std::string text, void (*edit)(char *)) {
+    edit(text.data());
+    return text.c_str();
+}
+
 Facts Text(Dialogue const &one) {
     std::string const text = one["text"];
     char type[64], image[32] = "1_0", narrow[6];
@@ -104,6 +109,9 @@ Facts Text(Dialogue const &one) {
     EXPECT_EQ(ContentTypeForFileName(narrow, sizeof narrow, text.c_str()), known);
     EXPECT_EQ(narrow, std::string(type).substr(0, 5));
     Contact const contact = SplitContact(text);
+    std::string rows;
+    for (std::string_view const row : BookRows(text))
+        rows += std::string(row) + "|";
     auto const said = [](bool yes) { return yes ? "yes" : "no"; };
     return {{"file", SafeFileName(text)},
             {"number", std::to_string(DecimalPrefix(text))},
@@ -116,7 +124,12 @@ Facts Text(Dialogue const &one) {
             {"contact", contact.name + "|" + contact.address + "|" + contact.note},
             {"address", std::string(ContactAddress(text))},
             {"references", ReplyReferences(text)},
-            {"groups", ReplyGroups(text)}};
+            {"groups", ReplyGroups(text)},
+            {"rows", rows},
+            {"unquoted", Edited(text, StripQuotes)},
+            {"unspaced", Edited(text, RemoveSpaces)},
+            {"trimmed", Edited(text, TrimLeadingSpaces)},
+            {"joined", Edited(text, RemoveLineBreaks)}};
 }
 
 struct Table {
