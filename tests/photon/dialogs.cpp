@@ -142,30 +142,14 @@ class Visitor {
     std::atomic<bool> entered_ = false;
 };
 
-int AskInside(PtWidget_t *, void *data, PtCallbackInfo_t *) {
-    *static_cast<int *>(data) = Ask();
-    EXPECT_TRUE(PtLockHeld());
-    return Pt_CONTINUE;
-}
-
-TEST_F(Dialogs, WorkersGetInWhileAnAlertAsks) {
-    int answer = 0;
-    PtAddCallback(W("btnOne"), Pt_CB_ACTIVATE, AskInside, &answer);
-    Visitor const visitor(W("lblOne"), [] {
-        QDialog *box = Dialog("PtAlert");
-        return box ? box->findChild<QAbstractButton *>(QStringLiteral("PtAlert_2")) : nullptr;
-    });
-    Click(N<QPushButton>("btnOne"));
-    EXPECT_EQ(answer, 2);
-    EXPECT_EQ(N<QLabel>("lblOne")->text(), QStringLiteral("from the worker"));
-}
-
 int ChooseFile(PtWidget_t *, void *data, PtCallbackInfo_t *) {
     auto *info = static_cast<PtFileSelectionInfo_t *>(data);
     std::string const proposed = info->path;
     info->path[0] = 0;
-    return PtFileSelection(nullptr, nullptr, "Save", proposed.c_str(), nullptr, nullptr, nullptr, nullptr, info,
-                           Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
+    int const result = PtFileSelection(nullptr, nullptr, "Save", proposed.c_str(), nullptr, nullptr, nullptr, nullptr,
+                                       info, Pt_FSR_NO_FCHECK | Pt_FSR_CONFIRM_EXISTING);
+    EXPECT_TRUE(PtLockHeld());
+    return result;
 }
 
 // The question whether to replace a file is Qt's, in a loop of Qt's own.
