@@ -29,9 +29,9 @@ class CheckObserver {
 };
 
 /// One check of the account, in the way that this face is bound to: classic_check.h or standard/check.h. Waits for
-/// sessionLock and clears checkWaiting. On any worker. Outcomes: kDone; those of OpenStream and of signing in; kRefused and
-/// kFailed with words on what ended the check; kLost; kStopped within a second of `stopped` becoming true. What was stored
-/// is on disk before the server deletes any of it.
+/// sessionLock and clears checkWaiting. On any worker. Outcomes: kDone; those of OpenStream and of signing in;
+/// kRefused and kFailed with words on what ended the check; kLost; kStopped within a second of `stopped` becoming
+/// true. What was stored is on disk before the server deletes any of it.
 Outcome CheckMail(MailProfile &profile, CheckObserver &observer, StopPredicate const &stopped = {});
 
 /// Binds CheckMail to the standard way. Once, at the start; without it checking is classic.

@@ -48,8 +48,8 @@ int DeleteMessage(char const *path, int32_t number);
 
 /// Calls `visit` for each record that is not deleted, in the index's order, reading in blocks and taking no lock; a
 /// short record at the end is ignored. Only an index that was cut is locked, to put it right. The record is valid
-/// during the call only. `goOn`, when given, is asked after each block, the last one, too, and ends the reading when it
-/// returns false. Returns false, without a call, when the index cannot be opened.
+/// during the call only. `goOn`, when given, is asked after each block, the last one, too, and ends the reading when
+/// it returns false. Returns false, without a call, when the index cannot be opened.
 bool ReadFolderIndex(char const *path, std::function<void(IndexRecord const &)> const &visit,
                      std::function<bool()> const &goOn = {});
 

@@ -32,7 +32,6 @@ void SetCheckBlocks(bool blocked) {
 void BlockCheckWidgets() { SetCheckBlocks(true); }
 void UnblockCheckWidgets() { SetCheckBlocks(false); }
 
-
 /// An overview line of the article <number>, without its end.
 std::string Line(int number, std::string const &references = "") {
     std::string const text = std::to_string(number);

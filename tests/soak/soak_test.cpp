@@ -2,12 +2,12 @@
 // groups, while the servers are stopped and started again. CORVANTA_SOAK_SECONDS=n makes it longer, CORVANTA_SEED=n
 // repeats a run; tests/soak/run is the long form.
 
+#include "app/check_thread.h"
 #include "fixtures/dovecot_server.h"
 #include "fixtures/inn_server.h"
 #include "fixtures/postfix_server.h"
 #include "fixtures/temp_home.h"
 #include "news/header_download.h"
-#include "app/check_thread.h"
 #include "threads/walk.h"
 #include "ui/person.h"
 #include "ui/sample.h"

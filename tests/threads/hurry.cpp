@@ -2,9 +2,9 @@
 
 #include "threads/walk.h"
 
+#include "app/check_thread.h"
 #include "names/widgets.h"
 #include "news/header_download.h"
-#include "app/check_thread.h"
 #include "profiles/profile_tree.h"
 #include "ui/person.h"
 #include "ui/sample.h"

@@ -1,11 +1,11 @@
 #include "ui/journey.h"
 
+#include "app/check_thread.h"
 #include "fixtures/dialogue.h"
 #include "fixtures/mode.h"
 #include "fixtures/temp_home.h"
 #include "names/widgets.h"
 #include "news/header_download.h"
-#include "app/check_thread.h"
 #include "store/folder.h"
 #include "ui/letter.h"
 #include "ui/person.h"

@@ -8,7 +8,8 @@
 //   which work in {POPWORK} {SMTPWORK} {NEWSWORK}; needs-root skips where they may not run
 //   mail-profile NAME SERVER leave|remove [SECONDS]   news-profile SERVER GROUPS...   send-through NAME SERVER
 //   put PATH = TEXT   sparse PATH BYTES   remove PATH   directory PATH   tool NAME = SCRIPT (found before all others)
-//   deliver USER plain SUBJECT|demo NAME|TEXT   store FOLDER (the same)   post ARTICLE   post-file PATH   articles COUNT   kick USER
+//   deliver USER plain SUBJECT|demo NAME|TEXT   store FOLDER (the same)   post ARTICLE   post-file PATH   articles
+//   COUNT   kick USER
 //
 // What the user does, between "sitting [OPTIONS]", which starts the program, and "end":
 //   click NAME   type NAME TEXT   add NAME TEXT   paste NAME TEXT   choose BOX TEXT   press NAME KEY   close NAME

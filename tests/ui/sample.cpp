@@ -1,7 +1,7 @@
 #include "ui/sample.h"
 
-#include "fixtures/temp_home.h"
 #include "app/check_thread.h"
+#include "fixtures/temp_home.h"
 #include "ui/person.h"
 
 #include <cstdio>

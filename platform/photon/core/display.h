@@ -34,8 +34,8 @@ class PtDisplay {
     virtual void Paint() = 0;
     /// GUI thread: makes the view of a widget that did not come from a module file.
     virtual void CreateView(PtWidget_t &widget) = 0;
-    /// Any thread, lock held: the widget was destroyed; its view is destroyed on the GUI thread, never under an event of
-    /// its own.
+    /// Any thread, lock held: the widget was destroyed; its view is destroyed on the GUI thread, never under an event
+    /// of its own.
     virtual void DestroyView(std::unique_ptr<PtView> view) = 0;
 
     /// GUI thread: reads the file of a module. False when there is none.

@@ -1,5 +1,6 @@
 // One line of text. Qt has no hook before a change: the field makes it, and what the verify callbacks leave of it is
-// put in its place before anything is painted. So typing, pasting, dropping, input methods and undo are handled alike.
+// put in its place before anything is painted. So typing, pasting, dropping, input methods and undo are handled
+// alike.
 
 #include "core/utf8.h"
 #include "qt/views/label.h"

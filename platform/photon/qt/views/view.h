@@ -48,8 +48,8 @@ class View : public QObject, public PtView {
     virtual void ApplyRealize(PtWidget &widget);
     virtual void ApplyGeometry(PtWidget &widget);
 
-    /// Calls callbacks with the input event that is being delivered. Does nothing when the widget is destroyed or blocked.
-    /// Afterwards widget() may be null.
+    /// Calls callbacks with the input event that is being delivered. Does nothing when the widget is destroyed or
+    /// blocked. Afterwards widget() may be null.
     int Call(unsigned long type, unsigned long subtype = 0, void *cbdata = nullptr);
 
   private:

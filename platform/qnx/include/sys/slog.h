@@ -16,8 +16,8 @@ enum {
     _SLOG_DEBUG2
 };
 
-/// Sends one line to the logger, cut at 10,500 bytes, its control characters escaped then. Thread-safe. A severity becomes
-/// the syslog priority of the same meaning, both debug severities LOG_DEBUG. Returns the line's length, -1 on an
-/// error.
+/// Sends one line to the logger, cut at 10,500 bytes, its control characters escaped then. Thread-safe. A severity
+/// becomes the syslog priority of the same meaning, both debug severities LOG_DEBUG. Returns the line's length, -1 on
+/// an error.
 int vslogf(int code, int severity, char const *format, va_list arguments) __attribute__((format(printf, 3, 0)));
 int slogf(int code, int severity, char const *format, ...) __attribute__((format(printf, 3, 4)));
