@@ -16,7 +16,7 @@ constexpr size_t kLargestFile = 1 << 20;
 
 std::string Directory(char const *variable, char const *otherwise) {
     char const *const base = getenv(variable);
-    if (base && base[0] == '/') // a relative path is to be ignored, says the XDG base directory specification
+    if (base && base[0] == '/') // XDG base directories: a relative path is ignored
         return std::string(base) + "/corvanta/";
     std::optional<std::string> const home = HomeDirectory();
     return home ? *home + otherwise + "/corvanta/" : "";
