@@ -87,7 +87,7 @@ int OnSaveAttachment(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *) {
     if (info.ret != Pt_FSDIALOG_BTN1 || !info.path[0])
         return Pt_CONTINUE;
     // The dialog could ask only about what it sees: a link that leads nowhere is there, too, and another program may
-    // make the file meanwhile.
+    // make the file while the box is open.
     int reason = SavePart(info.path, shown->part, false);
     if (reason == EEXIST && !AskToReplace(info.path))
         return Pt_CONTINUE;

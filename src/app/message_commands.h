@@ -1,7 +1,7 @@
 #pragma once
 // Deleting, copying and moving the selected message. Nothing happens without a selected row, and in a news group.
 // What a server must be asked for runs on a worker: its row is marked and lblStatus says what is done; another row
-// may be chosen meanwhile. A failure is told in lblStatus, in the server's words when it has some, and leaves the
+// may be chosen until then. A failure is told in lblStatus, in the server's words when it has some, and leaves the
 // row.
 
 #include "Ap.h"

@@ -20,7 +20,7 @@ FetchedText StoredText(std::string const &profile, std::string const &folder, in
 
 /// The text of the message that a row stands for, from its folder, its mail server or its news server; an article as
 /// its author wrote it, without the end mark and the doubled dots that it is sent with. A row that was renumbered
-/// meanwhile is fetched with its new number. On a worker, without locks. Outcomes: kDone; kRefused in the server's
+/// since then is fetched with its new number. On a worker, without locks. Outcomes: kDone; kRefused in the server's
 /// words; kLost; kFailed; kStopped when stopped, and when the row was removed.
 FetchedText FetchText(RowIdentity const &row, Stop const &stop);
 

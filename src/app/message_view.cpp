@@ -131,7 +131,7 @@ void EndFetch(RowIdentity const &row, FetchedText const &fetched, std::string co
     PtFlush();
 }
 
-/// Fetches the message of a row from its server and shows it, unless another row is chosen meanwhile.
+/// Fetches the message of a row from its server and shows it, unless another row is chosen before that.
 void StartFetch(RowIdentity const &row) {
     std::string const status =
         (row.origin == kArticle ? "Fetching article " : "Fetching message ") + std::to_string(row.number);
@@ -183,7 +183,7 @@ int OnLinkPointed(PtWidget_t *, ApInfo_t *, PtCallbackInfo_t *cbinfo) {
     static std::string shown;
     char const *const address = static_cast<char const *>(cbinfo->cbdata);
     bool const pointed = address && *address;
-    // Leaving a link takes away its address, never another word that came up meanwhile.
+    // Leaving a link takes away its address, never a text that came up since.
     if (pointed || shown == WidgetText(ABW_lblStatus))
         SetStatus(pointed ? address : "");
     shown = pointed ? address : "";

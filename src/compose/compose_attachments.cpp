@@ -52,7 +52,7 @@ struct OpenedFile {
     std::string path;
 };
 
-/// The file as a part. Null when it cannot be read whole, or has grown meanwhile.
+/// The file as a part. Null when it cannot be read whole, or has grown while it was read.
 PartHeaders *ReadPart(OpenedFile const &opened) {
     Part part = NewPart(opened.path.c_str());
     if (!part)

@@ -144,7 +144,7 @@ char const *HintOf(NewsOutcome const &end, bool connected, bool any) {
 
 void Refresh::ShowEnd(NewsOutcome const &end, std::string const &listing) {
     if (refresh_ == lastRefresh)
-        ShowAlerts(end); // the user can choose something else meanwhile
+        ShowAlerts(end); // the user can choose something else before it closes
     if (refresh_ == lastRefresh) {
         SetHint(HintOf(end, connected_, !listing.empty()));
         if (!end && end.ending != Ending::kStopped)
@@ -154,7 +154,7 @@ void Refresh::ShowEnd(NewsOutcome const &end, std::string const &listing) {
         ShowList(listing);
 }
 
-/// The main thread has its turns meanwhile, and what the user chooses in them ends this.
+/// The main thread has its turns in between, and what the user chooses in them ends this.
 void Refresh::ShowList(std::string const &listing) {
     auto turn = std::chrono::steady_clock::now();
     ShowCompleteList(listing, [&] {

@@ -109,7 +109,7 @@ void TellEnd(GroupRun const &run, NewsOutcome const &end) {
         LogError("Headers of %s: %s", run.group.c_str(), end.text.c_str());
     ToolkitGuard const guard;
     if (IsWanted(run))
-        ShowAlerts(end); // the user can click on meanwhile
+        ShowAlerts(end); // the user can click on before it closes
     ReleaseWindow(run, end.ending == Ending::kStopped ? "Stopped" : end.text);
 }
 

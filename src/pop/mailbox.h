@@ -1,7 +1,7 @@
 #pragma once
 // What is done with an account's mailbox between the checks, on the connection that the account keeps. A connection
-// that the server has closed meanwhile is made again, once. No toolkit; any thread but the main one. The caller holds
-// sessionLock. Each ends within 0.1 s of `stopped` becoming true, with kStopped and the connection closed.
+// that the server has closed in between is made again, once. No toolkit; any thread but the main one. The caller
+// holds sessionLock. Each ends within 0.1 s of `stopped` becoming true, with kStopped and the connection closed.
 
 #include "base/account.h"
 #include "pop/fetch.h"

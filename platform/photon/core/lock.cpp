@@ -101,7 +101,7 @@ class InQueue {
 
 bool FlushWaits() { return flush_request && flush_request->state == FlushRequest::Waiting; }
 
-/// Paints for the worker that waits in PtFlush. The worker keeps the lock and stands still meanwhile.
+/// Paints for the worker that waits in PtFlush. The worker keeps the lock and stands still until then.
 void ServeFlush(Guard &guard) {
     FlushRequest *request = flush_request;
     request->state = FlushRequest::Painting;

@@ -3,7 +3,7 @@
 //
 // The GUI thread holds the lock while it delivers an event and lets go while it waits for the next. Workers hold it
 // between PtEnter and PtLeave. A worker's PtFlush needs the GUI thread to paint while the worker keeps the lock:
-// it leaves a request, and code on the GUI thread that waits for the lock serves such requests meanwhile.
+// it leaves a request, and code on the GUI thread that waits for the lock serves such requests while it waits.
 
 #include <pthread.h>
 

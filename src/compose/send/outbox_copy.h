@@ -25,7 +25,7 @@ class OutboxCopy {
     int Descriptor() const { return file_.Get(); }
     /// Fills the row of the whole message, whose text goes into `row`, closes it and brings both to disk. False when
     /// there is no copy, when it is not whole (it is still to be removed then, and `row` empty), or when it is not
-    /// known to be on disk. `row` also stays empty when someone has deleted the message meanwhile.
+    /// known to be on disk. `row` also stays empty when someone has deleted the message since.
     bool Keep(std::string &row);
     /// Takes record and file away again. Does nothing after Keep.
     void Remove();

@@ -12,8 +12,8 @@
 /// Reads the fields; the attachments are AttachmentLoan's. False when the window was closed.
 bool ReadDraft(ComposeState &state, Draft &draft);
 
-/// The attachments, taken out of their items while they are sent: the window may be closed meanwhile, which frees its
-/// items.
+/// The attachments, taken out of their items while they are sent: the window may be closed in that time, which frees
+/// its items.
 class AttachmentLoan {
   public:
     explicit AttachmentLoan(ComposeState &state);

@@ -18,7 +18,7 @@ NewsOutcome SelectGroup(NewsSession &session, std::string const &group, NewsLogi
 using NewsStep = std::function<void(char const *)>;
 
 /// Makes the account's connection have `group` selected: connects when there is none, and again when the one that is
-/// there has ended meanwhile. Outcomes as OpenNewsStream's and SelectGroup's.
+/// there has ended since. Outcomes as OpenNewsStream's and SelectGroup's.
 NewsOutcome OpenGroup(NewsSession &session, std::string const &group, NewsStep const &step);
 
 /// Makes another connection with the group selected that the last one had. The next download goes on where the last

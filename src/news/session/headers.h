@@ -21,7 +21,7 @@ class OverviewSink {
 
 /// Fetches the overview of `count` articles from the account's current one on (below 1: of all the rest) and moves
 /// articleCursor and headersDone with each line. Nothing is asked for a count of 0 and of a group without articles. A
-/// connection that the server has ended meanwhile is made again once, with its group selected. Outcomes: kDone, also
+/// connection that the server has ended in between is made again once, with its group selected. Outcomes: kDone, also
 /// when there are no more articles; kRefused in the server's words, also when it has refused the numbers of the
 /// group's articles; kLost; kStopped, also when the sink wants no more; what the sink says; kFailed: no connection,
 /// too many lines, or the numbers could not be read. A connection with half an answer on it is closed.

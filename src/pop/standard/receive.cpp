@@ -213,7 +213,7 @@ Outcome Receiving::TakeBatch(Fetch &fetch, std::span<ServerMessage const> batch,
 Outcome Receiving::TakeOne(Fetch &fetch, ServerMessage const &message, Leftovers *leftovers) {
     std::string text;
     Outcome const got = fetch.Next(text);
-    if (got.ending == Ending::kRefused) { // another program may have deleted it meanwhile
+    if (got.ending == Ending::kRefused) { // another program may have deleted it since
         if (refusal_)
             refusal_ = Refused(got.text);
         return {};

@@ -29,7 +29,7 @@ struct ReceiveProgress {
     double bytesPerSecond;
 };
 
-/// What happens meanwhile, called on the worker without any lock.
+/// What happens during a check, called on the worker without any lock.
 class ReceiveSink {
   public:
     virtual ~ReceiveSink() = default;

@@ -289,7 +289,7 @@ void WebBrowser::AskAboutLink(QUrl const &address) {
     cancel->setObjectName(QStringLiteral("linkQuestion_cancel"));
     box->setDefaultButton(cancel);
     box->setEscapeButton(cancel);
-    // The program goes on meanwhile: nothing waits here.
+    // The program goes on: nothing waits here.
     connect(open, &QPushButton::clicked, box, [link] { QDesktopServices::openUrl(link); });
     box->open();
 }
